@@ -1,0 +1,60 @@
+# Functions with which the folders declare their targets.
+
+add_library(taq_warnings INTERFACE)
+target_compile_options(taq_warnings INTERFACE -Wall -Wextra -Wshadow -Wconversion)
+if(TAQ_WERROR)
+  target_compile_options(taq_warnings INTERFACE -Werror)
+endif()
+
+if(TAQ_SANITIZE)
+  add_compile_options(-fsanitize=${TAQ_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+  add_link_options(-fsanitize=${TAQ_SANITIZE})
+endif()
+if(TAQ_LIBFUZZER)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+# taq_room(NAME SOURCES file... [LIBS target...])
+# One static library taq_NAME for one folder of src/lib. Include paths start at src/lib. The sources
+# also become part of the one library that programs link, taq::taq.
+function(taq_room name)
+  cmake_parse_arguments(ROOM "" "" "SOURCES;LIBS" ${ARGN})
+  add_library(taq_${name} STATIC ${ROOM_SOURCES})
+  target_include_directories(taq_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src/lib)
+  target_link_libraries(taq_${name} PUBLIC ${ROOM_LIBS} PRIVATE $<BUILD_INTERFACE:taq_warnings>)
+  set_target_properties(taq_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  set_property(GLOBAL APPEND PROPERTY TAQ_ROOMS taq_${name})
+  set_property(GLOBAL APPEND PROPERTY TAQ_ROOM_DIRS ${CMAKE_CURRENT_SOURCE_DIR})
+endfunction()
+
+# taq_test(NAME SOURCES file... [LIBS target...] [LABELS label...] [TIMEOUT seconds])
+# One GoogleTest program; every TEST in it becomes a test of its own for ctest.
+function(taq_test name)
+  cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${T_SOURCES})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${name} PRIVATE ${T_LIBS} GTest::gmock GTest::gtest_main taq_warnings)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
+                       PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}")
+endfunction()
+
+# taq_fuzz(NAME SOURCES file... [LIBS target...])
+# One fuzz target with LLVMFuzzerTestOneInput. Under TAQ_LIBFUZZER it is a libFuzzer program;
+# otherwise it is linked with the replay driver and ctest runs it over its corpus fuzz/corpus/NAME.
+function(taq_fuzz name)
+  cmake_parse_arguments(F "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${F_SOURCES})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/fuzz ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${name} PRIVATE ${F_LIBS} taq_warnings)
+  if(TAQ_LIBFUZZER)
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  else()
+    target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/fuzz/replay_main.cpp)
+    add_test(NAME fuzz_replay.${name}
+             COMMAND ${name} ${PROJECT_SOURCE_DIR}/fuzz/corpus/${name})
+    set_tests_properties(fuzz_replay.${name} PROPERTIES TIMEOUT 120 LABELS fuzz)
+  endif()
+endfunction()
