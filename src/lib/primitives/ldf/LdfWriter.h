@@ -1,0 +1,98 @@
+// Appends records to the log data file of one log and rotates it through three generations.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+
+#include "primitives/ldf/ldf_format.h"
+#include "primitives/memory/Pooled.h"
+
+inline constexpr int LDF_DEFAULT_MAXLEN = 4194304; // bytes at which a file is rotated, set by open
+inline constexpr int LDF_MIN_MAXLEN = 65536;
+
+// Files of log N in root/ldf/: N_A.ldf (current), N_B.ldf, N_C.ldf (oldest); N_A.ldf.err is a file that
+// could not be continued, N_A.ldf.new a new file before it has its header.
+//
+// After every completed write the file is consistent: the header describes exactly the records before
+// offset_end. The record goes to the file first and the header after, each with one call, so a process
+// that dies in between leaves a record that no reader sees and the next write overwrites.
+//
+// One writer per log and machine; a writer is used by one thread at a time. The registry of writers is
+// process-wide and not locked.
+class LdfWriter : public Pooled<MEM_LDF_WRITER> {
+public:
+    // Creates and deletes the registry that keeps two writers from the same log. Once per process; the
+    // argument of init has no effect.
+    static void init(const char* = nullptr);
+    static void destroy();
+
+    LdfWriter() = default;
+    ~LdfWriter(); // closes the file and gives the name free
+    LdfWriter(const LdfWriter&) = delete;
+    LdfWriter& operator=(const LdfWriter&) = delete;
+
+    // Continues root/ldf/namep_A.ldf or starts it, making the directory if it is missing. `flags` goes
+    // into the headers of new files. A file that is no valid log data file is moved aside.
+    // LDF_ENOINIT, LDF_ENONAME, LDF_EREGISTERED (names compare ignoring case); LDF_EFAIL for a name with
+    // "/": nothing changed. LDF_EROOT: no data root; LDF_EFAIL: no directory; LDF_ENOMEM: the name is
+    // free again. LDF_EFAIL also: no usable file could be made; the name stays registered.
+    // Opening anew with another name closes what was open before.
+    int open(const char* namep, int flags);
+
+    // Appends one record, after rotating when the file has reached maxlen(). filep and func may be null;
+    // arguments count up to the first null one. time_stamp in seconds since 1970-01-01 UTC, seq
+    // LDF_NO_SEQ for none, obj_tag 0 to 6 (anything else is a caller's mistake and fatal). Fields that do
+    // not fit LDF_TEXT_MAX together are left out of the record altogether. A record that cannot be
+    // written is dropped, and the file stays as it was.
+    void write(char sev, int time_stamp, char obj_tag, unsigned msgcatID, const char* filep, int line_no,
+               unsigned seq, const char* func, const char* arg1, const char* arg2, const char* arg3,
+               const char* arg4, const char* arg5, const char* arg6);
+
+    // Sets the size in bytes at which the file is rotated, at least LDF_MIN_MAXLEN. Only while open.
+    void set_maxlen(int maxlen);
+
+    int maxlen() const { return _maxlen; }
+    bool is_opened() const { return _opened != 0; }
+    const char* pathAp() const { return _pathAp.get(); } // full path of the current file; null before open
+
+    // Writes a trace file name + "-ldfw.debug" in the current directory; XXDEBUG adds one line, or does
+    // nothing while no trace file is open.
+    void XXDEBUG_OPEN(const char* name);
+    void XXDEBUG(const char* text);
+
+private:
+    int _locate(const char* namep);
+    int _prepare_ldf();
+    int _continue_file();
+    int _create_file();
+    FILE* _make_new_file(ldf_header_t& header) const;
+    int _install_new_file(FILE* fp, const ldf_header_t& header);
+    int _recover();
+    int _read_header();
+    int _write_header(const ldf_header_t& header);
+    size_t _mk_string(const char* filep, const char* func, const char* const (&args)[LDF_MAX_ARGS],
+                      size_t bufsize, char* bufferp) const;
+    bool _ready_for_write();
+    int _next();
+    void _append(const unsigned char* record, size_t size, char sev, char obj_tag);
+    void _unregister();
+    void _close();
+
+    int8_t _initialized = 0; // 1 once open has built all names and paths
+    int8_t _opened = 0;      // 1 while _fp is an open file
+    int8_t _lost = 0;        // 1 after a rotation that left no file open: the next write tries again
+    int32_t _active = 0;     // 1 while a write is in progress
+    int32_t _count = 0;      // size of the file in bytes as the writer counts it
+    int32_t _maxlen = 0;     // size at which the file is rotated
+    int32_t _flags = 0;      // stored in new headers
+    FILE* _fp = nullptr;     // owns the current file
+    std::unique_ptr<char[]> _namep;
+    std::unique_ptr<char[]> _dirp;
+    std::unique_ptr<char[]> _pathAp, _pathBp, _pathCp;
+    int32_t _starting_filesize = 0; // size of file A when it was last prepared
+    ldf_header_t _ldf_header = {};  // identical to the one on disk after the last write
+    FILE* _debug_fp = nullptr;
+};
+
+// The writer that has the log `name` open, or null.
+LdfWriter* Ldf_obj(const char* name);

@@ -1,0 +1,24 @@
+// Object types of messages: what kind of object a message concerns, with the names that users type.
+#pragma once
+
+enum obj_tag_t {
+    OBJTAG_QEN = 0,
+    OBJTAG_HMX = 1,
+    OBJTAG_CLU = 2,
+    OBJTAG_GRP = 3,
+    OBJTAG_SYS = 4,
+    OBJTAG_AGT = 5,
+    OBJTAG_RES = 6,
+    OBJTAG_XLK = 7, // never stored in a file
+    OBJTAG_ERR = 8, // no such tag name
+};
+
+// The name of codes 0 to 7 ("QEN", "HMX", ...), a static string; null for any other value.
+const char* QENGetObjTagStr(obj_tag_t code);
+
+// The code with that name, compared ignoring case; OBJTAG_ERR for none and for null.
+obj_tag_t QENGetObjTag(const char* name);
+
+// The object type that a log call's flags word asks for: RES, GRP, SYS, AGT in this order of precedence,
+// QEN when it names none.
+obj_tag_t QENLogFlagToObjTag(int flags);
