@@ -1,0 +1,57 @@
+// The catalogs of one module: the table that the map file gives, and the reading of one catalog file.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "i18n/common/bmc_format.h"
+#include "i18n/common/i18n_types.h"
+#include "i18n/unix/i18n_file.h"
+
+// One catalog. Path, version, category and limits come from the map file; the rest from the catalog's header
+// once it was read (_is_initialized), which then stays in memory as long as the handle.
+struct bmc_t {
+    u32 _msg_count = 0;
+    bool _is_initialized = false;
+    s32 _mru_ndx = -1; // cache slot that holds the open file, -1 none
+    u32 _tab_range_address = 0;
+    u32 _tab_ndx_address = 0;
+    u32 _tab_msg_address = 0;
+    u32 _category = 0;
+    u32 _msg_id_min = 0;
+    u32 _msg_id_max = 0;
+    std::string _versionp;
+    std::string _pathp;
+    std::vector<bmc_range_t> _range_table;
+};
+
+// Ascending by category; the map file promises that, and a search in a table that breaks the promise finds
+// less.
+using bmc_table = std::vector<bmc_t>;
+
+// Builds the table of a module from its map file. Results: I18N_SOK; I18N_ENODIR when the root or its
+// "messages" is no directory; the map reader's codes. On failure the table is empty.
+int bmc_create_table(const char* root_pathp, const char* langp, const char* modulep, bmc_table* tablep);
+
+// Opens a catalog and reads its header and range table. I18N_SOK: *filep is the open file and the catalog is
+// initialised. I18N_EBMC: missing, short, of another kind, or with a table outside the file; the catalog is
+// unchanged. I18N_ENOMEM.
+int bmc_initialize(bmc_t* bmcp, i18n_file* filep);
+
+// Reads `count` records of the range table. I18N_EBMC: they are not all in the file. Nothing is
+// allocated before their size was compared with the file's.
+int range_create_table(const i18n_file& file, u32 tab_range_address, u32 count,
+                       std::vector<bmc_range_t>* tablep);
+
+// Index of the catalog of a category. I18N_EFAIL: none, *ndxp is -1. I18N_EBMC: empty table.
+int bmc_find_ndx(const bmc_table& table, u32 category, s32* ndxp);
+
+// The range that holds a number, or null.
+const bmc_range_t* range_find(const std::vector<bmc_range_t>& table, u32 msg_id);
+
+// Reads the message record that the slot at slot_offset refers to. I18N_SOK: *sizep bytes at buffer, the
+// last of them a NUL. I18N_ENOTFOUND: empty slot. I18N_EBUFSIZE: the record has *sizep bytes, more than
+// buffsize. I18N_EBADHANDLE: slot or record outside the file, length 0, no NUL at the end.
+int get_bmc_msg(const i18n_file& file, uint64_t slot_offset, char* buffer, size_t buffsize, u32* sizep);

@@ -1,0 +1,38 @@
+// Files and directories as the catalogs need them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+// An open regular file that is read at given offsets. Owns its descriptor; movable.
+class i18n_file {
+public:
+    i18n_file() = default;
+    ~i18n_file() { close(); }
+    i18n_file(i18n_file&& other) noexcept;
+    i18n_file& operator=(i18n_file&& other) noexcept;
+
+    // Opens a file for reading, close-on-exec; false when it is missing, unreadable or not a regular file (a
+    // FIFO is refused without waiting for a writer).
+    bool open(const char* path);
+    void close();
+    bool is_open() const { return _fd >= 0; }
+    // Size when it was opened.
+    uint64_t size() const { return _size; }
+    // Whether the file, when it was opened, held `len` bytes at `offset`.
+    bool holds(uint64_t offset, uint64_t len) const { return offset <= _size && len <= _size - offset; }
+    // Reads up to `len` bytes at `offset`; returns the number read, fewer only at the end of the file or
+    // after an error.
+    size_t read_at(uint64_t offset, void* buffer, size_t len) const;
+
+private:
+    int _fd = -1;
+    uint64_t _size = 0;
+};
+
+// Opens a regular file as a stream for reading, close-on-exec; null when that fails. The caller closes it.
+std::FILE* i18n_fopen(const char* path);
+
+// Whether the path is a directory.
+bool i18n_checkdir(const char* path);
