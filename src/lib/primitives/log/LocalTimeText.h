@@ -1,0 +1,61 @@
+// Local times as text, for callers that ask for thousands of times close to each other.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <ctime>
+#include <string>
+#include <string_view>
+
+// Formatting a time costs some hundred nanoseconds, copying one a few. Within one hour of local time only
+// the digits of minute and second differ, so they are put into the last text in place. Whether that holds is
+// looked at, not assumed: the hour must run without a break from hh:00:00 to hh:59:59 (no change of summer
+// time, no leap second), and the locale must write the two numbers as two ASCII digits each, at places that
+// stay where they are. Otherwise every second is formatted anew.
+//
+// The text follows LC_TIME. A change of the time zone is noticed after forget(). One thread at a time.
+class LocalTimeText {
+public:
+    static constexpr size_t SIZE = 4096; // room for a text, NUL included
+
+    // format: for strftime; refers only.
+    explicit LocalTimeText(const char* format) : _format(format) {}
+
+    // The local time t as text, valid until the next call; empty when it does not fit SIZE.
+    std::string_view at(time_t t) {
+        if (t == _time && _same_locale()) return text();
+        return _at(t);
+    }
+
+    // Starts over: the next text is made with the time zone of that moment.
+    void forget() { _kind = NOTHING; }
+
+private:
+    enum Kind {
+        NOTHING,  // no text
+        SINGLE,   // _text is of _time; the hour from _hour on has not been looked at
+        PATCHABLE // as SINGLE, and any second of the hour can be made from _text
+    };
+    struct Places {
+        size_t minute;
+        size_t second;
+    };
+
+    std::string_view text() const { return {_text.data(), _len}; }
+    bool _same_locale() const;
+    std::string_view _at(time_t t);
+    void _format_anew(time_t t);
+    bool _find_places(const struct tm& of_hour);
+    bool _digits_are_in_place(struct tm of_hour, Places places) const;
+
+    const char* _format;
+    Kind _kind = NOTHING;
+    bool _tried = false;     // the hour was looked at; kept so that a bad one is not tried for each second
+    time_t _time = 0;        // of _text
+    time_t _hour = 0;        // first second of the hour of _time
+    Places _places = {};     // of the digits in _text; valid in PATCHABLE
+    std::string _locale;     // LC_TIME of _text
+    std::string _proven_for; // LC_TIME for which all digits were tried
+    size_t _len = 0;
+    std::array<char, SIZE> _text;
+};

@@ -1,0 +1,364 @@
+// The log: one destination of messages, and the process-wide state that all logs share.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdarg>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "primitives/ldf/LdfWriter.h"
+#include "primitives/log/ILog.h"
+#include "primitives/log/LocalTimeText.h"
+#include "primitives/memory/Pooled.h"
+#include "primitives/utils/QENVaList.h"
+
+class DList;
+class FFDC;
+class LineBuffer;
+class NVList;
+class VElem;
+struct LogMessage;
+struct vlog_msg_t;
+
+inline constexpr int LOG_DEFAULT_MAXLEN = 33554432; // bytes at which a text log is rotated
+inline constexpr int LOG_MIN_MAXLEN = 65536;
+inline constexpr int LOG_CACHE_MAX = 1024;    // messages kept by a log's cache
+inline constexpr size_t LOG_TEXT_SIZE = 4096; // room for one composed text, NUL included
+
+// Bits of a debug level's flag word.
+inline constexpr int LOG_DBG_ENABLED = 1;
+inline constexpr int LOG_DBG_FLUSH = 2; // flush the stream after each message of the level
+
+// A file log writes root/log/<name>_A.log, with _B and _C as the two generations before, and a copy of each
+// application message as a record of the log data file of the same name. A log on a given stream (standard
+// output, say) writes there only; on standard output and standard error in the user's language.
+//
+//     Log::init("QEN", "K-16", nullptr);
+//     auto* log = new Log;
+//     if (log->open("engine", /*fp=*/nullptr, /*flags=*/0, nullptr) != ULOG_OK) ...
+//
+// Threads: init, construction, open and destroy come before other threads use the logs. A log is used by one
+// thread at a time, unless start_logger has been called: from then on write_app, write_dbg, write_buf and
+// admin_msg may be called from any thread, and one logger thread does the writing. The switches of debug
+// levels and of first-failure capture may be changed and asked at any time.
+//
+// Logging never stops the program: what cannot be written is dropped.
+class Log : public ILog, public Pooled<MEM_LOG> {
+public:
+    // --- The process ---
+
+    // Creates the registry of logs and stores copies of the mnemonic that starts every line ("QEN" when
+    // null) and of the originator of message identifiers ("K-16" when null). modulep: identity for the
+    // system log, null for the program's name. May be called again to change them.
+    static void init(const char* mnemp, const char* origIDp, const char* modulep);
+
+    // Deletes what init made and the first-failure capture object. Logs that still live can be deleted.
+    static void destroy();
+
+    // Verify mode drops every application message that does not carry ULOG_MERGE, and all admin messages.
+    static std::atomic<bool> _verify_mode;
+
+    // --- The log ---
+
+    // Reads TAQ_ENABLE_LDF, TAQ_DEBUG_LOG_TAGS and QEN_LOG_MAXLEN.
+    Log();
+    // Flushes; closes the stream of a file log, never a given one.
+    ~Log() override;
+    Log(const Log&) = delete;
+    Log& operator=(const Log&) = delete;
+
+    // Opens the log under a name that no other open log of the process has (compared ignoring case).
+    // fp null: a file log; a name with "/" is refused (ULOG_EFAIL). fp not null: that stream, which stays the
+    // caller's and must outlive the log. flags: ULOG_HIDDEN_FILE, and the write flags of messages that bring
+    // none. func is not used. Opening anew with another name closes what was open before.
+    // ULOG_EREGISTERED, ULOG_ENONAME, ULOG_ENOINIT: nothing was changed. ULOG_EROOT, ULOG_ENOMEM: the name is
+    // free again. ULOG_EFAIL: the name stays taken, and each write tries again to open the file.
+    int open(const char* namep, FILE* fp, int flags, int (*func)()) override;
+
+    // Path of the current file; null for a log on a given stream.
+    char* pathAp() override { return _pathAp.get(); }
+
+    // Stored without effect.
+    void set_registry(RegDb* registry_db) override { _reg_db = registry_db; }
+
+    // Rotate when the file has reached count bytes; at least LOG_MIN_MAXLEN.
+    void set_maxlen(int count) override;
+
+    // Lets the next write of a file log start a new file.
+    void rotate();
+
+    // Language of the texts on standard output and standard error. ULOG_OK or ULOG_EFAIL, with the former
+    // language still in use. Times follow a changed time zone from here on.
+    int set_lang(const char* lang) override;
+
+    // QENInitEventLog and LdfWriter::init.
+    void init_eventlog(const char* modulep) override;
+
+    // --- Debug tags: names of debug levels, with or without "DBG_", in any case. Unknown ones are ignored.
+
+    static int get_dbgtag_ndx(const char* tagp); // the level, or -1
+    void enable_debug(const char* tagp) override;
+    void disable_debug(const char* tagp) override;
+    void set_flush_debug(const char* tagp) override;
+    void clear_flush_debug(const char* tagp);
+    void set_debug_flag(int dbg, int flag) override; // LOG_DBG_ENABLED, LOG_DBG_FLUSH
+    void clear_debug_flag(int dbg, int flag) override;
+    void reset_debug_tags() override;
+
+    // 1 when messages of the level are wanted. Ask before building one: the answer "no" costs a few
+    // instructions.
+    int is_enabled(ulog_dbg_lev lev) final {
+        const auto ndx = static_cast<unsigned>(lev);
+        return ndx < DBG_LEV_END && _enabled != 0 &&
+               (_debug[ndx].load(std::memory_order_relaxed) & LOG_DBG_ENABLED) != 0;
+    }
+
+    // Appends the name of each enabled level and a blank to the string in set_dbgtag, size_setdbgtag bytes.
+    void get_all_set_dbg_tags(char* set_dbgtag, int size_setdbgtag) override;
+
+    // --- Writing. whop and filep (function and source file) are not copied: they must be literals. cat and
+    // id are catalog and number; a message that has an identifier of its own (element 23) goes by that.
+
+    // An application message: element 21 is its English text, elements 22 are the arguments for the text in
+    // another language. With ULOG_HAND_OVER the message becomes the log's, else it stays the caller's.
+    void write_app(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
+                   int id, MsgStruct* ipm_msg_in) override;
+
+    // A debug text. With ULOG_HAND_OVER it was made with new[] and becomes the log's. Does not ask
+    // is_enabled.
+    void write_dbg(ulog_dbg_lev lev, const char* whop, const char* filep, int line, int flags, int cat,
+                   int id, const char* en_msgp) override;
+
+    // As write_app, from a text and up to six arguments, which end at the first null one.
+    void write_buf(const char* whop, const char* filep, int line, int sev, int flags, int cat, int id,
+                   const char* buffer, const char* arg1 = nullptr, const char* arg2 = nullptr,
+                   const char* arg3 = nullptr, const char* arg4 = nullptr, const char* arg5 = nullptr,
+                   const char* arg6 = nullptr);
+
+    // Writes at once, on the caller's thread; what the above end in. sev: severity, or with ULOG_DEBUG the
+    // debug level. msgp: the debug text. msg_structp: the message, of a type that logs know:
+    // 0, 2056 (which carries severity, time and object type itself), 3332, 3335, 3586 or 3588.
+    // Nothing is written while the log is closed or busy, or when an element is missing.
+    void write_log(time_t timet, int sev, const char* whop, const char* filep, int line, int flags, int cat,
+                   int id, const char* msgp, MsgStruct* msg_structp) override;
+
+    // --- Messages for the administrator, in the system log.
+
+    // Writes element 21. Takes the message over.
+    static void admin_msg(int sev, const char* whop, const char* filep, int line, int cat, int id,
+                          MsgStruct* msg_structp);
+    // The same at once, on the caller's thread; the message stays the caller's.
+    static void write_admin(time_t timet, int sev, const char* whop, const char* filep, int line, int cat,
+                            int id, const MsgStruct* msgp);
+
+    // Facility of these messages, the system log's value times 256; 0 at first.
+    static void set_adminlog_facility(int facility);
+    static int get_adminlog_facility();
+    // The code of "LOG_LOCAL0" to "LOG_LOCAL7" in any case; 0 for null and "", -1 for any other name.
+    static int verify_facility(const char* facility);
+
+    // --- The cache of the latest LOG_CACHE_MAX application messages, of type 2056, oldest first.
+
+    void set_cache_enabled() override { _cache_enabled = true; }
+    void set_cache_disabled() override;
+    void reset_cache() override; // empties it
+    VList* cache_vlistp() override { return _cache_vlistp.get(); }
+    void notify_add(MsgStruct*) {} // called after each addition; a place for a breakpoint
+
+    // --- Showing records of log data files. Severity logical_sev; text in the user's language. Writes one
+    // line, or with ULOG_DISPLAY_DELIMITED one delimited record; nothing while the log is closed or busy or
+    // the severity is outside its scale. The stream is not flushed, write errors are ignored.
+
+    // The arguments are the list's strings; the list stays the caller's.
+    void display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_id, VList* vlistp,
+                           int flags) override;
+
+    // The same without a list: argc views, which need no NUL and hold none; one with null data ends them, as
+    // a null pointer would. In the case of a file with 62,000 records this is the one to call.
+    void display_ldf_record(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,
+                            const std::string_view* argv, size_t argc, int flags);
+
+    // --- Composition ---
+
+    // "K-16-25-30001 ", or "K-16-30001 " for ULOG_CAT_NONE, cut to bufsize bytes with its NUL. Returns the
+    // uncut length.
+    static int create_umi(char* buffer, int bufsize, int catID, int msgID);
+
+    // Names of severities and levels; the empty string outside their scales.
+    static const char* app_sev_name(ulog_app_sev sev) { return ulog_app_sev_name(sev); }
+    static const char* dbg_lev_name(ulog_dbg_lev lev) { return ulog_dbg_lev_name(lev); }
+    // The word for a severity in the log's language, valid until set_lang or open; "" outside 0 to 4.
+    const char* get_sev(ulog_app_sev sev);
+
+    // One scale for both, 0 to 57: what records of log data files carry.
+    static constexpr int logical_sev(ulog_app_sev sev) { return sev; }
+    static constexpr int logical_sev(ulog_dbg_lev lev) { return lev + SEV_APP_END; }
+    // The logical severity of a tag 'A' to 'Z'; SEV_INFO for any other character.
+    static constexpr int log_tag_to_sev(char tag) { return tag >= 'A' && tag <= 'Z' ? tag - 'A' : SEV_INFO; }
+
+    // Appends the arguments up to the first null one, a blank before each, to the string in bufferp of
+    // bufsize bytes (at most LOG_TEXT_SIZE). When they do not fit, all are cut to the same share, "..."
+    // marking each cut. A null bufferp is fatal.
+    void _mk_msg_buffer(char* bufferp, int bufsize, const char* arg1, const char* arg2, const char* arg3,
+                        const char* arg4, const char* arg5, const char* arg6);
+    // Writes the text that stands for a message which no catalog has, with the arguments, cut in that way.
+    void _mk_badID_msg(const char* umi_buf, char* bufferp, int bufsize, const char* arg1, const char* arg2,
+                       const char* arg3, const char* arg4, const char* arg5, const char* arg6);
+
+    // A new message, the caller's, with the formatted text (at most 4,095 bytes) as element 21 and its
+    // arguments as elements 22. For the conversions allowed see QENUtils::msgargs_to_msgstruct.
+    static MsgStruct* process_args(const char* fmtp, ...) __attribute__((format(printf, 1, 2)));
+    static MsgStruct* process_va_args(const char* fmtp, QENVaList& args);
+    // The formatted text (at most 4,095 bytes) in a new array, which the caller frees with delete[].
+    static char* process_dbg_args(const char* fmtp, ...) __attribute__((format(printf, 1, 2)));
+
+    // Adds to ipm_msg, or to a new message, and returns: the formatted text (with dosprintf 0 the format
+    // itself) as element 21, the identifier as 23, err_msg (-1 for none) as 9, and the arguments as 22.
+    static MsgStruct* mk_log_msg_vararg_msgstruct(int cat, int id, int err_msg, int dosprintf,
+                                                  const char* fmtp, QENVaList& args, MsgStruct* ipm_msg);
+    static MsgStruct* mk_log_msg_vararg_msgstruct(int cat, int id, int dosprintf, const char* fmtp,
+                                                  QENVaList& args, MsgStruct* ipm_msg);
+    static MsgStruct* mk_log_msg_msgstruct(MsgStruct* ipm_msg, int cat, int id, const char* fmtp, ...)
+        __attribute__((format(printf, 4, 5)));
+    static MsgStruct* mk_log_msg_msgstruct(int cat, int id, const char* fmtp, ...)
+        __attribute__((format(printf, 3, 4)));
+
+    // --- The logger thread. start and stop are called by one thread.
+
+    static void start_logger();
+    // Returns when everything that was queued has been written and the thread has ended. Producers that come
+    // meanwhile wait for that and then write by themselves. start_logger may be called again.
+    static void stop_logger();
+    static bool run_thread() { return _run_thread.load(std::memory_order_acquire); }
+
+    // Appends a record, which the queue owns from now on.
+    static void enq(vlog_msg_t* msgp);
+    // Takes all records, in order; the caller deletes list and records. Null when there are none within ms
+    // milliseconds; ms negative waits until there is one.
+    static DList* deq(int ms);
+
+    // --- First-failure capture. Off until enable_ffdc.
+
+    static bool is_ffdc_enabled() { return _enable_ffdc.load(std::memory_order_relaxed); }
+    static void enable_ffdc() { _enable_ffdc.store(true, std::memory_order_relaxed); }
+    static void disable_ffdc() { _enable_ffdc.store(false, std::memory_order_relaxed); }
+
+    // The calling thread captures from now on into the ring of its role (FFDCRoleT; 7 in dump_ffdc: all).
+    // The first call makes the capture object: module names the dump files, logdir holds them.
+    static void register_for_ffdc(int role, const char* module, const char* logdir, char print_seqno);
+    static void unregister_for_ffdc();
+    static void dump_ffdc(int role, bool sig_handler);
+    // Offers a message to the capture: its text, or element 21. The message stays the caller's.
+    static void write_ffdc(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,
+                           const char* msgp);
+    static void write_ffdc(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,
+                           const MsgStruct* msgp);
+
+private:
+    friend Log* Log_obj(const char* name);
+
+    // LogInit.cpp
+    static const char* _mnem() { return _mnemp != nullptr ? _mnemp : LOG_DEFAULT_MNEMONIC; }
+    static std::string_view _mnemonic() { return {_mnem(), static_cast<size_t>(_mnem_len)}; }
+    static const char* _originator() { return _origIDp != nullptr ? _origIDp : LOG_DEFAULT_ORIGINATOR; }
+
+    // Log.cpp
+    int _register(const char* namep);
+    void _unregister();
+    void _close();
+    int _open_file_log();
+    int _make_paths();
+    void _open_ldf();
+    void _init_i18n();
+    void _forget_texts();
+    bool _on_terminal_stream() const { return _fp == stdout || _fp == stderr; }
+
+    // LogFile.cpp
+    void _next();
+    void _reopen_stream();
+    void _rotate_files();
+    void _write_file_header();
+    void _add_count(size_t bytes);
+
+    // LogWrite.cpp
+    int _effective_flags(int flags) const;
+    bool _accepts(int sev, int flags) const;
+    bool _classify(LogMessage& m);
+    bool _classify_plain(LogMessage& m);
+    bool _classify_log_add(LogMessage& m);
+    bool _classify_identified(LogMessage& m);
+    void _write_message(const LogMessage& m);
+    size_t _put_head(const LogMessage& m, LineBuffer& line);
+    bool _put_localized(const LogMessage& m, LineBuffer& line);
+    void _put_source(const LogMessage& m, LineBuffer& line);
+    void _write_ldf(const LogMessage& m);
+    static bool _queue(vlog_msg_t* msgp);
+
+    // LogCache.cpp
+    void _cache_add(const LogMessage& m, int16_t args_id);
+
+    // LogDisplay.cpp
+    void _display_line(int sev, time_t time_stamp, uint32_t msgcat_id, const std::string_view* argv,
+                       size_t argc);
+    void _display_delimited(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,
+                            const std::string_view* argv, size_t argc);
+    bool _catalog_text(uint32_t msgcat_id, const std::string_view* argv, size_t argc, LineBuffer& line);
+    std::string_view _sev_word(int sev);
+
+    // LogAdmin.cpp: what the platform layer calls through its table of hooks.
+    static void _install_hooks();
+
+    // LogQueue.cpp
+    static void* _logger_loop(void*);
+    static void _write_records(DList* records);
+    static void _write_record(const vlog_msg_t& record);
+
+    // LogFFDC.cpp
+    static void _delete_ffdc();
+
+    static constexpr char LOG_DEFAULT_MNEMONIC[] = "QEN";
+    static constexpr char LOG_DEFAULT_ORIGINATOR[] = "K-16";
+
+    FILE* _fp = nullptr; // current stream; null until the first file is opened
+    std::unique_ptr<char[]> _namep;
+    std::unique_ptr<char[]> _dirp;                         // file logs only, as the paths
+    std::unique_ptr<char[]> _pathAp, _pathBp, _pathCp;     // current file and the generations before
+    std::unique_ptr<char[]> _sys_namep;                    // host name
+    RegDb* _reg_db = nullptr;                              // refers only
+    std::unique_ptr<VList> _cache_vlistp;                  // MsgStruct elements, owned by the list
+    std::unique_ptr<LdfWriter> _ldfp;                      // null when no copy is written
+    void* _i18nh = nullptr;                                // catalog handle, owned; null when closed
+    std::array<std::atomic<int>, DBG_LEV_END> _debug = {}; // flag word per debug level
+    int _count = 0;                                        // bytes in the current file; saturates
+    int _maxlen = 0;
+    int _active = 0;        // 1 while a write or display is in progress: a nested one is dropped
+    int _enabled = 0;       // 1 once opened
+    int _rewind_flag = 0;   // 0 for a file log, 1 for a given stream
+    int _rewindallowed = 0; // 1 for a file log
+    int _open_flags = 0;
+    int _fp_specified = 0; // 1 when open was given a stream
+    bool _i18n_enabled = false;
+    bool _ldf_enabled = false;
+    bool _cache_enabled = false;
+
+    LocalTimeText _stamp{"%Y-%m-%d %H:%M:%S "};      // of written lines
+    LocalTimeText _shown{"%c"};                      // of displayed records
+    std::array<std::string, SEV_APP_END> _sev_words; // in the log's language, "" until asked for
+    std::unique_ptr<char[]> _stream_buffer;          // of the current file
+
+    static char* _mnemp; // owned; null for the default
+    static int _mnem_len;
+    static char* _origIDp;       // owned; null for the default
+    static NVList* _log_nvlistp; // name to Log (as a pointer); null before init
+    static std::atomic<int> _syslog_facility;
+    static std::atomic<bool> _mt;         // logger mode
+    static std::atomic<bool> _run_thread; // false asks the logger thread to finish
+    static std::atomic<bool> _enable_ffdc;
+    static FFDC* _ffdc_instance; // owned; null until the first registration
+};
+
+// The open log of that name, or null.
+Log* Log_obj(const char* name);
