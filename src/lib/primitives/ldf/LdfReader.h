@@ -94,6 +94,7 @@ private:
     void _delete_short_file(int fd);
     int _read_header();
     int _short_read(const unsigned char* bytes, size_t got) const;
+    int _end_or_failure() const;
     void _unregister();
     void _close();
 

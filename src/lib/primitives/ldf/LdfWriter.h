@@ -69,23 +69,21 @@ private:
     int _install_new_file(FILE* fp, const ldf_header_t& header);
     int _recover();
     int _read_header();
-    int _write_header(const ldf_header_t& header);
-    size_t _mk_string(const char* filep, const char* func, const char* const (&args)[LDF_MAX_ARGS],
-                      size_t bufsize, char* bufferp) const;
+    int _write_header(ldf_header_t& header);
     bool _ready_for_write();
     int _next();
     void _append(const unsigned char* record, size_t size, char sev, char obj_tag);
     void _unregister();
     void _close();
 
-    int8_t _initialized = 0; // 1 once open has built all names and paths
-    int8_t _opened = 0;      // 1 while _fp is an open file
-    int8_t _lost = 0;        // 1 after a rotation that left no file open: the next write tries again
-    int32_t _active = 0;     // 1 while a write is in progress
-    int32_t _count = 0;      // size of the file in bytes as the writer counts it
-    int32_t _maxlen = 0;     // size at which the file is rotated
-    int32_t _flags = 0;      // stored in new headers
-    FILE* _fp = nullptr;     // owns the current file
+    int8_t _initialized = 0;     // 1 once open has built all names and paths
+    int8_t _opened = 0;          // 1 while _fp is an open file
+    int8_t _rotation_failed = 0; // 1 until a rotation succeeds again; the failure was reported
+    int32_t _active = 0;         // 1 while a write is in progress
+    int32_t _count = 0;          // size of the file in bytes as the writer counts it
+    int32_t _maxlen = 0;         // size at which the file is rotated
+    int32_t _flags = 0;          // stored in new headers
+    FILE* _fp = nullptr;         // owns the current file
     std::unique_ptr<char[]> _namep;
     std::unique_ptr<char[]> _dirp;
     std::unique_ptr<char[]> _pathAp, _pathBp, _pathCp;

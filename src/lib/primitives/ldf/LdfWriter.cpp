@@ -1,0 +1,108 @@
+// Appending of records.
+#include "primitives/ldf/LdfWriter.h"
+
+#include <ctime>
+#include <iterator>
+#include <limits>
+
+#include "platform/unix/QENAssert.h"
+#include "primitives/ldf/LdfFileIo.h"
+#include "primitives/ldf/LdfTrace.h"
+#include "primitives/ldf/QENObjTags.h"
+
+namespace {
+
+constexpr int32_t COUNT_MAX = std::numeric_limits<int32_t>::max();
+
+// The counters of severities 0 to 4 and of object types 0 to 6.
+constexpr int32_t ldf_header_t::*severity_totals[] = {
+    &ldf_header_t::total_critical, &ldf_header_t::total_error, &ldf_header_t::total_warning,
+    &ldf_header_t::total_notice, &ldf_header_t::total_info};
+constexpr int32_t ldf_header_t::*object_totals[] = {
+    &ldf_header_t::total_qen_msg, &ldf_header_t::total_hmx_msg, &ldf_header_t::total_clu_msg,
+    &ldf_header_t::total_grp_msg, &ldf_header_t::total_sys_msg, &ldf_header_t::total_agt_msg,
+    &ldf_header_t::total_res_msg};
+static_assert(std::size(object_totals) == OBJTAG_RES + 1);
+
+// Counters come from a file and may stand anywhere.
+void count_one(int32_t& total) {
+    if (total < COUNT_MAX) ++total;
+}
+
+void count_record(ldf_header_t& h, unsigned char sev, unsigned char obj_tag) {
+    if (sev < std::size(severity_totals)) count_one(h.*severity_totals[sev]);
+    count_one(h.*object_totals[obj_tag]);
+    count_one(h.total_msgs);
+}
+
+} // namespace
+
+void LdfWriter::write(char sev, int time_stamp, char obj_tag, unsigned msgcatID, const char* filep,
+                      int line_no, unsigned seq, const char* func, const char* arg1, const char* arg2,
+                      const char* arg3, const char* arg4, const char* arg5, const char* arg6) {
+    if (_active) return;
+    if (!_opened && !_rotation_failed) return;
+    QEN_CHECK(obj_tag >= OBJTAG_QEN && obj_tag <= OBJTAG_RES);
+    _active = 1;
+    if (_ready_for_write()) {
+        unsigned char record[LDF_RECORD_MAX];
+        char* text = reinterpret_cast<char*>(record) + LDF_RECORD_HEADER_SIZE;
+        const size_t length =
+            ldf_encode_text(filep, func, {arg1, arg2, arg3, arg4, arg5, arg6}, text, LDF_TEXT_MAX);
+        const ldf_msg_header_t fixed = {.data_size = static_cast<uint32_t>(length + 1),
+                                        .version = LDF_RECORD_VERSION,
+                                        .sev = static_cast<int8_t>(sev),
+                                        .timestamp = time_stamp,
+                                        .msgcat_id = msgcatID,
+                                        .obj_type = static_cast<int8_t>(obj_tag),
+                                        .line_no = static_cast<uint32_t>(line_no),
+                                        .seq = seq};
+        ldf_encode_record(fixed, record);
+        _append(record, LDF_RECORD_HEADER_SIZE + fixed.data_size, sev, obj_tag);
+    }
+    _active = 0;
+}
+
+// Makes sure that a file is open with room for a record. False: the record is dropped.
+bool LdfWriter::_ready_for_write() {
+    if (!_opened && _prepare_ldf() != LDF_OK) return false;
+    return _count < _maxlen || _next() == LDF_OK;
+}
+
+// Record first, header after: whatever happens in between, the header on disk describes whole records only.
+// Memory follows the disk, so a failure leaves the next record the place of this one.
+void LdfWriter::_append(const unsigned char* record, size_t size, char sev, char obj_tag) {
+    if (_ldf_header.offset_end > static_cast<size_t>(COUNT_MAX) - size) return; // readers go no further
+    if (!ldf_write_at(fileno(_fp), record, size, _ldf_header.offset_end)) return;
+
+    ldf_header_t updated = _ldf_header;
+    count_record(updated, static_cast<unsigned char>(sev), static_cast<unsigned char>(obj_tag));
+    updated.offset_end += static_cast<uint32_t>(size);
+    if (_write_header(updated) != LDF_OK) {
+        ldf_header_t old = _ldf_header;
+        (void)_write_header(old); // in case the failed write reached the disk in part
+        return;
+    }
+    _ldf_header = updated;
+    _count =
+        _count > COUNT_MAX - static_cast<int32_t>(size) ? COUNT_MAX : _count + static_cast<int32_t>(size);
+}
+
+int LdfWriter::_write_header(ldf_header_t& header) {
+    if (!_opened) return LDF_EFAIL;
+    header.datetime_modify = static_cast<int32_t>(std::time(nullptr));
+    unsigned char bytes[LDF_HEADER_SIZE];
+    ldf_encode_header(header, bytes);
+    return ldf_write_at(fileno(_fp), bytes, sizeof bytes, 0) ? LDF_OK : LDF_EFAIL;
+}
+
+void LdfWriter::set_maxlen(int maxlen) {
+    if (_opened) _maxlen = maxlen < LDF_MIN_MAXLEN ? LDF_MIN_MAXLEN : maxlen;
+}
+
+void LdfWriter::XXDEBUG_OPEN(const char* name) {
+    _debug_fp = ldf_trace_open(_debug_fp, name, "-ldfw");
+}
+void LdfWriter::XXDEBUG(const char* text) {
+    ldf_trace(_debug_fp, text);
+}

@@ -1,0 +1,35 @@
+#include "primitives/ldf/QENObjTags.h"
+
+#include <iterator>
+#include <strings.h>
+
+namespace {
+
+constexpr const char* tag_names[] = {"QEN", "HMX", "CLU", "GRP", "SYS", "AGT", "RES", "XLK"};
+static_assert(std::size(tag_names) == OBJTAG_ERR);
+
+// Bits of a log call's flags word, in order of precedence.
+constexpr struct {
+    int bit;
+    obj_tag_t tag;
+} flag_tags[] = {{1 << 21, OBJTAG_RES}, {1 << 20, OBJTAG_GRP}, {1 << 19, OBJTAG_SYS}, {1 << 22, OBJTAG_AGT}};
+
+} // namespace
+
+const char* QENGetObjTagStr(obj_tag_t code) {
+    const auto i = static_cast<unsigned>(code);
+    return i < std::size(tag_names) ? tag_names[i] : nullptr;
+}
+
+obj_tag_t QENGetObjTag(const char* name) {
+    if (!name) return OBJTAG_ERR;
+    for (unsigned i = 0; i < std::size(tag_names); ++i)
+        if (!strcasecmp(name, tag_names[i])) return static_cast<obj_tag_t>(i);
+    return OBJTAG_ERR;
+}
+
+obj_tag_t QENLogFlagToObjTag(int flags) {
+    for (const auto& entry : flag_tags)
+        if (flags & entry.bit) return entry.tag;
+    return OBJTAG_QEN;
+}

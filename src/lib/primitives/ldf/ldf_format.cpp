@@ -1,0 +1,103 @@
+#include "primitives/ldf/ldf_format.h"
+
+#include <cstring>
+#include <iterator>
+
+const char* ldf_platform_name(int32_t platform) {
+    const auto code = static_cast<uint32_t>(platform);
+    return platform_id_names[code < std::size(platform_id_names) ? code : 0];
+}
+
+namespace {
+
+constexpr size_t SYSTEM_OFFSET = 12;
+constexpr size_t WORDS_OFFSET = SYSTEM_OFFSET + LDF_SYSTEM_SIZE;
+
+// The words from platform to flags, in file order.
+constexpr int32_t ldf_header_t::*WORDS[] = {&ldf_header_t::platform,
+                                            &ldf_header_t::datetime_create,
+                                            &ldf_header_t::datetime_modify,
+                                            &ldf_header_t::total_msgs,
+                                            &ldf_header_t::total_critical,
+                                            &ldf_header_t::total_error,
+                                            &ldf_header_t::total_warning,
+                                            &ldf_header_t::total_notice,
+                                            &ldf_header_t::total_info,
+                                            &ldf_header_t::total_res_msg,
+                                            &ldf_header_t::total_agt_msg,
+                                            &ldf_header_t::total_grp_msg,
+                                            &ldf_header_t::total_sys_msg,
+                                            &ldf_header_t::total_clu_msg,
+                                            &ldf_header_t::total_hmx_msg,
+                                            &ldf_header_t::total_qen_msg,
+                                            &ldf_header_t::flags};
+constexpr size_t OFFSET_END_OFFSET = WORDS_OFFSET + 4 * std::size(WORDS);
+static_assert(OFFSET_END_OFFSET + 4 == LDF_HEADER_SIZE);
+
+void put_int(unsigned char* out, int32_t v) {
+    put_be32(out, static_cast<uint32_t>(v));
+}
+int32_t get_int(const unsigned char* in) {
+    return static_cast<int32_t>(get_be32(in));
+}
+
+} // namespace
+
+void ldf_encode_header(const ldf_header_t& h, unsigned char* out) {
+    put_int(out, h.signature);
+    put_int(out + 4, h.ver_major);
+    put_int(out + 8, h.ver_minor);
+    std::memcpy(out + SYSTEM_OFFSET, h.system, LDF_SYSTEM_SIZE);
+    for (size_t i = 0; i < std::size(WORDS); ++i) put_int(out + WORDS_OFFSET + 4 * i, h.*WORDS[i]);
+    put_be32(out + OFFSET_END_OFFSET, h.offset_end);
+}
+
+int ldf_decode_header(const unsigned char* in, int64_t filesize, ldf_header_t& h) {
+    h = {};
+    h.signature = get_int(in);
+    if (h.signature != LDF_SIGNATURE) return LDF_EFAIL;
+    h.ver_major = get_int(in + 4);
+    if (h.ver_major != LDF_VER_MAJOR) return LDF_EVERSION;
+    h.ver_minor = get_int(in + 8);
+    if (h.ver_minor != LDF_VER_MINOR) return LDF_EVERSION;
+    std::memcpy(h.system, in + SYSTEM_OFFSET, LDF_SYSTEM_SIZE);
+    h.system[LDF_SYSTEM_SIZE - 1] = '\0';
+    for (size_t i = 0; i < std::size(WORDS); ++i) h.*WORDS[i] = get_int(in + WORDS_OFFSET + 4 * i);
+    h.offset_end = get_be32(in + OFFSET_END_OFFSET);
+    return h.offset_end <= filesize ? LDF_OK : LDF_EFAIL;
+}
+
+namespace {
+
+// Appends field and separator at `used`; false when they and a closing NUL do not fit.
+bool append_field(const char* field, char* buf, size_t bufsize, size_t& used) {
+    const size_t room = bufsize - used; // at least 1, for the NUL
+    const size_t len = strnlen(field, room);
+    if (len + 2 > room) return false;
+    char* to = buf + used;
+    std::memcpy(to, field, len);
+    for (void* stray = std::memchr(to, LDF_SEPARATOR, len); stray;
+         stray = std::memchr(to, LDF_SEPARATOR, len))
+        *static_cast<char*>(stray) = '?';
+    to[len] = static_cast<char>(LDF_SEPARATOR);
+    used += len + 1;
+    return true;
+}
+
+const char* or_blank(const char* s) {
+    return s && *s ? s : " ";
+}
+
+} // namespace
+
+size_t ldf_encode_text(const char* filep, const char* func, const char* const (&args)[LDF_MAX_ARGS],
+                       char* buf, size_t bufsize) {
+    size_t used = 0;
+    bool fits =
+        append_field(or_blank(filep), buf, bufsize, used) && append_field(or_blank(func), buf, bufsize, used);
+    for (size_t i = 0; fits && i < LDF_MAX_ARGS && args[i]; ++i)
+        fits = append_field(or_blank(args[i]), buf, bufsize, used);
+    if (!fits) used = 0;
+    buf[used] = '\0';
+    return used;
+}

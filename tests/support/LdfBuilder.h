@@ -1,0 +1,132 @@
+// Builds log data files byte by byte, without the code under test, so that an error in encode and decode
+// cannot cancel out. Defaults give a valid file; every part can be set, and the result damaged.
+//
+//   LdfBuilder().record({.sev = 1, .args = {"res1", "ONLINE"}}).truncate(150).write(path);
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <fstream>
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct LdfTestRecord {
+    uint8_t sev = 4;           // INFO
+    uint8_t obj = 0;           // QEN
+    uint16_t cat = 25;         // high half of the message identity
+    uint16_t num = 30001;      // low half
+    int32_t time = 1794854291; // 2026-11-16 18:38:11 UTC
+    uint32_t line = 42;
+    uint32_t seq = 0xFFFFFFFF;
+    std::string file = "Log";
+    std::string func = "open";
+    std::vector<std::string> args = {};
+    uint8_t version = 1;
+    std::optional<std::string> text = {};   // the whole text part, instead of file, func and args
+    std::optional<uint32_t> data_size = {}; // a length word that need not be true
+};
+
+class LdfBuilder {
+public:
+    // Header fields.
+    LdfBuilder& signature(int32_t v) { return _set(_signature, v); }
+    LdfBuilder& version(int32_t major, int32_t minor) { return _set(_major, major)._set(_minor, minor); }
+    LdfBuilder& system(std::string name) { return _set(_system, std::move(name)); }
+    LdfBuilder& platform(int32_t v) { return _set(_platform, v); }
+    LdfBuilder& created(int32_t v) { return _set(_created, v); }
+    LdfBuilder& modified(int32_t v) { return _set(_modified, v); }
+    LdfBuilder& flags(int32_t v) { return _set(_flags, v); }
+    // Counters and offset_end follow from the records unless they are told.
+    LdfBuilder& total_msgs(int32_t v) { return put32(57, static_cast<uint32_t>(v)); }
+    LdfBuilder& offset_end(uint32_t v) { return put32(113, v); }
+
+    LdfBuilder& record(const LdfTestRecord& r = {}) {
+        _records.push_back(r);
+        return *this;
+    }
+    LdfBuilder& records(int n, const LdfTestRecord& r = {}) {
+        for (int i = 0; i < n; ++i) record(r);
+        return *this;
+    }
+
+    // Damage, done in the order of the calls to the finished bytes.
+    LdfBuilder& truncate(size_t size) {
+        return damage([=](std::string& b) { b.resize(std::min(size, b.size())); });
+    }
+    LdfBuilder& cut(size_t n) { // the last n bytes
+        return damage([=](std::string& b) { b.resize(b.size() - std::min(n, b.size())); });
+    }
+    LdfBuilder& flip(size_t pos, uint8_t mask = 0xFF) {
+        return damage([=](std::string& b) { b.at(pos) = static_cast<char>(b.at(pos) ^ mask); });
+    }
+    LdfBuilder& put32(size_t pos, uint32_t v) {
+        return damage([=](std::string& b) { b.replace(pos, 4, be(v, 4)); });
+    }
+    LdfBuilder& append(std::string bytes) {
+        return damage([bytes = std::move(bytes)](std::string& b) { b += bytes; });
+    }
+    LdfBuilder& damage(std::function<void(std::string&)> fn) {
+        _damage.push_back(std::move(fn));
+        return *this;
+    }
+
+    std::string bytes() const {
+        std::string body;
+        for (const auto& r : _records) body += record_bytes(r);
+        std::string file = _header(static_cast<uint32_t>(117 + body.size())) + body;
+        for (const auto& fn : _damage) fn(file);
+        return file;
+    }
+    void write(const std::string& path) const {
+        std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes();
+    }
+
+    static std::string record_bytes(const LdfTestRecord& r) {
+        std::string text = r.file + '\xFF' + r.func + '\xFF';
+        for (const auto& arg : r.args) text += arg + '\xFF';
+        text += '\0';
+        if (r.text) text = *r.text;
+        const auto size = static_cast<uint32_t>(text.size());
+        return be(r.data_size.value_or(size), 4) + be(r.version, 1) + be(r.sev, 1) +
+               be(static_cast<uint32_t>(r.time), 4) + be(r.cat, 2) + be(r.num, 2) + be(r.obj, 1) +
+               be(r.line, 4) + be(r.seq, 4) + text;
+    }
+    static std::string be(uint32_t v, int n) {
+        std::string s;
+        while (n-- > 0) s += static_cast<char>(v >> (8 * n));
+        return s;
+    }
+
+private:
+    template <class T, class V>
+    LdfBuilder& _set(T& field, V&& value) {
+        field = std::forward<V>(value);
+        return *this;
+    }
+    uint32_t _count(uint8_t LdfTestRecord::*field, int value) const {
+        uint32_t n = 0;
+        for (const auto& r : _records) n += r.*field == value;
+        return n;
+    }
+    std::string _header(uint32_t offset_end) const {
+        std::string h = be(static_cast<uint32_t>(_signature), 4) + be(static_cast<uint32_t>(_major), 4) +
+                        be(static_cast<uint32_t>(_minor), 4);
+        std::string name = _system;
+        name.resize(33);
+        h += name;
+        for (int32_t v : {_platform, _created, _modified}) h += be(static_cast<uint32_t>(v), 4);
+        h += be(static_cast<uint32_t>(_records.size()), 4);
+        for (int sev : {0, 1, 2, 3, 4}) h += be(_count(&LdfTestRecord::sev, sev), 4);
+        for (int obj : {6, 5, 3, 4, 2, 1, 0}) h += be(_count(&LdfTestRecord::obj, obj), 4);
+        return h + be(static_cast<uint32_t>(_flags), 4) + be(offset_end, 4);
+    }
+
+    int32_t _signature = 22900, _major = 3, _minor = 0;
+    std::string _system = "node1";
+    int32_t _platform = 6, _created = 1794854290, _modified = 1794854299, _flags = 0;
+    std::vector<LdfTestRecord> _records;
+    std::vector<std::function<void(std::string&)>> _damage;
+};
