@@ -27,6 +27,7 @@
 #include "primitives/message/MsgElem.h"
 #include "primitives/values/msg_result.h"
 
+class ValueElem;
 class VList;
 
 inline constexpr int16_t MSG_MAX_ID = 78;
@@ -102,7 +103,7 @@ public:
     msg_result del_elem(int16_t id);
 
     // Replaces the elements of an id that is present (MSG_EBADID otherwise) by the value, encoded at the end:
-    // a scalar for integer, string and block, a vector for message and list. Values may lie in this message.
+    // a scalar for integer, string and block, a vector for message and list. Bytes may lie in this message.
     // A message to be set must not be one that the id owns. When the value is refused the old elements are
     // kept, encoded anew. The list form is for vector ids only (fatal).
     msg_result set(int16_t id, int32_t value);
@@ -136,23 +137,24 @@ private:
     static constexpr uint8_t DELETED = 2; // an element was deleted; stays set
     static constexpr uint8_t HAS_EOM = 4; // the end marker is the last byte
 
-    // Where an item was put: its bytes, and the segment that was opened for it or null.
+    // Where an item was put, and the segment that was opened for it or null.
     struct Place {
         char* item;
         char* segment;
     };
 
-    msg_result _check_scalar(int16_t id) const;
-    msg_result _check_vector(int16_t id) const;
-    msg_result _check_room(int64_t nbytes) const;
+    msg_result _may_append(int16_t id) const;
+    msg_result _make_room(int64_t nbytes);
     msg_result _add_bytes(int16_t id, uint8_t type, const void* data, int32_t len);
     msg_result _append_bytes(int16_t id, uint8_t type, const void* data, int32_t len);
-    msg_result _append_value(int16_t id, const class ValueElem& value);
-    char* _reserve(int32_t nbytes);
-    Place _reserve_item(int16_t id, int32_t nbytes);
+    msg_result _append_value(int16_t id, const ValueElem& value);
+    msg_result _append_closed(int16_t id, MsgStruct* msg, bool ref);
+    char* _reserve(int64_t nbytes);
+    Place _reserve_item(int16_t id, int64_t nbytes);
     void _index(int16_t id, uint8_t dim, MsgElem* elem);
     void _remove_eom();
     void _drop(int16_t id);
+    int64_t _encoded_bytes() const;
     msg_result _copy_elems(const MsgStruct* origmsg, int16_t ID);
     msg_result _copy_elem(int16_t id, const MsgElem& elem, bool scalar);
     template <class Add>

@@ -1,0 +1,138 @@
+#include "network/NetBuffer.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "platform/unix/QENAssert.h"
+
+NetBuffer::NetBuffer()
+    : _buffer(_defaultBuffer), _buffersize(0), _totalbuffersize(DEFAULT_SIZE),
+      _defaultbuffersize(DEFAULT_SIZE), _next(nullptr), _defaultBuffer{} {}
+
+NetBuffer::NetBuffer(int32_t size)
+    : _buffer(_defaultBuffer), _buffersize(0), _totalbuffersize(std::max(size, 0)),
+      _defaultbuffersize(_totalbuffersize), _next(nullptr) {
+    if (size > DEFAULT_SIZE) {
+        _buffer = new char[static_cast<size_t>(size)];
+        if (_buffer == nullptr) QEN_CHECK(0);
+    }
+    std::memset(_buffer, 0, static_cast<size_t>(std::max(size, DEFAULT_SIZE)));
+}
+
+NetBuffer::~NetBuffer() {
+    if (_has_heap_store()) delete[] _buffer;
+}
+
+char* NetBuffer::_allocate_chained(int32_t n, NetBufferList* list) {
+    if (prepareforappend(n, list) != 0) return nullptr;
+    return list->tail()->allocate(n, list);
+}
+
+int32_t NetBuffer::prepareforappend(int32_t n, NetBufferList* list) {
+    if (n < 0 || list == nullptr) return -1;
+    list->append_buf(new NetBuffer(std::max(_defaultbuffersize, n)));
+    return 0;
+}
+
+// The least number of whole growth units that is more than bytes.
+int64_t NetBuffer::_whole_units(int64_t bytes) const {
+    const int64_t unit = std::max(_defaultbuffersize, 1);
+    return unit * (bytes / unit + 1);
+}
+
+// Continues in `store` of `total` bytes, which holds the used bytes already.
+void NetBuffer::_replace_store(char* store, int32_t total) {
+    if (_has_heap_store()) delete[] _buffer;
+    _buffer = store;
+    _totalbuffersize = total;
+}
+
+int32_t NetBuffer::prepareforappend(int32_t n) {
+    const int64_t needed = int64_t{_buffersize} + n;
+    if (n <= 0 || needed <= _totalbuffersize || needed > std::numeric_limits<int32_t>::max())
+        return _totalbuffersize;
+    const int64_t total = std::min<int64_t>(_whole_units(needed), std::numeric_limits<int32_t>::max());
+    char* _tmpBuffer = new char[static_cast<size_t>(total)]();
+    QEN_CHECK(_tmpBuffer != NULL);
+    std::memcpy(_tmpBuffer, _buffer, static_cast<size_t>(_buffersize));
+    _replace_store(_tmpBuffer, static_cast<int32_t>(total));
+    return _totalbuffersize;
+}
+
+int32_t NetBuffer::append(const char* data, int32_t n) {
+    if (n <= 0 || data == nullptr) return _buffersize;
+    prepareforappend(n);
+    if (n > _totalbuffersize - _buffersize) QEN_CHECK(0);
+    std::memcpy(_buffer + _buffersize, data, static_cast<size_t>(n));
+    _buffersize += n;
+    return _buffersize;
+}
+
+int32_t NetBuffer::remove(int32_t n) {
+    if (n == 0) return 0;
+    if (n < 0 || n > _buffersize) return -1;
+    const int32_t reqsize = _buffersize - n;
+    const int64_t allocneededbytes =
+        reqsize >= _defaultbuffersize ? _whole_units(reqsize) : int64_t{_defaultbuffersize};
+    if (_totalbuffersize > allocneededbytes) {
+        char* _tmpBuffer = new char[static_cast<size_t>(allocneededbytes)]();
+        QEN_CHECK(_tmpBuffer != NULL);
+        QEN_CHECK(reqsize <= allocneededbytes);
+        std::memcpy(_tmpBuffer, _buffer + n, static_cast<size_t>(reqsize));
+        _replace_store(_tmpBuffer, static_cast<int32_t>(allocneededbytes));
+    } else {
+        std::memmove(_buffer, _buffer + n, static_cast<size_t>(reqsize));
+    }
+    _buffersize = reqsize;
+    return _buffersize;
+}
+
+void NetBuffer::decbuffersize(NetBufferList* list) {
+    if (_buffersize != 1) return decbuffersize();
+    _buffersize = 0;
+    list->remove_buf(this);
+    if (!list->is_embedded(this)) delete this;
+}
+
+NetBufferList::NetBufferList() : _head(&_nbuf), _tail(&_nbuf), _count(1) {}
+
+NetBufferList::~NetBufferList() {
+    for (NetBuffer* bufp = _head; bufp != nullptr;) {
+        NetBuffer* next = bufp->_next;
+        if (!is_embedded(bufp)) delete bufp;
+        bufp = next;
+    }
+}
+
+void NetBufferList::append_buf(NetBuffer* bufp) {
+    if (_count == 0) {
+        QEN_CHECK(_head == NULL && _tail == NULL);
+        _head = bufp;
+    } else {
+        QEN_CHECK(_tail != NULL && _head != NULL);
+        _tail->_next = bufp;
+    }
+    _tail = bufp;
+    bufp->_next = nullptr;
+    ++_count;
+}
+
+void NetBufferList::remove_buf(NetBuffer* bufp) {
+    NetBuffer* prev = nullptr;
+    NetBuffer* cur = _head;
+    while (cur != nullptr && cur != bufp) {
+        prev = cur;
+        cur = cur->_next;
+    }
+    if (cur != nullptr) {
+        (prev != nullptr ? prev->_next : _head) = cur->_next;
+        if (_tail == cur) _tail = prev;
+        cur->_next = nullptr;
+    }
+    --_count;
+    if (_head == nullptr) {
+        QEN_CHECK(_count == 0);
+        _tail = nullptr;
+    }
+}

@@ -1,0 +1,286 @@
+#include "primitives/message/MsgStruct.h"
+
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "platform/unix/ByteOrder.h"
+#include "platform/unix/QENAssert.h"
+#include "primitives/values/VList.h"
+
+namespace {
+
+constexpr int32_t TYPE_SIZE = 1;
+constexpr int32_t LENGTH_SIZE = 4;
+constexpr int32_t S32_SIZE = 4;
+constexpr int32_t EOM_SIZE = 1;
+constexpr int32_t SEGMENT_SIZE = TYPE_SIZE + MsgStruct::ID_SIZE + 1; // VTYPE_VEC, id, closing 0
+constexpr int32_t SIZE_OFFSET = 3 + 4;                               // of the encoded size in the prefix
+
+bool is_valid(int16_t id) {
+    return id >= 0 && id <= MSG_MAX_ID;
+}
+
+char* put_type(char* p, uint8_t type) {
+    *p = static_cast<char>(type);
+    return p + TYPE_SIZE;
+}
+
+char* put_id(char* p, int16_t id) {
+    put_be16(p, static_cast<uint16_t>(id));
+    return p + MsgStruct::ID_SIZE;
+}
+
+char* put_s32(char* p, int64_t value) {
+    put_be32(p, static_cast<uint32_t>(value));
+    return p + S32_SIZE;
+}
+
+// Bytes of a string or block; for a string, a len of 0 stands for the text and its NUL.
+int64_t byte_count(uint8_t type, const void* data, int32_t len) {
+    if (type != VTYPE_STR || len != 0) return len;
+    return static_cast<int64_t>(std::strlen(static_cast<const char*>(data))) + 1;
+}
+
+// Writes length and bytes, and returns the address of the bytes.
+char* put_bytes(char* p, const void* data, int64_t nbytes) {
+    char* bytes = put_s32(p, nbytes);
+    std::memcpy(bytes, data, static_cast<size_t>(nbytes));
+    return bytes;
+}
+
+} // namespace
+
+const char MsgStruct::HEADER_STR[] = {'I', 'P', 'M', 1,         0, 0, 0, 0,
+                                      0,   0,   0,   VTYPE_HDR, 0, 0, 0, sizeof(MessageHdr)};
+
+MsgStruct::MsgStruct() {
+    char* p = _reserve(PREFIX_SIZE + HDR_SIZE);
+    std::memcpy(p, HEADER_STR, sizeof HEADER_STR);
+    _head = new (p + sizeof HEADER_STR) MessageHdr{};
+    _msghdr.sethdr(_head);
+}
+
+MsgStruct::~MsgStruct() {
+    for (MsgElemList* elemlist : _val) delete elemlist;
+    _msghdr.sethdr(nullptr); // the header lies in the first buffer
+}
+
+// Reserves bytes at the end of the last buffer. The caller has made sure with _make_room that it can be done.
+char* MsgStruct::_reserve(int64_t nbytes) {
+    return _nblv.tail()->allocate(static_cast<int32_t>(nbytes), &_nblv);
+}
+
+// Opens the end of the message for nbytes more; the end marker must not stand between elements.
+msg_result MsgStruct::_make_room(int64_t nbytes) {
+    if (_nblv.tail() == nullptr || _nwsize + nbytes > std::numeric_limits<int32_t>::max()) return MSG_ENOMEM;
+    _remove_eom();
+    return MSG_SOK;
+}
+
+// A buffer that held nothing but the marker goes with it: the byte before the end, which may be the closing 0
+// of a segment that continues, must be the last one of the last buffer.
+void MsgStruct::_remove_eom() {
+    if (!has_eom()) return;
+    _nblv.tail()->decbuffersize(&_nblv);
+    --_nwsize;
+    _flags &= static_cast<uint8_t>(~HAS_EOM);
+}
+
+// Adds an encoded element to the index. The element list of an absent id is made only here, so that a failed
+// add leaves none behind.
+void MsgStruct::_index(int16_t id, uint8_t dim, MsgElem* elem) {
+    MsgElemList*& elemlist = _val[id];
+    if (elemlist == nullptr) elemlist = new MsgElemList(dim);
+    elemlist->append_elem(elem);
+    _previd = id;
+}
+
+msg_result MsgStruct::add_elem(int16_t id, int32_t value) {
+    QEN_CHECK(is_modifiable());
+    if (!is_valid(id)) return MSG_EBADID;
+    if (_val[id] != nullptr) return MSG_EEXISTS;
+    constexpr int32_t size = TYPE_SIZE + ID_SIZE + S32_SIZE;
+    if (msg_result rc = _make_room(size)) return rc;
+
+    char* location = _reserve(size);
+    put_s32(put_id(put_type(location, VTYPE_S32), id), value);
+    _nwsize += size;
+    _index(id, MSG_DIM_SCALAR, new MsgElem(value, location));
+    return MSG_SOK;
+}
+
+msg_result MsgStruct::add_elem(int16_t id, const char* s, int32_t len) {
+    return _add_bytes(id, VTYPE_STR, s, len);
+}
+
+msg_result MsgStruct::add_elem(int16_t id, const void* p, int32_t len) {
+    return _add_bytes(id, VTYPE_PTR, p, len);
+}
+
+msg_result MsgStruct::_add_bytes(int16_t id, uint8_t type, const void* data, int32_t len) {
+    QEN_CHECK(is_modifiable());
+    if (!is_valid(id)) return MSG_EBADID;
+    if (data == nullptr || len < 0) return MSG_EINVAL;
+    if (_val[id] != nullptr) return MSG_EEXISTS;
+    const int64_t nbytes = byte_count(type, data, len);
+    const int64_t size = TYPE_SIZE + ID_SIZE + LENGTH_SIZE + nbytes;
+    if (msg_result rc = _make_room(size)) return rc;
+
+    char* location = _reserve(size);
+    char* bytes = put_bytes(put_id(put_type(location, type), id), data, nbytes);
+    _nwsize += static_cast<int32_t>(size);
+    _index(id, MSG_DIM_SCALAR,
+           new MsgElem(type, bytes, static_cast<int32_t>(nbytes), /*ref=*/true, location));
+    return MSG_SOK;
+}
+
+msg_result MsgStruct::_may_append(int16_t id) const {
+    QEN_CHECK(is_modifiable());
+    if (!is_valid(id)) return MSG_EBADID;
+    if (_val[id] != nullptr && _val[id]->is_scalar()) return MSG_EBADOP;
+    return MSG_SOK;
+}
+
+// Reserves an item of the vector id and closes the segment behind it. The segment is still open when the id
+// was added last; then the item takes the place of its closing 0. Otherwise a segment is opened first.
+MsgStruct::Place MsgStruct::_reserve_item(int16_t id, int64_t nbytes) {
+    Place place{nullptr, nullptr};
+    if (_previd != id || _val[id] == nullptr) {
+        place.segment = _reserve(SEGMENT_SIZE);
+        *put_id(put_type(place.segment, VTYPE_VEC), id) = 0;
+        _nwsize += SEGMENT_SIZE;
+    }
+    NetBuffer* last = _nblv.tail();
+    place.item = _reserve(nbytes);
+    if (_nblv.tail() == last) {
+        --place.item;
+        place.item[nbytes] = 0;
+    } else { // the item begins a new buffer, so the closing 0 is dropped from the one before
+        last->decbuffersize(&_nblv);
+        *_reserve(1) = 0;
+    }
+    _nwsize += static_cast<int32_t>(nbytes);
+    return place;
+}
+
+msg_result MsgStruct::append_elem(int16_t id, int32_t value) {
+    if (msg_result rc = _may_append(id)) return rc;
+    constexpr int32_t size = TYPE_SIZE + S32_SIZE;
+    if (msg_result rc = _make_room(SEGMENT_SIZE + size)) return rc;
+
+    const Place place = _reserve_item(id, size);
+    put_s32(put_type(place.item, VTYPE_S32), value);
+    _index(id, MSG_DIM_VECTOR, new MsgElem(value, place.segment));
+    return MSG_SOK;
+}
+
+msg_result MsgStruct::append_elem(int16_t id, const char* s, int32_t len) {
+    return _append_bytes(id, VTYPE_STR, s, len);
+}
+
+msg_result MsgStruct::append_elem(int16_t id, const void* p, int32_t len) {
+    return _append_bytes(id, VTYPE_PTR, p, len);
+}
+
+msg_result MsgStruct::_append_bytes(int16_t id, uint8_t type, const void* data, int32_t len) {
+    if (data == nullptr || len < 0) return MSG_EINVAL;
+    if (msg_result rc = _may_append(id)) return rc;
+    const int64_t nbytes = byte_count(type, data, len);
+    const int64_t size = TYPE_SIZE + LENGTH_SIZE + nbytes;
+    if (msg_result rc = _make_room(SEGMENT_SIZE + size)) return rc;
+
+    const Place place = _reserve_item(id, size);
+    char* bytes = put_bytes(put_type(place.item, type), data, nbytes);
+    _index(id, MSG_DIM_VECTOR,
+           new MsgElem(type, bytes, static_cast<int32_t>(nbytes), /*ref=*/true, place.segment));
+    return MSG_SOK;
+}
+
+msg_result MsgStruct::append_elem(int16_t id, MsgStruct* msg, bool ref) {
+    if (msg == nullptr || msg == this) return MSG_EINVAL;
+    if (msg_result rc = _may_append(id)) return rc;
+    const bool had_eom = msg->has_eom();
+    if (msg_result rc = msg->addeom()) return rc;
+    const msg_result rc = _append_closed(id, msg, ref);
+    if (rc != MSG_SOK && !had_eom) msg->_remove_eom();
+    return rc;
+}
+
+// Bytes in the buffers behind the prefix. Equals _nwsize unless somebody has set that to something else.
+int64_t MsgStruct::_encoded_bytes() const {
+    int64_t nbytes = -PREFIX_SIZE;
+    for (const NetBuffer* bufp = _nblv.head(); bufp != nullptr; bufp = bufp->next())
+        nbytes += bufp->getbuffersize();
+    return nbytes;
+}
+
+// Nests a message that has its end marker.
+msg_result MsgStruct::_append_closed(int16_t id, MsgStruct* msg, bool ref) {
+    if (msg->_encoded_bytes() != msg->_nwsize) return MSG_EMSG;
+    const int64_t size = TYPE_SIZE + int64_t{msg->_nwsize};
+    if (msg_result rc = _make_room(SEGMENT_SIZE + size)) return rc;
+
+    const Place place = _reserve_item(id, size);
+    char* p = put_type(place.item, VTYPE_MSG);
+    int32_t skip = PREFIX_SIZE; // which lies whole in the first buffer
+    for (const NetBuffer* bufp = msg->_nblv.head(); bufp != nullptr; bufp = bufp->next()) {
+        const auto nbytes = static_cast<size_t>(bufp->getbuffersize() - skip);
+        std::memcpy(p, bufp->getbuffer() + skip, nbytes);
+        p += nbytes;
+        skip = 0;
+    }
+    _index(id, MSG_DIM_VECTOR, new MsgElem(msg, msg->_nwsize, ref, place.segment));
+    msg->_flags &= static_cast<uint8_t>(~MODIFIABLE);
+    return MSG_SOK;
+}
+
+msg_result MsgStruct::append_elem(int16_t id, const VList* list) {
+    if (list == nullptr) return MSG_EINVAL;
+    if (list->count() == 0) return MSG_EFAIL;
+    for (VElem* velemp = list->head(); velemp != nullptr; velemp = velemp->next()) {
+        const msg_result rc = _append_value(id, *velemp->value());
+        if (rc == MSG_SOK) continue;
+        if (rc != MSG_EBADID && _val[id] != nullptr) _drop(id);
+        return rc;
+    }
+    return MSG_SOK;
+}
+
+msg_result MsgStruct::_append_value(int16_t id, const ValueElem& value) {
+    if (!is_valid(id)) return MSG_EBADID;
+    switch (value.vtype()) {
+    case VTYPE_S32: return append_elem(id, value.gets32());
+    case VTYPE_STR: return append_elem(id, value.getstr(), 0);
+    case VTYPE_PTR: return append_elem(id, value.getptr(), value.size());
+    case VTYPE_MSG: break;
+    default: return MSG_EINVAL;
+    }
+    if (value.ref() != 0 || value.getmsg() == nullptr) return append_elem(id, value.getmsg(), /*ref=*/true);
+    MsgStruct* copy = value.getmsg()->deep_dup();
+    if (copy == nullptr) return MSG_ENOMEM;
+    const msg_result rc = append_elem(id, copy, /*ref=*/false);
+    if (rc != MSG_SOK) delete copy;
+    return rc;
+}
+
+msg_result MsgStruct::addeom() {
+    if (_nblv.tail() == nullptr) return MSG_EFAIL;
+    if (!has_eom()) {
+        if (_nwsize == 0) return MSG_EBUFLEN;
+        if (msg_result rc = _make_room(EOM_SIZE)) return rc;
+        put_type(_reserve(EOM_SIZE), VTYPE_EOM);
+        _nwsize += EOM_SIZE;
+        _flags |= HAS_EOM;
+    }
+    put_s32(_nblv.head()->getbuffer() + SIZE_OFFSET, _nwsize);
+    return MSG_SOK;
+}
+
+MsgElem* MsgStruct::find(int16_t id) const {
+    return is_valid(id) && _val[id] != nullptr ? _val[id]->head() : nullptr;
+}
+
+uint32_t MsgStruct::getcount(int16_t id) const {
+    return is_valid(id) && _val[id] != nullptr ? _val[id]->getcount() : 0;
+}

@@ -1,0 +1,112 @@
+// QENUtils::get_system: under which name this system writes.
+#include <fcntl.h>
+#include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/unix/QENDefaults.h"
+#include "platform/unix/QENPlatform.h"
+#include "primitives/utils/QENUtils.h"
+
+namespace {
+
+// The configuration file holds lines of name=value; a line that begins with '#' and the rest of a line
+// behind one are comments. Names compare ignoring case, the first line of a name counts.
+constexpr char CONF_FILE[] = "/taq.conf";
+constexpr char LOCAL_NAME[] = "LOCAL_NAME";
+constexpr size_t LINE_SIZE = 4096; // newline and NUL included; a longer line is no entry beyond its cut
+constexpr size_t PATH_SIZE = 4096;
+constexpr size_t NAME_SIZE = 64; // of the name in the environment
+constexpr size_t NODE_SIZE = 256;
+
+struct FileCloser {
+    void operator()(std::FILE* fp) const { (void)std::fclose(fp); } // only read from
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+std::string_view trim(std::string_view text) {
+    constexpr char WHITE[] = " \t\r\n\f\v";
+    const size_t first = text.find_first_not_of(WHITE);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(WHITE) - first + 1);
+}
+
+char* new_string(std::string_view text) {
+    char* copy = new char[text.size() + 1];
+    std::memcpy(copy, text.data(), text.size());
+    copy[text.size()] = '\0';
+    return copy;
+}
+
+// A file that is not a regular one (a FIFO would wait for its writer) counts as absent.
+File open_configuration() {
+    char path[PATH_SIZE];
+    const bool moved = QENGetenv(QEN_ENV_CONF_DIR, path, sizeof path) == 0;
+    const std::string file = std::string(moved ? path : QEN_DEFAULT_CONF_DIR) + CONF_FILE;
+    const int fd = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) return nullptr;
+    struct stat st;
+    std::FILE* fp = fstat(fd, &st) == 0 && S_ISREG(st.st_mode) ? fdopen(fd, "r") : nullptr;
+    if (fp == nullptr) close(fd);
+    return File(fp);
+}
+
+// Reads the next line, cut at LINE_SIZE - 1 bytes; the rest of a longer one is passed over.
+bool read_line(std::FILE* fp, char (&line)[LINE_SIZE]) {
+    if (std::fgets(line, sizeof line, fp) == nullptr) return false;
+    if (std::strchr(line, '\n') != nullptr) return true;
+    for (int c = std::getc(fp); c != EOF && c != '\n';) c = std::getc(fp);
+    return true;
+}
+
+// The value of an entry of this name; data() is null when the line is another entry, a comment or none.
+std::string_view value_of(std::string_view line, std::string_view name) {
+    const size_t equals = line.find('=');
+    if (equals == std::string_view::npos || trim(line).front() == '#') return {};
+    const std::string_view found = trim(line.substr(0, equals));
+    if (found.size() != name.size() || strncasecmp(found.data(), name.data(), name.size()) != 0) return {};
+    const std::string_view value = line.substr(equals + 1);
+    return value.substr(0, value.find_first_of("#\r\n"));
+}
+
+// The first word of the entry LOCAL_NAME; null when there is none.
+char* configured_name() {
+    const File fp = open_configuration();
+    char line[LINE_SIZE];
+    while (fp != nullptr && read_line(fp.get(), line)) {
+        const std::string_view value = value_of(line, LOCAL_NAME);
+        if (value.data() == nullptr) continue;
+        const std::string_view text = trim(value);
+        const std::string_view word = text.substr(0, text.find_first_of(" \t"));
+        return word.empty() ? nullptr : new_string(word);
+    }
+    return nullptr;
+}
+
+bool is_name_char(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '_';
+}
+
+char* node_name() {
+    char node[NODE_SIZE];
+    QENGetSystemName(node, sizeof node);
+    size_t len = 0;
+    while (is_name_char(node[len])) ++len;
+    return new_string({node, len});
+}
+
+} // namespace
+
+char* QENUtils::get_system() {
+    char name[NAME_SIZE];
+    if (QENGetenv(QEN_ENV_LOCAL_NAME, name, sizeof name) == 0) return new_string(name);
+    char* configured = configured_name();
+    return configured != nullptr ? configured : node_name();
+}
