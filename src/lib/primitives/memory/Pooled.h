@@ -1,0 +1,32 @@
+// Class-level allocation: a class derived from Pooled<MEM_XXX> allocates its objects and arrays from taq_mem
+// under that memory type.
+//   class VElem : public Pooled<MEM_VELEM> { ... };
+// A class with two such bases must name the one it means: `using Pooled<MEM_B>::operator new;` and alike for
+// the other operators.
+#pragma once
+
+#include <cstddef>
+#include <new>
+
+#include "primitives/memory/Memory.h"
+
+template <int TYPE>
+class Pooled {
+    static_assert(TYPE >= 0 && TYPE < MEMORY_MAX_TYPES);
+
+public:
+    static void* operator new(size_t size) { return taq_mem.get(0, size, TYPE); }
+    static void* operator new[](size_t size) { return operator new(size); }
+    static void operator delete(void* p) noexcept { taq_mem.release(p, TYPE); }
+    static void operator delete[](void* p) noexcept { operator delete(p); }
+
+    // A class-level operator hides these global forms.
+    static void* operator new(size_t size, const std::nothrow_t&) noexcept { return operator new(size); }
+    static void* operator new[](size_t size, const std::nothrow_t&) noexcept { return operator new(size); }
+    static void* operator new(size_t, void* place) noexcept { return place; }
+    static void* operator new[](size_t, void* place) noexcept { return place; }
+    static void operator delete(void* p, const std::nothrow_t&) noexcept { operator delete(p); }
+    static void operator delete[](void* p, const std::nothrow_t&) noexcept { operator delete(p); }
+    static void operator delete(void*, void*) noexcept {}
+    static void operator delete[](void*, void*) noexcept {}
+};
