@@ -181,11 +181,11 @@ public:
 
 private:
     enum flag : uint8_t { CASE_SENSITIVE = 1, NAME_REF = 2, KEY_LIST = 4, KEY_SORTED = 8 };
-    enum place { AT_TAIL, AT_HEAD };
+    enum list_end { AT_TAIL, AT_HEAD };
     enum anchor_side { BEFORE_ANCHOR, AFTER_ANCHOR };
 
     // The adders return the new entry, still without value, or null when the name was refused.
-    NVElem* _add(const char* name, NVElem** out, bool check, place where);
+    NVElem* _add(const char* name, NVElem** out, bool check, list_end where);
     NVElem* _add_at(const char* anchor, const char* name, NVElem** out, anchor_side side, int& result);
     NVElem* _add_ascending(const char* name, NVElem** out, bool check);
     template <class... V>
@@ -197,7 +197,7 @@ private:
 
     NVElem* _find(const char* name, bool sensitive) const;
     int _order(const char* a, const char* b) const;
-    void _link(NVElem* fresh, NVElem* before, place where);
+    void _link(NVElem* fresh, NVElem* at, list_end where);
     void _set_flag(flag bit, bool on) { _flags = static_cast<uint8_t>(on ? _flags | bit : _flags & ~bit); }
 
     DList _dlist; // its object is this

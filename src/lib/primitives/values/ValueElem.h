@@ -91,8 +91,8 @@ public:
     // cell becomes VTYPE_NULL. The scope is not copied. The own value may be part of src or the reverse.
     void set(const ValueElem* src);
 
-    // Makes the owned string `value` the value of a cell that holds a string or nothing. The cell shows the
-    // old or the new string at every moment, and the old one is freed last: a signal handler may look.
+    // As set(value, 0), but a cell that holds a string or nothing shows the old or the new string at every
+    // moment, and the old one is freed last: a signal handler may look.
     void replace_str(char* value);
 
     // The stored member, its type unchecked.
