@@ -23,12 +23,15 @@ public:
 
     // The local time t as text, valid until the next call; empty when it does not fit SIZE.
     std::string_view at(time_t t) {
-        if (t == _time && _same_locale()) return text();
+        if (t == _time && _kind != NOTHING && _same_locale()) return text();
         return _at(t);
     }
 
     // Starts over: the next text is made with the time zone of that moment.
-    void forget() { _kind = NOTHING; }
+    void forget() {
+        _kind = NOTHING;
+        _proven_for.clear();
+    }
 
 private:
     enum Kind {
@@ -36,24 +39,21 @@ private:
         SINGLE,   // _text is of _time; the hour from _hour on has not been looked at
         PATCHABLE // as SINGLE, and any second of the hour can be made from _text
     };
-    struct Places {
-        size_t minute;
-        size_t second;
-    };
-
     std::string_view text() const { return {_text.data(), _len}; }
     bool _same_locale() const;
     std::string_view _at(time_t t);
     void _format_anew(time_t t);
-    bool _find_places(const struct tm& of_hour);
-    bool _digits_are_in_place(struct tm of_hour, Places places) const;
+    bool _find_places();
+    bool _locate(const char* start, const char* probe, size_t len);
+    bool _digits_are_in_place(struct tm of_hour, const char* start, size_t len) const;
 
     const char* _format;
     Kind _kind = NOTHING;
-    bool _tried = false;     // the hour was looked at; kept so that a bad one is not tried for each second
-    time_t _time = 0;        // of _text
-    time_t _hour = 0;        // first second of the hour of _time
-    Places _places = {};     // of the digits in _text; valid in PATCHABLE
+    bool _tried = false;   // the hour was looked at; kept so that a bad one is not tried for each second
+    time_t _time = 0;      // of _text
+    time_t _hour = 0;      // first second of the hour of _time
+    size_t _minute_at = 0; // places of the digits in _text; valid in PATCHABLE
+    size_t _second_at = 0;
     std::string _locale;     // LC_TIME of _text
     std::string _proven_for; // LC_TIME for which all digits were tried
     size_t _len = 0;

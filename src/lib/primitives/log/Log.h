@@ -195,7 +195,7 @@ public:
 
     // One scale for both, 0 to 57: what records of log data files carry.
     static constexpr int logical_sev(ulog_app_sev sev) { return sev; }
-    static constexpr int logical_sev(ulog_dbg_lev lev) { return lev + SEV_APP_END; }
+    static constexpr int logical_sev(ulog_dbg_lev lev) { return static_cast<int>(lev) + SEV_APP_END; }
     // The logical severity of a tag 'A' to 'Z'; SEV_INFO for any other character.
     static constexpr int log_tag_to_sev(char tag) { return tag >= 'A' && tag <= 'Z' ? tag - 'A' : SEV_INFO; }
 
@@ -261,41 +261,43 @@ private:
     friend Log* Log_obj(const char* name);
 
     // LogInit.cpp
-    static const char* _mnem() { return _mnemp != nullptr ? _mnemp : LOG_DEFAULT_MNEMONIC; }
-    static std::string_view _mnemonic() { return {_mnem(), static_cast<size_t>(_mnem_len)}; }
-    static const char* _originator() { return _origIDp != nullptr ? _origIDp : LOG_DEFAULT_ORIGINATOR; }
+    static void _set_identity(const char* mnemp, const char* origIDp);
+    static std::string_view _mnemonic() { return {_mnemp, static_cast<size_t>(_mnem_len)}; }
+    static std::string_view _originator() { return {_origIDp, _origID_len}; }
 
     // Log.cpp
-    int _register(const char* namep);
-    void _unregister();
-    void _close();
+    void _release();
+    void _open_stream(FILE* fp);
     int _open_file_log();
     int _make_paths();
     void _open_ldf();
-    void _init_i18n();
+    void** _catalogs() { return _i18nh != nullptr || _open_catalogs() ? &_i18nh : nullptr; }
+    bool _open_catalogs();
     void _forget_texts();
     bool _on_terminal_stream() const { return _fp == stdout || _fp == stderr; }
 
     // LogFile.cpp
     void _next();
-    void _reopen_stream();
     void _rotate_files();
     void _write_file_header();
     void _add_count(size_t bytes);
 
-    // LogWrite.cpp
-    int _effective_flags(int flags) const;
-    bool _accepts(int sev, int flags) const;
+    // LogClassify.cpp
     bool _classify(LogMessage& m);
     bool _classify_plain(LogMessage& m);
     bool _classify_log_add(LogMessage& m);
     bool _classify_identified(LogMessage& m);
+    int _line_flags(int flags) const;
+    bool _has_debug_flag(int level, int flag) const;
+
+    // LogWrite.cpp
+    bool _accepts(int sev, int flags) const;
     void _write_message(const LogMessage& m);
-    size_t _put_head(const LogMessage& m, LineBuffer& line);
+    void _write_line(const LogMessage& m);
+    void _put_head(const LogMessage& m, LineBuffer& line);
     bool _put_localized(const LogMessage& m, LineBuffer& line);
-    void _put_source(const LogMessage& m, LineBuffer& line);
-    void _write_ldf(const LogMessage& m);
-    static bool _queue(vlog_msg_t* msgp);
+    static void _put_source(const LogMessage& m, LineBuffer& line);
+    void _copy_to_ldf(const LogMessage& m);
 
     // LogCache.cpp
     void _cache_add(const LogMessage& m, int16_t args_id);
@@ -305,16 +307,24 @@ private:
                        size_t argc);
     void _display_delimited(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,
                             const std::string_view* argv, size_t argc);
-    bool _catalog_text(uint32_t msgcat_id, const std::string_view* argv, size_t argc, LineBuffer& line);
+    bool _catalog_text(uint32_t msgcat_id, const std::string_view* argv, size_t argc, char* out, size_t cap,
+                       size_t* lenp);
+    bool _put_catalog_text(uint32_t msgcat_id, const std::string_view* argv, size_t argc, LineBuffer& line);
+    static void _put_unknown(uint32_t msgcat_id, const std::string_view* argv, size_t argc, LineBuffer& line);
+
+    // LogCompose.cpp
     std::string_view _sev_word(int sev);
 
     // LogAdmin.cpp: what the platform layer calls through its table of hooks.
     static void _install_hooks();
+    static void _remove_hooks();
 
     // LogQueue.cpp
     static void* _logger_loop(void*);
+    static void _end_logger_mode();
     static void _write_records(DList* records);
-    static void _write_record(const vlog_msg_t& record);
+    static void _write_record(vlog_msg_t* record);
+    static void _post(vlog_msg_t* msgp);
 
     // LogFFDC.cpp
     static void _delete_ffdc();
@@ -324,13 +334,14 @@ private:
 
     FILE* _fp = nullptr; // current stream; null until the first file is opened
     std::unique_ptr<char[]> _namep;
-    std::unique_ptr<char[]> _dirp;                         // file logs only, as the paths
-    std::unique_ptr<char[]> _pathAp, _pathBp, _pathCp;     // current file and the generations before
-    std::unique_ptr<char[]> _sys_namep;                    // host name
-    RegDb* _reg_db = nullptr;                              // refers only
-    std::unique_ptr<VList> _cache_vlistp;                  // MsgStruct elements, owned by the list
-    std::unique_ptr<LdfWriter> _ldfp;                      // null when no copy is written
-    void* _i18nh = nullptr;                                // catalog handle, owned; null when closed
+    std::unique_ptr<char[]> _dirp;                     // file logs only, as the paths
+    std::unique_ptr<char[]> _pathAp, _pathBp, _pathCp; // current file and the generations before
+    std::unique_ptr<char[]> _sys_namep;                // host name
+    RegDb* _reg_db = nullptr;                          // refers only
+    std::unique_ptr<VList> _cache_vlistp;              // MsgStruct elements, owned by the list
+    std::unique_ptr<LdfWriter> _ldfp;                  // null when no copy is written
+    std::unique_ptr<char[]> _i18n_rootp; // catalogs that are still to be opened; null: none, or done
+    void* _i18nh = nullptr;              // catalog handle, owned; null when closed
     std::array<std::atomic<int>, DBG_LEV_END> _debug = {}; // flag word per debug level
     int _count = 0;                                        // bytes in the current file; saturates
     int _maxlen = 0;
@@ -347,11 +358,11 @@ private:
     LocalTimeText _stamp{"%Y-%m-%d %H:%M:%S "};      // of written lines
     LocalTimeText _shown{"%c"};                      // of displayed records
     std::array<std::string, SEV_APP_END> _sev_words; // in the log's language, "" until asked for
-    std::unique_ptr<char[]> _stream_buffer;          // of the current file
 
-    static char* _mnemp; // owned; null for the default
+    static const char* _mnemp; // owned by init unless it is the default
     static int _mnem_len;
-    static char* _origIDp;       // owned; null for the default
+    static const char* _origIDp; // likewise
+    static size_t _origID_len;
     static NVList* _log_nvlistp; // name to Log (as a pointer); null before init
     static std::atomic<int> _syslog_facility;
     static std::atomic<bool> _mt;         // logger mode

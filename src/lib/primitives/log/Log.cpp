@@ -1,0 +1,194 @@
+// The life of a log: construction, opening, closing, and what is configured meanwhile.
+#include "primitives/log/Log.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "i18n/common/i18n.h"
+#include "platform/unix/QENDefaults.h"
+#include "platform/unix/QENPlatform.h"
+#include "primitives/log/LogAdmin.h"
+#include "primitives/strings/QENString.h"
+#include "primitives/values/NVList.h"
+#include "primitives/values/VList.h"
+
+namespace {
+
+constexpr char ENV_ENABLE_LDF[] = "TAQ_ENABLE_LDF";
+constexpr char ENV_DEBUG_TAGS[] = "TAQ_DEBUG_LOG_TAGS";
+constexpr char ENV_MAXLEN[] = "QEN_LOG_MAXLEN";
+constexpr size_t SETTING_SIZE = 255;
+constexpr size_t PATH_SIZE = 4096;
+constexpr char TAG_SEPARATORS[] = " ,;:";
+constexpr char LOG_SUBDIR[] = "/log/";
+constexpr char LOG_EXTENSION[] = ".log";
+constexpr char ENGLISH[] = "en";
+constexpr int MSG_LDF_OPEN_FAILED = 50878;
+
+using Text = std::unique_ptr<char[]>;
+
+Text join(std::initializer_list<const char*> pieces) {
+    size_t size = 1;
+    for (const char* piece : pieces) size += strlen(piece);
+    Text text(new char[size]);
+    char* end = text.get();
+    for (const char* piece : pieces) end = stpcpy(end, piece);
+    *end = '\0';
+    return text;
+}
+
+int int_value(const char* text) {
+    return static_cast<int>(std::clamp<long>(strtol(text, nullptr, 10), INT_MIN, INT_MAX));
+}
+
+} // namespace
+
+Log::Log() : _cache_vlistp(new VList) {
+    char value[SETTING_SIZE];
+    _ldf_enabled = QENGetenv(ENV_ENABLE_LDF, value, sizeof value) != 0 || int_value(value) != 0;
+    if (QENGetenv(ENV_DEBUG_TAGS, value, sizeof value) == 0) {
+        for (char* rest = value; char* tag = qenstrtok(&rest, TAG_SEPARATORS);) {
+            enable_debug(tag);
+            set_flush_debug(tag);
+        }
+    }
+    set_maxlen(QENGetenv(ENV_MAXLEN, value, sizeof value) == 0 ? int_value(value) : LOG_DEFAULT_MAXLEN);
+}
+
+Log::~Log() {
+    _release();
+}
+
+// Back to the state before open, the settings apart.
+void Log::_release() {
+    if (_namep != nullptr && Log_obj(_namep.get()) == this) _log_nvlistp->remove(_namep.get());
+    _namep.reset();
+    _dirp.reset();
+    _pathAp.reset();
+    _pathBp.reset();
+    _pathCp.reset();
+    _sys_namep.reset();
+    if (_fp != nullptr && _rewind_flag == 0)
+        fclose(_fp);
+    else if (_fp != nullptr)
+        fflush(_fp);
+    _fp = nullptr;
+    _ldfp.reset();
+    _i18n_rootp.reset();
+    if (_i18nh != nullptr) i18nClose(&_i18nh);
+    _forget_texts();
+    _count = 0;
+    _enabled = 0;
+}
+
+int Log::open(const char* namep, FILE* fp, int flags, int (*)()) {
+    if (_log_nvlistp == nullptr) return ULOG_ENOINIT;
+    if (namep == nullptr) return ULOG_ENONAME;
+    if (fp == nullptr && strchr(namep, '/') != nullptr) return ULOG_EFAIL; // would leave the log directory
+    if (Log_obj(namep) != nullptr) return ULOG_EREGISTERED;
+    _release();
+    _log_nvlistp->append(namep, static_cast<void*>(this), /*ref=*/1);
+    _open_flags = flags;
+    _namep = join({namep});
+    if (fp != nullptr) {
+        _open_stream(fp);
+        return ULOG_OK;
+    }
+    const int result = _open_file_log();
+    if (result == ULOG_EROOT) _release();
+    return result;
+}
+
+void Log::_open_stream(FILE* fp) {
+    _fp_specified = 1;
+    _rewindallowed = 0;
+    _rewind_flag = 1;
+    _fp = fp;
+    _enabled = 1;
+    rotate();
+    if (_on_terminal_stream()) {
+        char root[PATH_SIZE];
+        const bool is_set = QENGetenv(QEN_ENV_MESSAGES_ROOT, root, sizeof root) == 0;
+        _i18n_rootp = join({is_set ? root : QEN_DEFAULT_MESSAGES_ROOT});
+    } else if (_ldf_enabled) {
+        _open_ldf();
+    }
+}
+
+int Log::_open_file_log() {
+    _fp_specified = 0;
+    _rewindallowed = 1;
+    _rewind_flag = 0;
+    char system[PATH_SIZE];
+    _sys_namep = join({QENGetSystemName(system, sizeof system)});
+    if (const int result = _make_paths(); result != ULOG_OK) return result;
+    _enabled = 1;
+    const int size = QENGetFileSize(_pathAp.get());
+    if (size < 0) { // the first write makes the file
+        rotate();
+        return ULOG_OK;
+    }
+    _count = size;
+    _fp = fopen(_pathAp.get(), "ae");
+    if (_fp == nullptr) return ULOG_EFAIL;
+    if (size == 0) _write_file_header();
+    if (_ldf_enabled) _open_ldf();
+    return ULOG_OK;
+}
+
+// Works out directory and paths, and makes the directory.
+int Log::_make_paths() {
+    char root[PATH_SIZE];
+    if (QENGetenv(QEN_ENV_LOG_ROOT, root, sizeof root) != 0)
+        qenstrlcpy(root, QEN_DEFAULT_DATA_ROOT, sizeof root);
+    if (QENCheckDir(root) == 0) return ULOG_EROOT;
+    _dirp = join({root, LOG_SUBDIR});
+    const char* hidden = (_open_flags & ULOG_HIDDEN_FILE) != 0 ? "." : "";
+    const auto path_of = [&](const char* generation) {
+        return join({_dirp.get(), hidden, _namep.get(), generation, LOG_EXTENSION});
+    };
+    _pathAp = path_of("_A");
+    _pathBp = path_of("_B");
+    _pathCp = path_of("_C");
+    if (QENCheckDir(_dirp.get()) == 0)
+        if (QENMakeDir(_dirp.get()) != 0 || QENCheckDir(_dirp.get()) == 0) return ULOG_EFAIL;
+    return ULOG_OK;
+}
+
+// Opens the writer of the copy; on failure there is none from now on.
+void Log::_open_ldf() {
+    _ldfp.reset(new LdfWriter);
+    if (_ldfp->open(_namep.get(), /*flags=*/0) == LDF_OK) return;
+    report_to_admin(SEV_ERR, __func__, __FILE__, __LINE__, ULOG_CAT_LIBRARY, MSG_LDF_OPEN_FAILED,
+                    process_args("There is an error opening the LDF file for '%s'.", _namep.get()));
+    _ldfp.reset();
+    _ldf_enabled = false;
+}
+
+// Opens the catalogs of the user's language, else the English ones, when a log on standard output or standard
+// error first needs a text: most runs of a program never do on one of the two. False: no catalogs.
+bool Log::_open_catalogs() {
+    if (_i18n_rootp == nullptr) return false;
+    const Text root = std::move(_i18n_rootp); // tried once
+    return i18nOpen(&_i18nh, root.get(), QEN_MESSAGES_MODULE, nullptr) == I18N_SOK ||
+           i18nOpen(&_i18nh, root.get(), QEN_MESSAGES_MODULE, ENGLISH) == I18N_SOK;
+}
+
+void Log::_forget_texts() {
+    for (std::string& word : _sev_words) word.clear();
+    _stamp.forget();
+    _shown.forget();
+}
+
+int Log::set_lang(const char* lang) {
+    void** catalogs = _catalogs();
+    const bool changed = catalogs != nullptr && i18nChangeLang(catalogs, lang) == I18N_SOK;
+    _forget_texts();
+    return changed ? ULOG_OK : ULOG_EFAIL;
+}
+
+void Log::set_maxlen(int count) {
+    _maxlen = std::max(count, LOG_MIN_MAXLEN);
+}

@@ -1,0 +1,145 @@
+// Composition: identifiers, severity words, argument texts and the message structures built from them.
+#include <cstdio>
+#include <cstring>
+
+#include "i18n/common/i18n.h"
+#include "platform/unix/QENAssert.h"
+#include "primitives/log/Log.h"
+#include "primitives/log/LogText.h"
+#include "primitives/message/MsgStruct.h"
+#include "primitives/message/ipm_messages.h"
+#include "primitives/strings/QENString.h"
+#include "primitives/utils/QENUtils.h"
+
+namespace {
+
+constexpr int NO_ERROR_NO = -1;
+
+std::string_view view_of(const char* s) {
+    return s != nullptr ? std::string_view(s) : std::string_view();
+}
+
+// Formats into a buffer of LOG_TEXT_SIZE bytes. A null format, or one that fails, gives the empty text.
+void format_text(char (&text)[LOG_TEXT_SIZE], const char* fmtp, QENVaList& args) {
+    text[0] = '\0';
+    if (fmtp == nullptr) return;
+    va_list walk;
+    va_copy(walk, args.list);
+    if (vsnprintf(text, sizeof text, fmtp, walk) < 0) text[0] = '\0';
+    va_end(walk);
+}
+
+int identifier_of(int cat, int id) {
+    if (cat == ULOG_CAT_NONE) return id;
+    return static_cast<int>((static_cast<unsigned>(cat) << 16) | static_cast<unsigned>(id));
+}
+
+} // namespace
+
+int Log::create_umi(char* buffer, int bufsize, int catID, int msgID) {
+    const size_t size = buffer != nullptr && bufsize > 0 ? static_cast<size_t>(bufsize) : 0;
+    if (catID == ULOG_CAT_NONE) return snprintf(buffer, size, "%s-%d ", _origIDp, msgID);
+    return snprintf(buffer, size, "%s-%d-%d ", _origIDp, catID, msgID);
+}
+
+std::string_view Log::_sev_word(int sev) {
+    if (sev < SEV_CRIT || sev >= SEV_APP_END) return {};
+    std::string& word = _sev_words[static_cast<size_t>(sev)];
+    if (word.empty()) {
+        char* text;
+        s32 size;
+        void** catalogs = _catalogs();
+        if (catalogs != nullptr &&
+            i18nGetSafeMsg(catalogs, ULOG_CAT_SEVERITY, static_cast<u32>(sev), &text, &size) == I18N_SOK)
+            word.assign(text, static_cast<size_t>(size - 1));
+        else
+            word = ulog_app_sev_name(sev);
+    }
+    return word;
+}
+
+const char* Log::get_sev(ulog_app_sev sev) {
+    const std::string_view word = _sev_word(sev);
+    return word.data() != nullptr ? word.data() : "";
+}
+
+void Log::_mk_msg_buffer(char* bufferp, int bufsize, const char* arg1, const char* arg2, const char* arg3,
+                         const char* arg4, const char* arg5, const char* arg6) {
+    QEN_CHECK(bufferp != NULL);
+    const std::string_view args[] = {view_of(arg1), view_of(arg2), view_of(arg3),
+                                     view_of(arg4), view_of(arg5), view_of(arg6)};
+    const size_t size = bufsize > 0 ? static_cast<size_t>(bufsize) : 0;
+    const size_t used = strnlen(bufferp, size);
+    if (used == size) return;
+    bufferp[used + put_arguments(bufferp + used, used, size, args)] = '\0';
+}
+
+void Log::_mk_badID_msg(const char* umi_buf, char* bufferp, int bufsize, const char* arg1, const char* arg2,
+                        const char* arg3, const char* arg4, const char* arg5, const char* arg6) {
+    QEN_CHECK(bufferp != NULL);
+    const std::string_view args[] = {view_of(arg1), view_of(arg2), view_of(arg3),
+                                     view_of(arg4), view_of(arg5), view_of(arg6)};
+    if (bufsize <= 0) return;
+    bufferp[put_unknown_message(bufferp, static_cast<size_t>(bufsize), view_of(umi_buf), args)] = '\0';
+}
+
+MsgStruct* Log::process_args(const char* fmtp, ...) {
+    QENVaList args;
+    va_start(args.list, fmtp);
+    MsgStruct* msgp = process_va_args(fmtp, args);
+    va_end(args.list);
+    return msgp;
+}
+
+MsgStruct* Log::process_va_args(const char* fmtp, QENVaList& args) {
+    char text[LOG_TEXT_SIZE];
+    format_text(text, fmtp, args);
+    auto* msgp = new MsgStruct;
+    msgp->add_elem(MSGID_TEXT, text, 0);
+    return QENUtils::msgargs_to_msgstruct(fmtp, args, msgp);
+}
+
+char* Log::process_dbg_args(const char* fmtp, ...) {
+    char text[LOG_TEXT_SIZE];
+    QENVaList args;
+    va_start(args.list, fmtp);
+    format_text(text, fmtp, args);
+    va_end(args.list);
+    const size_t size = strlen(text) + 1;
+    return static_cast<char*>(memcpy(new char[size], text, size));
+}
+
+MsgStruct* Log::mk_log_msg_vararg_msgstruct(int cat, int id, int err_msg, int dosprintf, const char* fmtp,
+                                            QENVaList& args, MsgStruct* ipm_msg) {
+    char text[LOG_TEXT_SIZE];
+    if (dosprintf != 0)
+        format_text(text, fmtp, args);
+    else
+        qenstrlcpy(text, fmtp != nullptr ? fmtp : "", sizeof text);
+    MsgStruct* msgp = ipm_msg != nullptr ? ipm_msg : mk_ipm_msg(0);
+    msgp->add_elem(MSGID_TEXT, text, 0);
+    msgp->add_elem(MSGID_MSGCAT_ID, identifier_of(cat, id));
+    msgp->add_elem(MSGID_ERROR_NO, err_msg);
+    return QENUtils::msgargs_to_msgstruct(fmtp, args, msgp);
+}
+
+MsgStruct* Log::mk_log_msg_vararg_msgstruct(int cat, int id, int dosprintf, const char* fmtp, QENVaList& args,
+                                            MsgStruct* ipm_msg) {
+    return mk_log_msg_vararg_msgstruct(cat, id, NO_ERROR_NO, dosprintf, fmtp, args, ipm_msg);
+}
+
+MsgStruct* Log::mk_log_msg_msgstruct(MsgStruct* ipm_msg, int cat, int id, const char* fmtp, ...) {
+    QENVaList args;
+    va_start(args.list, fmtp);
+    MsgStruct* msgp = mk_log_msg_vararg_msgstruct(cat, id, /*dosprintf=*/1, fmtp, args, ipm_msg);
+    va_end(args.list);
+    return msgp;
+}
+
+MsgStruct* Log::mk_log_msg_msgstruct(int cat, int id, const char* fmtp, ...) {
+    QENVaList args;
+    va_start(args.list, fmtp);
+    MsgStruct* msgp = mk_log_msg_vararg_msgstruct(cat, id, /*dosprintf=*/1, fmtp, args, /*ipm_msg=*/nullptr);
+    va_end(args.list);
+    return msgp;
+}

@@ -1,0 +1,33 @@
+// The record in which a message travels to the logger thread.
+#pragma once
+
+#include <ctime>
+
+#include "primitives/memory/Pooled.h"
+#include "primitives/values/DList.h"
+
+class ILog;
+class MsgStruct;
+
+// Made by the producer with new; belongs to the queue, then to the logger thread, which writes and deletes
+// it together with the text and the message.
+struct vlog_msg_t : Pooled<MEM_MISC> {
+    vlog_msg_t(ILog* log, time_t t, int severity, const char* who, const char* file, int line_no,
+               int flag_word, int catalog, int number, char* debug_text, MsgStruct* structp)
+        : timet(t), sev(severity), line(line_no), flags(flag_word), cat(catalog), id(number), whop(who),
+          filep(file), en_msgp(debug_text), msg_structp(structp), logp(log) {}
+
+    time_t timet; // when it was queued
+    int sev;      // severity, or debug level for a debug text
+    int line;
+    int flags;
+    int cat;
+    int id;
+    const char* whop;       // refers only; must stay valid
+    const char* filep;      // likewise
+    char* en_msgp;          // debug text (new[]), owned, or null
+    MsgStruct* msg_structp; // owned, or null
+    ILog* logp;             // null: for the system log
+    DLink link{this};       // in the queue
+};
+using vlog_msg = vlog_msg_t;

@@ -1,0 +1,198 @@
+// Writing: from the call of a program to the line in the stream and the record beside it.
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <forward_list>
+#include <memory>
+#include <string>
+
+#include "i18n/common/i18n.h"
+#include "platform/unix/QENPlatform.h"
+#include "primitives/log/LineBuffer.h"
+#include "primitives/log/Log.h"
+#include "primitives/log/LogAdmin.h"
+#include "primitives/log/LogMessage.h"
+#include "primitives/log/LogQueue.h"
+#include "primitives/log/LogText.h"
+#include "primitives/message/MsgStruct.h"
+#include "primitives/utils/msg_log_add.h"
+
+namespace {
+
+constexpr size_t UMI_SIZE = 255;
+constexpr char NULL_NAME[] = "(null)"; // what printf makes of a missing function name
+constexpr int MSG_INVALID_MESSAGE = 50879;
+
+// Collects the strings of the elements 22, at most ULOG_MAX_ARGS. False when there are more.
+bool collect_args(const MsgStruct* msgp, std::array<std::string_view, ULOG_MAX_ARGS>& args, size_t& count) {
+    count = 0;
+    for (const MsgElem* elemp = msgp->find(MSGID_ARGS); elemp != nullptr; elemp = elemp->next()) {
+        if (count == args.size()) return false;
+        args[count++] = elem_text(elemp);
+    }
+    return true;
+}
+
+// String elements as C strings. Almost every text has its NUL in the message; the others are copied.
+class TerminatedTexts {
+public:
+    const char* c_str(const MsgElem* elemp) { // null for an element of another type
+        const std::string_view text = elem_text(elemp);
+        if (text.data() == nullptr || text.size() < static_cast<size_t>(elemp->getnwsize()))
+            return text.data();
+        return _copies.emplace_front(text).c_str();
+    }
+
+private:
+    std::forward_list<std::string> _copies;
+};
+
+char one_byte(int code) {
+    return static_cast<char>(code >= 0 && code <= SCHAR_MAX ? code : -1);
+}
+
+} // namespace
+
+void Log::write_app(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
+                    int id, MsgStruct* ipm_msg_in) {
+    const time_t now = time(nullptr);
+    if (!_mt.load(std::memory_order_acquire)) {
+        write_log(now, sev, whop, filep, line, flags, cat, id, /*msgp=*/nullptr, ipm_msg_in);
+        return;
+    }
+    const bool copy = (flags & ULOG_HAND_OVER) == 0 && ipm_msg_in != nullptr;
+    MsgStruct* msgp = copy ? ipm_msg_in->deep_dup() : ipm_msg_in;
+    _post(new vlog_msg_t(this, now, sev, whop, filep, line, flags, cat, id, /*debug_text=*/nullptr, msgp));
+}
+
+void Log::write_dbg(ulog_dbg_lev lev, const char* whop, const char* filep, int line, int flags, int cat,
+                    int id, const char* en_msgp) {
+    const time_t now = time(nullptr);
+    const bool is_ours = (flags & ULOG_HAND_OVER) != 0;
+    flags |= ULOG_DEBUG;
+    if (!_mt.load(std::memory_order_acquire)) {
+        write_log(now, lev, whop, filep, line, flags, cat, id, en_msgp, /*msg_structp=*/nullptr);
+        if (is_ours) delete[] en_msgp;
+        return;
+    }
+    char* text = const_cast<char*>(en_msgp); // the log's to delete, or else a copy
+    if (!is_ours && en_msgp != nullptr) text = strcpy(new char[strlen(en_msgp) + 1], en_msgp);
+    _post(new vlog_msg_t(this, now, lev, whop, filep, line, flags, cat, id, text, /*structp=*/nullptr));
+}
+
+void Log::write_buf(const char* whop, const char* filep, int line, int sev, int flags, int cat, int id,
+                    const char* buffer, const char* arg1, const char* arg2, const char* arg3,
+                    const char* arg4, const char* arg5, const char* arg6) {
+    if (buffer == nullptr) {
+        report_to_admin(SEV_ERR, __func__, __FILE__, __LINE__, ULOG_CAT_LIBRARY, MSG_INVALID_MESSAGE,
+                        process_args("Invalid log message."));
+        return;
+    }
+    auto* msgp = new MsgStruct;
+    msgp->add_elem(MSGID_TEXT, buffer, 0);
+    for (const char* arg : {arg1, arg2, arg3, arg4, arg5, arg6}) {
+        if (arg == nullptr) break;
+        msgp->append_elem(MSGID_ARGS, arg, 0);
+    }
+    write_app(static_cast<ulog_app_sev>(sev), whop, filep, line, flags | ULOG_HAND_OVER, cat, id, msgp);
+}
+
+bool Log::_accepts(int sev, int flags) const {
+    if (_enabled == 0 || _active == 1 || sev < 0 || sev > logical_sev(DBG_RES2)) return false;
+    return !_verify_mode.load(std::memory_order_relaxed) || (flags & (ULOG_DEBUG | ULOG_MERGE)) != 0;
+}
+
+void Log::write_log(time_t timet, int sev, const char* whop, const char* filep, int line, int flags, int cat,
+                    int id, const char* msgp, MsgStruct* msg_structp) {
+    const std::unique_ptr<MsgStruct> ours((flags & ULOG_HAND_OVER) != 0 ? msg_structp : nullptr);
+    if (!_accepts(sev, flags)) return;
+    _active = 1;
+    if (_count >= _maxlen || _fp == nullptr) _next();
+    if (_fp == nullptr) {
+        QENSyslog(SEV_ERR, "Log File Pointer is NULL");
+    } else {
+        LogMessage m{timet, sev, whop, filep, line, flags, cat, id, msgp, msg_structp};
+        if (_classify(m)) _write_message(m);
+    }
+    _active = 0;
+}
+
+void Log::_write_message(const LogMessage& m) {
+    _write_line(m);
+    if (!m.is_debug && !_on_terminal_stream()) {
+        if (_ldf_enabled && _ldfp != nullptr && _ldfp->is_opened()) _copy_to_ldf(m);
+        if (!m.leaves_out(ULOG_NO_EVENT)) QENReportEvent(m.logical_sev, m.number(), m.structp);
+    }
+    if (!m.is_debug || _has_debug_flag(m.level, LOG_DBG_FLUSH)) fflush(_fp);
+}
+
+void Log::_write_line(const LogMessage& m) {
+    LineBuffer line(_fp);
+    _put_head(m, line);
+    const size_t head = line.size();
+    if (!_put_localized(m, line)) line.append(m.text);
+    const size_t text = line.size();
+    if (!m.leaves_out(ULOG_NO_NEWLINE)) line.append('\n');
+    const size_t counted = line.size();
+    _put_source(m, line);
+
+    const size_t taken = line.send();
+    _add_count(head);
+    if (text == head || taken >= text) _add_count(counted - head);
+}
+
+// Time stamp, mnemonic, severity word and identifier.
+void Log::_put_head(const LogMessage& m, LineBuffer& line) {
+    if (!m.leaves_out(ULOG_NO_TIME)) line.append(_stamp.at(m.time));
+    if (!m.leaves_out(ULOG_NO_MNEMONIC) && _mnem_len >= 1) {
+        line.append(_mnemonic());
+        line.append(' ');
+    }
+    if (!m.leaves_out(ULOG_NO_SEVERITY) && !m.word.empty()) {
+        line.append(m.word);
+        line.append(' ');
+    }
+    if (!m.leaves_out(ULOG_NO_UMI))
+        line.advance(put_umi(line.room(UMI_SIZE), UMI_SIZE, _originator(), m.catalog(), m.number()));
+}
+
+// The text in the user's language, on standard output and standard error. False: there is none.
+bool Log::_put_localized(const LogMessage& m, LineBuffer& line) {
+    if (!_on_terminal_stream() || m.is_debug || m.number() == 0) return false;
+    std::array<std::string_view, ULOG_MAX_ARGS> args;
+    size_t count, len;
+    if (!collect_args(m.structp, args, count)) return false;
+    if (!_catalog_text(m.msgcat_id, args.data(), count, line.room(I18N_CONV_BUFFSIZE), I18N_CONV_BUFFSIZE,
+                       &len))
+        return false;
+    line.advance(len);
+    return true;
+}
+
+void Log::_put_source(const LogMessage& m, LineBuffer& line) {
+    if (m.leaves_out(ULOG_NO_SOURCE) || m.type == MSG_LOG_ADD || m.source.empty()) return;
+    if (!m.is_debug && (m.line_flags & ULOG_SOURCE) == 0) return;
+    line.append('\t');
+    line.append(m.source);
+    line.append(':');
+    line.append(m.whop != nullptr ? m.whop : NULL_NAME);
+    char number[16];
+    line.append({number, static_cast<size_t>(snprintf(number, sizeof number, "[%d]\n", m.line))});
+}
+
+// A message without a number is recorded with its text, any other with the arguments of its text.
+void Log::_copy_to_ldf(const LogMessage& m) {
+    TerminatedTexts texts;
+    const char* args[ULOG_MAX_ARGS] = {};
+    const char* filep = m.filep;
+    if (m.number() == 0) {
+        args[0] = texts.c_str(m.structp->find(MSGID_TEXT));
+    } else {
+        filep = m.source.data();
+        const MsgElem* elemp = m.structp->find(MSGID_ARGS);
+        for (size_t i = 0; i < ULOG_MAX_ARGS && elemp != nullptr; ++i, elemp = elemp->next())
+            args[i] = texts.c_str(elemp);
+    }
+    _ldfp->write(one_byte(m.logical_sev), static_cast<int>(m.time), one_byte(m.obj_tag), m.msgcat_id, filep,
+                 m.line, LDF_NO_SEQ, m.whop, args[0], args[1], args[2], args[3], args[4], args[5]);
+}
