@@ -14,7 +14,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <type_traits>
 
 class NVList;
@@ -90,8 +89,10 @@ public:
 private:
     using counter = std::atomic<int32_t>;
 
-    void _account(int32_t bytes, int32_t guards, int type);
-    static void _throttle();
+    static void _throttle() {
+        if (auto* callback = _block_call.load(std::memory_order_acquire)) _call_back(callback);
+    }
+    static void _call_back(void (*callback)(int));
 
     counter _cnt[MEMORY_MAX_TYPES] = {};
     counter _type_bytes[MEMORY_MAX_TYPES] = {};
@@ -107,8 +108,9 @@ private:
     static counter _blocks;
 };
 
-// The process's allocator. Constant-initialised, so it serves other static constructors, and never
-// destroyed, so it serves static destructors.
+// The process's allocator. Constant-initialised and trivially destroyed, so it serves the constructors and
+// destructors of every other static object.
 extern Memory taq_mem;
+static_assert(std::is_trivially_destructible_v<Memory>);
 
 NVList* Mem_dist(bool all); // taq_mem.dist(all)

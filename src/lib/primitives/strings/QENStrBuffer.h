@@ -21,7 +21,8 @@ public:
     QENStrBuffer& operator<<(char c);
 
     // Insert `count` copies of c, or s, before the character at pos, which lies in the text or at its end (a
-    // mistake otherwise). 1 done; 0 refused, which sets the error flag.
+    // mistake otherwise; null without storage). 1 done; 0 refused, which sets the error flag. An insertion is
+    // tried also while the flag is set.
     int insert(char* pos, char c, unsigned short count);
     int insert(char* pos, const char* s);
 
@@ -48,8 +49,9 @@ public:
     char* detach();
 
 private:
-    bool _reserve(size_t added, bool exact_step);
-    char* _open_gap(char* pos, size_t length);
+    size_t _capacity_for(size_t added) const;
+    void _grow_with(size_t capacity, size_t at, const char* text, size_t length);
+    int _insert(size_t at, const char* text, size_t length);
 
     char* storage; // owned; NUL-terminated after every change
     unsigned int capacity_;
