@@ -104,8 +104,9 @@ public:
     void formatted(const Specifier& spec, char modifier, T value) {
         const OneFormat format(spec, modifier);
         const int full = std::snprintf(_text, TEXT_SIZE, format.c_str(), value);
-        // A wide character without a multibyte form: an empty text keeps the arguments behind it in place.
-        append(full < 0 ? 0 : std::min<size_t>(static_cast<size_t>(full), TEXT_MAX));
+        // A wide character without a multibyte form fails: an empty text keeps the arguments behind it in
+        // place. The text ends at its first NUL, which "%c" may print.
+        append(full < 0 ? 0 : std::strlen(_text));
     }
 
 private:

@@ -1,0 +1,359 @@
+#include "primitives/message/MsgStruct.h"
+
+#include <climits>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include <gmock/gmock.h>
+
+#include "primitives/message/ipm_messages.h"
+#include "primitives/values/VList.h"
+#include "support/MsgBytes.h"
+#include "support/MsgDecoder.h"
+
+using namespace std::string_literals;
+using testing::ElementsAre;
+
+namespace {
+
+constexpr size_t FIRST_ELEMENT = 52;
+
+std::string elements_of(const MsgStruct& msg) {
+    return msg_bytes(msg).substr(FIRST_ELEMENT);
+}
+
+// Decodes a message after checking that its size agrees with its bytes.
+DecodedMsg decoded(const MsgStruct& msg) {
+    const std::string bytes = msg_bytes(msg);
+    EXPECT_EQ(static_cast<size_t>(msg.getnwsize()) + 11, bytes.size());
+    const auto result = MsgDecoder::decode(bytes);
+    EXPECT_TRUE(result.has_value()) << "not well-formed";
+    return result.value_or(DecodedMsg{});
+}
+
+TEST(MsgStruct, NewMessageIsItsHeaderAlone) {
+    MsgStruct msg;
+    EXPECT_EQ("IPM\1\0\0\0\0\0\0\0R\0\0\0\x24"s + std::string(36, '\0'), msg_bytes(msg));
+    EXPECT_EQ(41, msg.getnwsize());
+    EXPECT_EQ(MSG_SOK, msg.addeom());
+    EXPECT_EQ(MSG_SOK, msg.addeom()) << "a second marker must not be added";
+    EXPECT_EQ("IPM\1\0\0\0\0\0\0\x2AR\0\0\0\x24"s + std::string(36, '\0') + "H", msg_bytes(msg));
+}
+
+TEST(MsgStruct, EncodesEveryKindByteByByte) {
+    MsgStruct msg;
+    MsgStruct inner;
+    inner.add_elem(1, 2);
+    EXPECT_EQ(MSG_SOK, msg.add_elem(5, -2));
+    EXPECT_EQ(MSG_SOK, msg.add_elem(78, "hi", 0));
+    EXPECT_EQ(MSG_SOK, msg.add_elem(0, "hi", 2)) << "length without the NUL";
+    EXPECT_EQ(MSG_SOK, msg.add_elem(6, static_cast<const void*>("\0\xFF"), 2));
+    EXPECT_EQ(MSG_SOK, msg.append_elem(22, "a", 0));
+    EXPECT_EQ(MSG_SOK, msg.append_elem(22, "b", 0));
+    EXPECT_EQ(MSG_SOK, msg.append_elem(22, 0x01020304));
+    EXPECT_EQ(MSG_SOK, msg.append_elem(22, static_cast<const void*>(""), 0));
+    EXPECT_EQ(MSG_SOK, msg.append_elem(22, &inner, /*ref=*/true));
+    EXPECT_EQ("C\0\x05\xFF\xFF\xFF\xFE"s
+              "F\0\x4E\0\0\0\3hi\0"s
+              "F\0\0\0\0\0\2hi"s
+              "G\0\6\0\0\0\2\0\xFF"s
+              "P\0\x16"
+              "F\0\0\0\2a\0"s
+              "F\0\0\0\2b\0"s
+              "C\1\2\3\4G\0\0\0\0SR\0\0\0\x24"s +
+                  std::string(36, '\0') + "C\0\1\0\0\0\2H\0"s,
+              elements_of(msg));
+    EXPECT_EQ(5u, msg.getcount(22));
+    EXPECT_FALSE(inner.is_modifiable());
+}
+
+TEST(MsgStruct, RefusesWithoutChange) {
+    MsgStruct msg;
+    msg.add_elem(5, 7);
+    msg.append_elem(6, 1);
+    msg.addeom();
+    const std::string before = msg_bytes(msg);
+    const char* none = nullptr;
+    const void* block = "x";
+    EXPECT_EQ(MSG_EEXISTS, msg.add_elem(5, 7));
+    EXPECT_EQ(MSG_EEXISTS, msg.add_elem(6, "x", 0));
+    EXPECT_EQ(MSG_EBADOP, msg.append_elem(5, 1));
+    EXPECT_EQ(MSG_EBADOP, msg.append_elem(5, "x", 0));
+    for (const int16_t id : {int16_t{-1}, int16_t{79}, int16_t{SHRT_MIN}, int16_t{SHRT_MAX}}) {
+        EXPECT_EQ(MSG_EBADID, msg.add_elem(id, 1));
+        EXPECT_EQ(MSG_EBADID, msg.add_elem(id, none, 0)) << "scalars look at the id first";
+        EXPECT_EQ(MSG_EINVAL, msg.append_elem(id, none, 0)) << "vectors look at the data first";
+        EXPECT_EQ(MSG_EBADID, msg.append_elem(id, 1));
+        EXPECT_EQ(MSG_EBADID, msg.del_elem(id));
+        EXPECT_EQ(MSG_EBADID, msg.set(id, 1));
+        EXPECT_EQ(nullptr, msg.find(id));
+        EXPECT_EQ(0u, msg.getcount(id));
+        EXPECT_EQ(nullptr, msg.get_vlist(id));
+    }
+    EXPECT_EQ(MSG_EINVAL, msg.add_elem(7, none, 0));
+    EXPECT_EQ(MSG_EINVAL, msg.add_elem(7, "x", -1));
+    EXPECT_EQ(MSG_EINVAL, msg.append_elem(7, block, INT_MIN));
+    EXPECT_EQ(MSG_EINVAL, msg.append_elem(7, &msg, true));
+    EXPECT_EQ(MSG_EINVAL, msg.append_elem(7, static_cast<MsgStruct*>(nullptr), true));
+    EXPECT_EQ(MSG_ENOMEM, msg.add_elem(7, block, INT_MAX)) << "refused before the block is read";
+    EXPECT_EQ(MSG_ENOMEM, msg.append_elem(7, block, INT_MAX - 40));
+    EXPECT_EQ(MSG_EBADID, msg.set(7, 1)) << "set creates nothing";
+    EXPECT_EQ(0u, msg.getcount(7));
+    EXPECT_EQ(before, msg_bytes(msg)) << "not even the end marker went";
+}
+
+// Items of every length around the end of the first buffer, with a segment that continues over it, and the
+// end marker set and taken away in between: the bytes must be the same as if there were one large buffer.
+TEST(MsgStruct, SegmentsContinueOverBufferEnds) {
+    for (int len = 1; len <= 150; ++len) {
+        SCOPED_TRACE(len);
+        MsgStruct msg;
+        MsgStruct marked;
+        std::string expected = "P\0\x16"s;
+        for (int i = 0; i < 5; ++i) {
+            const std::string text(static_cast<size_t>(len), static_cast<char>('a' + i));
+            const char* s = text.c_str();
+            EXPECT_EQ(MSG_SOK, msg.append_elem(22, s, len));
+            EXPECT_EQ(MSG_SOK, marked.addeom());
+            EXPECT_EQ(MSG_SOK, marked.append_elem(22, s, len));
+            expected += "F\0\0\0"s + static_cast<char>(len) + text;
+        }
+        EXPECT_EQ(expected + '\0', elements_of(msg));
+        EXPECT_EQ(expected + '\0', elements_of(marked));
+        EXPECT_EQ(static_cast<size_t>(msg.getnwsize()) + 11, msg_bytes(msg).size());
+        EXPECT_EQ(msg.getnwsize(), marked.getnwsize());
+        int i = 0;
+        for (MsgElem* elem = msg.find(22); elem != nullptr; elem = elem->next())
+            EXPECT_EQ(std::string(static_cast<size_t>(len), static_cast<char>('a' + i++)),
+                      std::string(elem->getstr(), static_cast<size_t>(elem->getnwsize())));
+    }
+}
+
+TEST(MsgStruct, AnotherIdInBetweenOpensASegment) {
+    MsgStruct msg;
+    msg.append_elem(22, "a", 0);
+    msg.add_elem(21, "t", 0);
+    msg.append_elem(22, "b", 0);
+    msg.append_elem(22, "c", 0);
+    const DecodedMsg d = decoded(msg);
+    EXPECT_THAT(d.order, ElementsAre(22, 21, 22));
+    EXPECT_EQ(3u, d.elems.at(22).items.size());
+    MsgElem* first = msg.find(22);
+    EXPECT_NE(nullptr, first->getlocation());
+    EXPECT_NE(nullptr, first->next()->getlocation());
+    EXPECT_EQ(nullptr, first->next()->next()->getlocation()) << "continued a segment";
+}
+
+TEST(MsgStruct, DeletedElementsStayUnderAnotherId) {
+    MsgStruct msg;
+    msg.add_elem(5, 1);
+    msg.append_elem(22, "a", 0);
+    const int32_t size = msg.getnwsize();
+    EXPECT_EQ(MSG_SOK, msg.del_elem(5));
+    EXPECT_EQ(MSG_SOK, msg.del_elem(22));
+    EXPECT_EQ(MSG_EBADID, msg.del_elem(5));
+    EXPECT_EQ(size, msg.getnwsize());
+    EXPECT_EQ("C\xFF\xFF\0\0\0\1P\xFF\xFF"
+              "F\0\0\0\2a\0\0"s,
+              elements_of(msg));
+    EXPECT_EQ(MSG_SOK, msg.append_elem(22, "b", 0)) << "id added last, but its segment is deleted";
+    EXPECT_EQ(MSG_SOK, msg.append_elem(5, 2)) << "may come back as a vector";
+    EXPECT_THAT(decoded(msg).order, ElementsAre(0xFFFF, 0xFFFF, 22, 5));
+}
+
+TEST(MsgStruct, NestedMessageIsClosedUntilItIsDeleted) {
+    MsgStruct inner;
+    inner.append_elem(1, "x", 0);
+    {
+        MsgStruct outer;
+        ASSERT_EQ(MSG_SOK, outer.append_elem(3, &inner, /*ref=*/true));
+        EXPECT_EQ(&inner, outer.find(3)->getmsg());
+        EXPECT_TRUE(inner.has_eom());
+        EXPECT_DEATH(inner.add_elem(2, 1), "ASSERTION FAILED.*is_modifiable\\(\\)");
+        EXPECT_DEATH(inner.del_elem(1), "ASSERTION FAILED.*is_modifiable\\(\\)");
+        EXPECT_EQ(MSG_SOK, outer.del_elem(3));
+        EXPECT_TRUE(inner.is_modifiable());
+        EXPECT_FALSE(inner.has_eom());
+        EXPECT_EQ(MSG_SOK, inner.append_elem(1, "y", 0));
+        ASSERT_EQ(MSG_SOK, outer.append_elem(3, &inner, /*ref=*/true));
+    }
+    EXPECT_EQ(2u, inner.getcount(1)) << "outlives the message that referred to it";
+    EXPECT_FALSE(inner.is_modifiable());
+}
+
+TEST(MsgStruct, NestedMessageWithAWrongSizeIsRefused) {
+    MsgStruct inner, outer;
+    for (const int32_t wrong : {40, 42, INT_MAX, -1}) {
+        inner.setnwsize(wrong);
+        const msg_result rc = outer.append_elem(3, &inner, true);
+        EXPECT_EQ(wrong == INT_MAX ? MSG_ENOMEM : MSG_EMSG, rc) << wrong;
+        EXPECT_TRUE(inner.is_modifiable());
+        EXPECT_FALSE(inner.has_eom());
+    }
+    inner.setnwsize(0);
+    EXPECT_EQ(MSG_EBUFLEN, outer.append_elem(3, &inner, true));
+    EXPECT_EQ(41, outer.getnwsize());
+}
+
+TEST(MsgStruct, SetReplacesWithTheNewKind) {
+    MsgStruct msg;
+    msg.append_elem(4, "a", 0);
+    msg.append_elem(4, "b", 0);
+    EXPECT_EQ(MSG_SOK, msg.set(4, msg.find(4)->next()->getstr(), 0)) << "bytes of the message itself";
+    EXPECT_STREQ("b", msg.find(4)->getstr());
+    EXPECT_EQ(1u, msg.getcount(4));
+    EXPECT_EQ(MSG_SOK, msg.set(4, 9));
+    EXPECT_EQ(9, decoded(msg).elems.at(4).items[0].s32);
+    EXPECT_EQ(MSG_SOK, msg.set(4, new MsgStruct, /*ref=*/false));
+    VList list;
+    list.append(1);
+    list.append("s", 1);
+    EXPECT_EQ(MSG_SOK, msg.set(4, &list));
+    EXPECT_EQ(2u, msg.getcount(4));
+    EXPECT_TRUE(decoded(msg).elems.at(4).vector);
+    msg.add_elem(5, 1);
+    EXPECT_DEATH(msg.set(5, &list),
+                 "ASSERTION FAILED.*\\(0 != elemlist\\) && \\(elemlist->is_vector\\(\\)\\)");
+}
+
+TEST(MsgStruct, RefusedSetKeepsTheOldElements) {
+    MsgStruct inner;
+    MsgStruct msg;
+    msg.append_elem(4, "a", 0);
+    msg.append_elem(4, 7);
+    msg.append_elem(4, &inner, true);
+    VList bad;
+    bad.append(1);
+    bad.append(static_cast<const char*>(nullptr), 1);
+    EXPECT_EQ(MSG_EINVAL, msg.set(4, "x", -1));
+    EXPECT_EQ(MSG_EINVAL, msg.set(4, &bad));
+    const DecodedMsg d = decoded(msg);
+    const DecodedElems& elems = d.elems.at(4);
+    ASSERT_EQ(3u, elems.items.size());
+    EXPECT_EQ("a\0"s, elems.items[0].bytes);
+    EXPECT_EQ(7, elems.items[1].s32);
+    EXPECT_NE(&inner, msg.find(4)->next()->next()->getmsg()) << "put back as a copy";
+    EXPECT_TRUE(inner.is_modifiable());
+}
+
+TEST(MsgStruct, ListItemsKeepTypeAndOwner) {
+    MsgStruct referred;
+    referred.add_elem(1, 11);
+    auto* owned = new MsgStruct;
+    owned->add_elem(1, 12);
+    char block[] = {0, 'b'};
+    VList list;
+    list.append(-3);
+    list.append("text", 1);
+    list.append(static_cast<void*>(block), 1)->set_size(2);
+    list.append(&referred, 1);
+    list.append(owned, 0);
+    MsgStruct msg;
+    VList empty;
+    EXPECT_EQ(MSG_EFAIL, msg.append_elem(8, &empty));
+    EXPECT_EQ(MSG_EBADID, msg.append_elem(79, &list));
+    ASSERT_EQ(MSG_SOK, msg.append_elem(8, &list));
+    EXPECT_TRUE(owned->is_modifiable()) << "a copy of it was nested";
+
+    std::unique_ptr<VList> back(msg.get_vlist(8));
+    ASSERT_EQ(5, back->count());
+    EXPECT_EQ(-3, back->inquire(0)->gets32());
+    EXPECT_EQ(msg.find(8)->next()->getstr(), back->inquire(1)->getstr()) << "refers to the message";
+    EXPECT_EQ("\0b"s, std::string(static_cast<char*>(back->inquire(2)->getptr()), 2));
+    EXPECT_EQ(2, back->inquire(2)->size());
+    EXPECT_EQ(&referred, back->inquire(3)->getmsg());
+    EXPECT_EQ(12, back->inquire(4)->getmsg()->find(1)->gets32());
+    EXPECT_TRUE(back->inquire(4)->getmsg()->is_modifiable());
+    const DecodedMsg d = decoded(msg);
+    EXPECT_EQ(12, d.elems.at(8).items[4].nested[0].elems.at(1).items[0].s32);
+}
+
+TEST(MsgStruct, FailedListTakesTheWholeIdAway) {
+    MsgStruct msg;
+    msg.append_elem(8, "old", 0);
+    VList list;
+    list.append(1);
+    list.append(short{2}); // has no encoding
+    EXPECT_EQ(MSG_EINVAL, msg.append_elem(8, &list));
+    EXPECT_EQ(0u, msg.getcount(8));
+    EXPECT_EQ(0u, decoded(msg).elems.count(8)) << "the encoding must agree with the index";
+    EXPECT_EQ(MSG_SOK, msg.append_elem(8, 1));
+    EXPECT_EQ(1u, decoded(msg).elems.at(8).items.size());
+}
+
+TEST(MsgStruct, StringsWithoutNulAreNeverReadPastTheirEnd) {
+    MsgStruct msg;
+    msg.append_elem(22, "abc", 2);
+    msg.append_elem(22, "xyz", 0); // its type byte follows the two bytes directly
+    std::unique_ptr<VList> list(msg.get_vlist(22));
+    EXPECT_STREQ("ab", list->head()->getstr());
+    EXPECT_STREQ("xyz", list->tail()->getstr());
+    std::unique_ptr<MsgStruct> copy(msg.deep_dup());
+    EXPECT_EQ(elements_of(msg), elements_of(*copy));
+}
+
+TEST(MsgStruct, CopyIsInOrderOfIdsAndIndependent) {
+    auto msg = std::make_unique<MsgStruct>();
+    msg->gethdr()->setMessage(0x0E05);
+    msg->gethdr()->setReserved(-9);
+    msg->append_elem(30, "later", 0);
+    msg->add_elem(12, 1);
+    msg->add_elem(10, "earlier", 0);
+    auto* inner = new MsgStruct;
+    inner->add_elem(2, 5);
+    msg->append_elem(30, inner, /*ref=*/false);
+    msg->del_elem(12);
+    msg->setctime(77);
+    msg->addeom();
+    std::unique_ptr<MsgStruct> copy(msg->deep_dup());
+    EXPECT_TRUE(decoded(*msg).eom);
+    msg.reset();
+    const DecodedMsg d = decoded(*copy);
+    EXPECT_THAT(d.header, ElementsAre(0x0E05, 0, 0, 0, 0, 0, 0, 0, -9));
+    EXPECT_THAT(d.order, ElementsAre(10, 30));
+    EXPECT_FALSE(d.eom);
+    EXPECT_EQ(5, d.elems.at(30).items[1].nested[0].elems.at(2).items[0].s32);
+    EXPECT_EQ(0u, copy->getctime());
+    EXPECT_TRUE(copy->is_modifiable());
+}
+
+TEST(MessageHdr, StandardMessagesAndFlagBits) {
+    const std::unique_ptr<MsgStruct> ipm(mk_ipm_msg(2056));
+    const std::unique_ptr<MsgStruct> ucast(mk_ucast_msg(0x0E05, 42));
+    EXPECT_THAT(decoded(*ipm).header, ElementsAre(2056, 1, 0, 0, 0, 0, 0x7000000, 0, 0));
+    EXPECT_THAT(decoded(*ucast).header, ElementsAre(0x0E05, 3, 42, 0, 0, 0, 0x7000000, 0, 0));
+    EXPECT_EQ(8, ipm->gethdr()->getMajor());
+    EXPECT_FALSE(ipm->gethdr()->isError());
+    EXPECT_TRUE(ucast->gethdr()->isError());
+
+    MsgHdr_t* hdr = ipm->gethdr();
+    hdr->setFlagsBits(0x1000);
+    hdr->setExtFlagsBits(3);
+    EXPECT_EQ("\0\0\x10\0"s, msg_bytes(*ipm).substr(16 + 20, 4));
+    EXPECT_EQ(0x1000, hdr->getFlagsBits(0x1000));
+    hdr->setFlagsBits(1);
+    hdr->clearFlagsBits(0x1000);
+    hdr->clearExtFlagsBits(2);
+    EXPECT_THAT(decoded(*ipm).header, ElementsAre(2056, 1, 0, 0, 0, 1, 0x7000000, 1, 0));
+    EXPECT_EQ(0, hdr->getFlagsBits(0x1000));
+    hdr->clearAllFlags();
+    EXPECT_THAT(decoded(*ipm).header, ElementsAre(2056, 1, 0, 0, 0, 0, 0x7000000, 0, 0));
+}
+
+TEST(MessageHdr, GuidIsStampedUnlessThreadsStampTheirOwn) {
+    MsgHdr_t hdr;
+    hdr.sethdr(new MsgHdr_s{}); // freed by the accessor
+    _guid = 99;
+    initializeHeader(5, &hdr);
+    EXPECT_EQ(99, hdr.getReserved());
+    is_mt = 1;
+    initializeHeader(&hdr);
+    EXPECT_EQ(0, hdr.getReserved());
+    EXPECT_EQ(0, hdr.getMessage());
+    is_mt = 0;
+    _guid = 0;
+    EXPECT_DEATH(initializeHeader(nullptr), "ASSERTION FAILED.*hdrp != NULL");
+}
+
+} // namespace

@@ -1,0 +1,121 @@
+// Decodes the network encoding of a message from plain bytes, with no help from the code that writes it.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+struct DecodedMsg;
+
+struct DecodedItem {
+    char type = 0;   // C, F, G or S
+    int32_t s32 = 0; // of C
+    std::string bytes;
+    std::vector<DecodedMsg> nested; // one, of S
+};
+
+// All live elements of one id, over all its segments.
+struct DecodedElems {
+    bool vector = false;
+    int segments = 0;
+    std::vector<DecodedItem> items;
+};
+
+struct DecodedMsg {
+    std::array<int32_t, 9> header{};
+    std::map<int, DecodedElems> elems;
+    std::vector<int> order; // ids as encoded, 0xFFFF for a deleted scalar or segment
+    bool eom = false;
+};
+
+class MsgDecoder {
+public:
+    // The message in `bytes`, all of which it must fill; nothing when they are not well-formed. sizep
+    // receives the encoded size from the prefix.
+    static std::optional<DecodedMsg> decode(std::string_view bytes, uint32_t* sizep = nullptr) {
+        MsgDecoder d(bytes);
+        if (d.take(3) != "IPM" || d.be(4) != 0x1000000) return std::nullopt;
+        const uint32_t size = d.be(4);
+        if (sizep != nullptr) *sizep = size;
+        DecodedMsg msg = d.body();
+        if (d._bad || d._pos != bytes.size()) return std::nullopt;
+        return msg;
+    }
+
+private:
+    explicit MsgDecoder(std::string_view bytes) : _bytes(bytes) {}
+
+    std::string_view take(size_t n) {
+        if (n > _bytes.size() - _pos) {
+            _bad = true;
+            return {};
+        }
+        _pos += n;
+        return _bytes.substr(_pos - n, n);
+    }
+    uint32_t be(size_t n) {
+        uint32_t v = 0;
+        for (const char c : take(n)) v = v << 8 | static_cast<unsigned char>(c);
+        return v;
+    }
+    char byte() { return static_cast<char>(be(1)); }
+
+    DecodedMsg body() {
+        DecodedMsg msg;
+        if (byte() != 'R' || be(4) != 36) _bad = true;
+        for (int32_t& field : msg.header) field = static_cast<int32_t>(be(4));
+        while (!_bad && !msg.eom && _pos < _bytes.size()) element(msg);
+        return msg;
+    }
+
+    void element(DecodedMsg& msg) {
+        const char type = byte();
+        if (type == 'H') {
+            msg.eom = true;
+            return;
+        }
+        const auto id = static_cast<int>(be(2));
+        DecodedElems found;
+        found.vector = type == 'P';
+        found.segments = 1;
+        if (!found.vector) found.items.push_back(item(type));
+        while (found.vector && !_bad) {
+            const char next = byte();
+            if (next == 0) break;
+            found.items.push_back(item(next));
+        }
+        msg.order.push_back(id);
+        if (id == 0xFFFF) return;
+        auto [it, fresh] = msg.elems.try_emplace(id, std::move(found));
+        if (fresh) return;
+        if (!it->second.vector || !found.vector) _bad = true; // a scalar stands once
+        ++it->second.segments;
+        for (auto& more : found.items) it->second.items.push_back(std::move(more));
+    }
+
+    DecodedItem item(char type) {
+        DecodedItem it;
+        it.type = type;
+        switch (type) {
+        case 'C': it.s32 = static_cast<int32_t>(be(4)); break;
+        case 'F':
+        case 'G': it.bytes = take(be(4)); break;
+        case 'S':
+            it.nested.push_back(body());
+            if (!it.nested[0].eom) _bad = true;
+            break;
+        default: _bad = true;
+        }
+        return it;
+    }
+
+    std::string_view _bytes;
+    size_t _pos = 0;
+    bool _bad = false;
+};
