@@ -1,7 +1,7 @@
 // Object types of messages: what kind of object a message concerns, with the names that users type.
 #pragma once
 
-enum obj_tag_t {
+enum obj_tag_t : int {
     OBJTAG_QEN = 0,
     OBJTAG_HMX = 1,
     OBJTAG_CLU = 2,

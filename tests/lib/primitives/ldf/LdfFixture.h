@@ -1,0 +1,93 @@
+// A data root of its own for each test, with verbs to put files there and to read them back.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "primitives/ldf/LdfReader.h"
+#include "primitives/ldf/LdfWriter.h"
+#include "support/LdfBuilder.h"
+
+// A record as read: its fixed part and copies of its pieces; "<none>" for a missing one.
+struct ReadRecord {
+    ldf_msg_header_t header;
+    std::string file, func;
+    std::vector<std::string> args;
+};
+
+class LdfFixture : public testing::Test {
+protected:
+    LdfFixture() {
+        char name[] = "/tmp/ldfXXXXXX";
+        root = mkdtemp(name);
+        std::filesystem::create_directory(root + "/ldf");
+        setenv("TAQ_LDF", root.c_str(), 1);
+        setenv("ZORQ_LOCAL_NAME", "node1", 1);
+        LdfReader::init();
+        LdfWriter::init();
+    }
+    ~LdfFixture() override {
+        LdfReader::destroy();
+        LdfWriter::destroy();
+        std::filesystem::remove_all(root);
+    }
+
+    std::string path(const std::string& name) const { return root + "/ldf/" + name + ".ldf"; }
+    bool exists(const std::string& p) const {
+        return std::filesystem::exists(std::filesystem::symlink_status(p));
+    }
+    static std::string slurp(const std::string& p) {
+        std::ifstream in(p, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+
+    static ReadRecord copy(const LdfRecordView& view) {
+        auto text = [](std::string_view s) { return s.data() ? std::string(s) : "<none>"; };
+        ReadRecord r = {view.header, text(view.filename), text(view.function), {}};
+        view.for_each_arg([&](std::string_view arg) { r.args.emplace_back(arg); });
+        return r;
+    }
+    // All records that pass, up to and without the first bad result, which goes to `end`.
+    static std::vector<ReadRecord> read_all(LdfReader& reader, const LdfFilter& filter = {},
+                                            int* end = nullptr) {
+        std::vector<ReadRecord> records;
+        LdfRecordView view;
+        int rc;
+        while ((rc = reader.next_record(filter, view)) == LDF_OK) records.push_back(copy(view));
+        if (end) *end = rc;
+        return records;
+    }
+    std::vector<ReadRecord> read_file(const std::string& name) const {
+        LdfReader reader;
+        EXPECT_EQ(LDF_OK, reader.open(nullptr, name.c_str())) << name;
+        int end = 0;
+        auto records = read_all(reader, {}, &end);
+        EXPECT_EQ(LDF_EEND, end) << name;
+        EXPECT_EQ(reader.get_header()->total_msgs, static_cast<int>(records.size())) << name;
+        return records;
+    }
+    ldf_header_t header_of(const std::string& name) const {
+        LdfReader reader;
+        EXPECT_EQ(LDF_OK, reader.open(nullptr, name.c_str())) << name;
+        return *reader.get_header();
+    }
+
+    // Writes one record with seq as its number; the text is "f", "g" and one argument.
+    static void write(LdfWriter& w, unsigned seq, const std::string& arg = "x", char sev = 4, char obj = 0) {
+        w.write(sev, 1000, obj, 25u << 16 | 7, "f", 1, seq, "g", arg.c_str(), nullptr, nullptr, nullptr,
+                nullptr, nullptr);
+    }
+    static std::vector<unsigned> seqs(const std::vector<ReadRecord>& records) {
+        std::vector<unsigned> all;
+        for (const auto& r : records) all.push_back(r.header.seq);
+        return all;
+    }
+
+    std::string root;
+};

@@ -1,0 +1,279 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "LdfFixture.h"
+#include "primitives/values/VList.h"
+
+using namespace std::string_literals;
+
+namespace {
+
+// A text part of exactly `size` bytes.
+std::string text_of(size_t size) {
+    return "f\xFFg\xFF"s + std::string(size - 6, 'a') + "\xFF\0"s;
+}
+
+// Calls of read, pread and their kin by this process so far; -1 when the system does not tell.
+long read_calls() {
+    std::ifstream io("/proc/self/io");
+    std::string word;
+    long n;
+    while (io >> word >> n)
+        if (word == "syscr:") return n;
+    return -1;
+}
+
+} // namespace
+
+class LdfReaderTest : public LdfFixture {
+protected:
+    void open(LdfReader& reader, const LdfBuilder& file) {
+        file.write(path("f"));
+        ASSERT_EQ(LDF_OK, reader.open(nullptr, "f"));
+    }
+};
+
+TEST_F(LdfReaderTest, HandsOutRecordsAsStored) {
+    LdfReader reader;
+    open(reader,
+         LdfBuilder()
+             .record({.sev = 1, .obj = 3, .args = {"res1", "ONLINE"}})
+             .record(
+                 {.sev = 255, .obj = 200, .cat = 65535, .num = 0, .time = -1, .line = 0xFFFFFFFF, .seq = 7}));
+    const auto records = read_all(reader);
+    ASSERT_EQ(2u, records.size());
+    EXPECT_EQ("Log", records[0].file);
+    EXPECT_EQ("open", records[0].func);
+    EXPECT_EQ((std::vector<std::string>{"res1", "ONLINE"}), records[0].args);
+    EXPECT_EQ(42u, records[0].header.line_no);
+    EXPECT_EQ(-1, records[1].header.sev); // one byte, signed in memory
+    EXPECT_EQ(0xFFFF0000u, records[1].header.msgcat_id);
+    EXPECT_EQ(-1, records[1].header.timestamp);
+    EXPECT_EQ(7u, records[1].header.seq);
+}
+
+TEST_F(LdfReaderTest, EndsWhereTheRecordsDo) {
+    const LdfBuilder two = LdfBuilder().records(2, {.args = {"a"}});
+    const size_t record = LdfBuilder::record_bytes({.args = {"a"}}).size();
+    const struct {
+        const char* name;
+        LdfBuilder file;
+        size_t records;
+        int expect;
+    } cases[] = {
+        {"no records", LdfBuilder(), 0, LDF_EEND},
+        {"whole file", two, 2, LDF_EEND},
+        {"record behind the counted ones", LdfBuilder(two).total_msgs(1), 1, LDF_EEND},
+        {"fewer records than counted", LdfBuilder(two).total_msgs(9), 2, LDF_EEND},
+        {"negative count", LdfBuilder(two).total_msgs(-5), 0, LDF_EEND},
+        {"largest count", LdfBuilder(two).total_msgs(INT32_MAX), 2, LDF_EEND},
+        {"text cut short", LdfBuilder(two).offset_end(117).cut(1), 1, LDF_EEND},
+        {"cut in the fixed part", LdfBuilder(two).offset_end(117).cut(record - 5), 1, LDF_EEND},
+        {"record version 2", LdfBuilder().record().record({.version = 2}), 1, LDF_EVERSION},
+        {"version 0, then cut", LdfBuilder().record({.version = 0}).offset_end(117).truncate(122), 0,
+         LDF_EVERSION},
+        {"longest text", LdfBuilder().record({.text = text_of(4096)}), 1, LDF_EEND},
+        {"text a byte too long", LdfBuilder().record().record({.text = text_of(4097)}), 1, LDF_EFAIL},
+        {"length word of all ones", LdfBuilder().record({.data_size = 0xFFFFFFFF}), 0, LDF_EFAIL},
+        {"hostile length, then cut", LdfBuilder().record({.data_size = 5000}).offset_end(117).truncate(121),
+         0, LDF_EFAIL},
+        {"length beyond the file", LdfBuilder().record({.data_size = 4096}), 0, LDF_EEND},
+        {"length 0", LdfBuilder().record({.text = ""}).record(), 2, LDF_EEND},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        LdfReader reader;
+        open(reader, c.file);
+        int end = 0;
+        EXPECT_EQ(c.records, read_all(reader, {}, &end).size());
+        EXPECT_EQ(c.expect, end);
+        LdfRecordView view;
+        EXPECT_EQ(c.expect, reader.next_record({}, view)); // and stays there
+    }
+}
+
+TEST_F(LdfReaderTest, EveryPrefixGivesItsWholeRecords) {
+    const LdfBuilder good =
+        LdfBuilder().record({.args = {"a", "bc"}}).record({.args = {}}).record({.args = {"d"}});
+    const std::string bytes = good.bytes();
+    std::vector<size_t> ends;
+    for (size_t pos = 117; pos < bytes.size();)
+        ends.push_back(pos += 23 + static_cast<unsigned char>(bytes[pos + 3]));
+    for (size_t size = 117; size <= bytes.size(); ++size) {
+        LdfReader reader;
+        open(reader, LdfBuilder(good).offset_end(117).truncate(size));
+        const auto whole = std::count_if(ends.begin(), ends.end(), [=](size_t end) { return end <= size; });
+        int end = 0;
+        ASSERT_EQ(static_cast<size_t>(whole), read_all(reader, {}, &end).size()) << size;
+        ASSERT_EQ(LDF_EEND, end) << size;
+        // A jump over records needs their length words only.
+        const size_t lengths[] = {117 + 4, ends[0] + 4};
+        for (int n = 1; n < 3; ++n) {
+            EXPECT_EQ(LDF_OK, reader.rewind());
+            EXPECT_EQ(lengths[n - 1] <= size ? LDF_OK : LDF_EFAIL, reader.jumpto(n)) << size;
+        }
+    }
+}
+
+TEST_F(LdfReaderTest, EveryFlippedByteGivesAListedResult) {
+    const LdfBuilder good = LdfBuilder().records(3, {.args = {"a", "bc"}});
+    const size_t size = good.bytes().size();
+    for (size_t pos = 0; pos < size; ++pos) {
+        for (int mask : {0x01, 0x10, 0x80, 0xFF}) {
+            LdfBuilder(good).flip(pos, static_cast<uint8_t>(mask)).write(path("f"));
+            LdfReader reader;
+            const int rc = reader.open(nullptr, "f");
+            ASSERT_TRUE(rc == LDF_OK || rc == LDF_EFAIL || rc == LDF_EVERSION) << pos;
+            int end = 0;
+            const auto records = read_all(reader, {}, &end);
+            ASSERT_LE(records.size(), 3u) << pos;
+            ASSERT_TRUE(end == LDF_EEND || end == LDF_EFAIL || end == LDF_EVERSION) << pos;
+        }
+    }
+}
+
+TEST_F(LdfReaderTest, JumpsAndTailsToTheRightRecord) {
+    // Sizes of one byte to the longest, many windows long.
+    LdfBuilder file;
+    constexpr int N = 700;
+    for (int i = 0; i < N; ++i)
+        file.record(
+            {.seq = static_cast<uint32_t>(i), .text = text_of(6 + static_cast<size_t>(i * 37 % 4091))});
+    LdfReader reader;
+    open(reader, file);
+    LdfRecordView view;
+    for (int n : {0, 3, 3, 699, 350, 351, 1, -7, 698, INT32_MIN}) {
+        ASSERT_EQ(LDF_OK, reader.jumpto(n)) << n;
+        for (int k = std::max(n, 0); k < std::min(std::max(n, 0) + 3, N); ++k) {
+            ASSERT_EQ(LDF_OK, reader.next_record({}, view)) << n;
+            ASSERT_EQ(static_cast<uint32_t>(k), view.header.seq);
+        }
+    }
+    for (int n : {N, N + 1, INT32_MAX}) EXPECT_EQ(LDF_EFAIL, reader.jumpto(n)) << n;
+    ASSERT_EQ(LDF_OK, reader.next_record({}, view)); // a refused jump changes nothing
+    EXPECT_EQ(3u, view.header.seq);
+
+    const struct {
+        int tail, rc;
+        size_t records;
+    } tails[] = {{1, LDF_OK, 1},    {20, LDF_OK, 20},         {N - 1, LDF_OK, N - 1},
+                 {N, LDF_OK, N},    {N + 1, LDF_OK, N},       {INT32_MAX, LDF_OK, N},
+                 {0, LDF_EFAIL, 0}, {INT32_MIN, LDF_EFAIL, 0}};
+    for (const auto& t : tails) {
+        EXPECT_EQ(t.rc, reader.tail(t.tail)) << t.tail;
+        if (t.rc != LDF_OK) continue;
+        EXPECT_EQ(t.records, read_all(reader).size()) << t.tail;
+    }
+}
+
+TEST_F(LdfReaderTest, TailOfFilesWithoutRecordsOrWithWrongCounts) {
+    const struct {
+        const char* name;
+        LdfBuilder file;
+        int rc;
+    } cases[] = {
+        {"empty", LdfBuilder(), LDF_OK},
+        {"negative count", LdfBuilder().record().total_msgs(INT32_MIN), LDF_OK},
+        {"more counted than there are", LdfBuilder().record().total_msgs(1000), LDF_EFAIL},
+        {"hostile length on the way", LdfBuilder().record({.data_size = 0xFFFFFFE9}).records(30), LDF_EFAIL}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        LdfReader reader;
+        open(reader, c.file);
+        EXPECT_EQ(c.rc, reader.tail(20));
+        EXPECT_TRUE(c.rc != LDF_OK || read_all(reader).empty());
+        EXPECT_EQ(LDF_OK, reader.rewind());
+    }
+}
+
+TEST_F(LdfReaderTest, WholeFileTakesOneReadAWindow) {
+    LdfReader reader;
+    open(reader, LdfBuilder().records(62000, {.args = {"resource1", "ONLINE"}}));
+    const long before = read_calls();
+    if (before < 0) GTEST_SKIP() << "the system does not count calls";
+    EXPECT_EQ(62000u, [&] {
+        LdfRecordView view;
+        size_t n = 0;
+        while (reader.next_record({}, view) == LDF_OK) ++n;
+        return n;
+    }());
+    const long whole = read_calls();
+    EXPECT_LE(whole - before, 45);
+    EXPECT_EQ(LDF_OK, reader.tail(20));
+    EXPECT_LE(read_calls() - whole, 45);
+}
+
+TEST_F(LdfReaderTest, SparseFileBeyond2GiBEndsInAResult) {
+    // Records cannot be followed past the largest offset; nothing may wrap or be deleted as too short.
+    LdfBuilder().record().total_msgs(INT32_MAX).write(path("f"));
+    ASSERT_EQ(0, truncate(path("f").c_str(), 5ll << 30));
+    LdfReader reader;
+    ASSERT_EQ(LDF_OK, reader.open(nullptr, "f"));
+    LdfRecordView view;
+    EXPECT_EQ(LDF_OK, reader.next_record({}, view));
+    EXPECT_EQ(LDF_EVERSION, reader.next_record({}, view)); // the hole reads as version 0
+    EXPECT_TRUE(exists(path("f")));
+}
+
+TEST_F(LdfReaderTest, RewindSeesWhatHasChanged) {
+    LdfReader reader;
+    open(reader, LdfBuilder().record({.seq = 1}).record({.seq = 2}));
+    EXPECT_EQ((std::vector<unsigned>{1, 2}), seqs(read_all(reader)));
+    const int fd = ::open(path("f").c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_EQ(4, pwrite(fd, "\0\0\0\x9", 4, 117 + 19));
+    close(fd);
+    EXPECT_EQ(LDF_OK, reader.rewind());
+    EXPECT_EQ((std::vector<unsigned>{9, 2}), seqs(read_all(reader)));
+}
+
+TEST_F(LdfReaderTest, FileCutWhileOpenIsTheEnd) {
+    LdfReader reader;
+    open(reader, LdfBuilder().records(5000));
+    LdfRecordView view;
+    ASSERT_EQ(LDF_OK, reader.next_record({}, view));
+    ASSERT_EQ(0, truncate(path("f").c_str(), 117));
+    int end = 0;
+    EXPECT_LT(read_all(reader, {}, &end).size(), 4999u);
+    EXPECT_EQ(LDF_EEND, end);
+}
+
+TEST_F(LdfReaderTest, GetNextCopies) {
+    LdfReader reader;
+    open(reader,
+         LdfBuilder()
+             .record({.sev = 2, .line = 9, .seq = 5, .args = {"a", "b", "c", "d", "e", "f", "g", "h"}})
+             .record({.text = "only-file\xFF\0"s})
+             .record({.text = std::string(4096, 'n')})
+             .record({.text = "\0"s}));
+    ldf_msg_header_t header;
+    auto dbg = std::make_unique<ldf_dbg_info_t>();
+    VList* args = nullptr;
+    auto next = [&] {
+        delete args;
+        args = nullptr;
+        return reader.get_next(-1, -1, '\xFF', '\xFF', nullptr, &header, dbg.get(), &args, 0);
+    };
+    ASSERT_EQ(LDF_OK, next());
+    EXPECT_EQ(2, header.sev);
+    EXPECT_EQ(9u, dbg->line_no);
+    EXPECT_EQ(5u, dbg->seq);
+    EXPECT_STREQ("Log", dbg->filename);
+    EXPECT_STREQ("open", dbg->function);
+    ASSERT_EQ(8, args->count());
+    EXPECT_STREQ("a", args->inquire(0)->getstr());
+    EXPECT_STREQ("h", args->inquire(7)->getstr());
+
+    ASSERT_EQ(LDF_OK, next());
+    EXPECT_STREQ("only-file", dbg->filename);
+    EXPECT_STREQ("open", dbg->function); // missing: left as it was
+    ASSERT_NE(nullptr, args);
+    EXPECT_EQ(0, args->count());
+
+    ASSERT_EQ(LDF_OK, next());
+    EXPECT_EQ(std::string(4095, 'n'), dbg->filename); // cut to its room
+    ASSERT_EQ(LDF_OK, next());
+    EXPECT_EQ(LDF_EEND, next());
+    EXPECT_EQ(nullptr, args);
+    EXPECT_EQ(LDF_OK, reader.rewind());
+    EXPECT_EQ(LDF_OK, reader.get_next(-1, -1, '\xFF', '\xFF', nullptr, nullptr, nullptr, nullptr, 0));
+}
