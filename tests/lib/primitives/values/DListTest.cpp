@@ -1,0 +1,120 @@
+#include "primitives/values/DList.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <list>
+
+#include "ValuesSupport.h"
+
+namespace {
+
+using Links = std::vector<DLink*>;
+
+// Walks the list both ways and checks its invariants.
+void expect_links(const DList& list, const Links& expected) {
+    ASSERT_EQ(list.count(), static_cast<int32_t>(expected.size()));
+    ASSERT_EQ(list.head() == nullptr, expected.empty());
+    ASSERT_EQ(list.tail() == nullptr, expected.empty());
+    DLink* forward = list.head();
+    DLink* backward = list.tail();
+    for (size_t i = 0; i < expected.size(); ++i) {
+        ASSERT_EQ(forward, expected[i]);
+        ASSERT_EQ(backward, expected[expected.size() - 1 - i]);
+        ASSERT_EQ(forward->dlist(), &list);
+        ASSERT_EQ(forward->head(), expected.front());
+        ASSERT_EQ(forward->tail(), expected.back());
+        forward = forward->next();
+        backward = backward->prev();
+    }
+    ASSERT_EQ(forward, nullptr);
+    ASSERT_EQ(backward, nullptr);
+}
+
+// Every operation at random places of two lists, beside two vectors that say what must come out.
+TEST(DList, BehavesLikeAModelUnderRandomOperations) {
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        SCOPED_TRACE(seed);
+        Dice dice(seed);
+        DList lists[2];
+        Links models[2];
+        for (int step = 0; step < 300; ++step) {
+            const unsigned which = dice(2);
+            DList& list = lists[which];
+            Links& model = models[which];
+            const size_t at = model.empty() ? 0 : dice(model.size());
+            const auto place = [&](size_t i) { return model.begin() + static_cast<std::ptrdiff_t>(i); };
+            DLink* fresh = nullptr;
+            switch (model.empty() ? dice(4) : dice(9)) {
+            case 0: model.push_back(list.append(&list)); break;
+            case 1: model.insert(model.begin(), list.insert(&list)); break;
+            case 2: list.insert_at(fresh = new DLink, nullptr), model.push_back(fresh); break;
+            case 3: {
+                const size_t source = 1 - which;
+                list.dlistcat(&lists[source]);
+                model.insert(model.end(), models[source].begin(), models[source].end());
+                models[source].clear();
+                break;
+            }
+            case 4: list.insert_at(fresh = new DLink, model[at]), model.insert(place(at), fresh); break;
+            case 5: model[at]->append(fresh = new DLink), model.insert(place(at + 1), fresh); break;
+            case 6: model[at]->insert(fresh = new DLink), model.insert(place(at), fresh); break;
+            case 7: delete model[at], model.erase(place(at)); break;
+            case 8: {
+                DLink* link = model[at];
+                EXPECT_EQ(link->unlink(), at + 1 < model.size() ? model[at + 1] : nullptr);
+                EXPECT_EQ(link->dlist(), nullptr);
+                EXPECT_EQ(link->head(), nullptr);
+                model.erase(place(at));
+                list.append(link), model.push_back(link); // an unlinked link can be used again
+                break;
+            }
+            }
+            ASSERT_NO_FATAL_FAILURE(expect_links(lists[0], models[0]));
+            ASSERT_NO_FATAL_FAILURE(expect_links(lists[1], models[1]));
+        }
+        for (Links& model : models)
+            for (DLink* link : model) delete link;
+        expect_links(lists[0], {});
+    }
+}
+
+TEST(DListDeath, MisuseNamesTheBrokenRule) {
+    DList list, other;
+    DLink linked, alone, elsewhere;
+    list.append(&linked);
+    other.append(&elsewhere);
+    DLink* none = nullptr;
+    EXPECT_DEATH(list.append(none), "expression \\(dlink != NULL\\)");
+    EXPECT_DEATH(list.insert(&elsewhere), "expression \\(dlink->_dlist == NULL\\)");
+    EXPECT_DEATH(list.insert_at(&linked, nullptr), "expression \\(dlink->_dlist == NULL\\)");
+    EXPECT_DEATH(list.insert_at(&alone, &elsewhere), "expression \\(location->_dlist == this\\)");
+    EXPECT_DEATH(linked.append(&linked), "expression \\(dlink->_dlist == NULL\\)");
+    EXPECT_DEATH(alone.insert(new DLink), "expression \\(_dlist != NULL\\)");
+    EXPECT_DEATH(alone.unlink(), "expression \\(_dlist != NULL\\)");
+}
+
+TEST(DList, DumpIndentsByLevelsButNotTheCount) {
+    DList list;
+    DLink link;
+    char* text = nullptr;
+    size_t size = 0;
+    FILE* fp = open_memstream(&text, &size);
+    list.print("empty", fp, 1);
+    list.append(&link);
+    list.print("one", fp, 0);
+    fclose(fp);
+    char expected[2000];
+    const void *l = &list, *k = &link;
+    snprintf(expected, sizeof expected,
+             "    DList(empty) {\n        this=%p\ncount=0x0\n        _head=0x0\n        _tail=0x0\n    }\n"
+             "DList(one) {\n    this=%p\ncount=0x1\n"
+             "    DLink(_head) {\n        this=%p\n        _dlist=%p\n        _object=%p\n        _next=%p\n"
+             "        _prev=%p\n    }\n"
+             "    DLink(_tail) {\n        this=%p\n        _dlist=%p\n        _object=%p\n        _next=%p\n"
+             "        _prev=%p\n    }\n}\n",
+             l, l, k, l, nullptr, nullptr, nullptr, k, l, nullptr, nullptr, nullptr);
+    EXPECT_STREQ(text, expected);
+    free(text);
+}
+
+} // namespace
