@@ -75,7 +75,7 @@ private:
     Item make_item(int kind) {
         Item item{};
         switch (kind % 4) {
-        case 0: item.type = 'C', item.s32 = _in.byte() * -0x01010101; break;
+        case 0: item.type = 'C', item.s32 = _in.byte() * -0x00800101; break;
         case 1: item.type = 'F', item.bytes = _in.text(/*with_nul=*/_in.byte() % 4 != 0); break;
         case 2: item.type = 'G', item.bytes = _in.text(/*with_nul=*/false); break;
         default: item.type = 'S', item.inner = _in.byte(); break;
@@ -162,6 +162,7 @@ private:
         REQUIRE((list != nullptr) == present(source));
         if (list == nullptr) return;
         REQUIRE(static_cast<size_t>(list->count()) == _model.at(source).items.size());
+        if (list->count() > 20) return; // else a list appended to itself doubles at every step
         const bool bad = choice >= 24;
         // A referred-to message may be nested a second time, but then neither id may give it back alone.
         for (const Item& item : _model.at(source).items)
