@@ -64,15 +64,16 @@ int32_t wrapping_sum(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
 }
 
-// Adds and returns the sum. A locked addition costs as much as the rest of an allocation, and until a second
-// thread starts a plain one does.
+// Adds and returns the sum.
+template <bool SINGLE_THREADED>
 inline int32_t add(std::atomic<int32_t>& counter, int32_t n) {
-    if (__libc_single_threaded) {
+    if constexpr (SINGLE_THREADED) {
         const int32_t sum = wrapping_sum(counter.load(std::memory_order_relaxed), n);
         counter.store(sum, std::memory_order_relaxed);
         return sum;
+    } else {
+        return wrapping_sum(counter.fetch_add(n, std::memory_order_relaxed), n);
     }
-    return wrapping_sum(counter.fetch_add(n, std::memory_order_relaxed), n);
 }
 
 inline void raise_to(std::atomic<int32_t>& high, int32_t value) {
@@ -82,10 +83,12 @@ inline void raise_to(std::atomic<int32_t>& high, int32_t value) {
     }
 }
 
-// The payload is dead to the compiler just before it is freed; the barrier makes it keep the stores.
 inline void fill(void* p, int byte, size_t n) {
-    if (!fill_enabled.load(std::memory_order_relaxed)) return;
-    std::memset(p, byte, n);
+    if (fill_enabled.load(std::memory_order_relaxed)) std::memset(p, byte, n);
+}
+
+// Keeps the compiler from dropping what was stored behind p as dead, because the memory is freed next.
+inline void keep_stores(void* p) {
     asm volatile("" : : "r"(p) : "memory");
 }
 
@@ -104,6 +107,26 @@ int setting(const char* name, int fallback) {
 
 } // namespace
 
+template <bool SINGLE_THREADED>
+inline void Memory::_account(int32_t bytes, int32_t blocks, int type) {
+    const int32_t total = add<SINGLE_THREADED>(_total_bytes, bytes);
+    const int32_t guards = add<SINGLE_THREADED>(_overage, blocks * GUARD_BYTES);
+    add<SINGLE_THREADED>(_type_bytes[type], bytes);
+    add<SINGLE_THREADED>(_cnt[type], blocks);
+    if (blocks < 0) return;
+    raise_to(_total_bytes_high, total);
+    raise_to(_overage_high, guards);
+}
+
+// Locked additions would cost more than the rest of an allocation; until a second thread starts, plain ones
+// do.
+inline void Memory::_account(int32_t bytes, int32_t blocks, int type) {
+    if (__libc_single_threaded)
+        _account<true>(bytes, blocks, type);
+    else
+        _account<false>(bytes, blocks, type);
+}
+
 void* Memory::get(unsigned int align, size_t size, int type) {
     QEN_CHECK_AS(type >= 0 && type < MEMORY_MAX_TYPES, "(type < MEMORY_MAX_TYPES)");
     const bool served = (align == 0 || align == 4 || align == 8) && size <= MAX_PAYLOAD;
@@ -112,10 +135,7 @@ void* Memory::get(unsigned int align, size_t size, int type) {
     QEN_CHECK(retp != NULL);
 
     const auto bytes = static_cast<uint32_t>(size);
-    raise_to(_total_bytes_high, add(_total_bytes, static_cast<int32_t>(bytes)));
-    add(_type_bytes[type], static_cast<int32_t>(bytes));
-    raise_to(_overage_high, add(_overage, GUARD_BYTES));
-    add(_cnt[type], 1);
+    _account(static_cast<int32_t>(bytes), 1, type);
 
     const Header header = {HEADER_LIVE, bytes};
     char* payload = retp + LEAD + HEADER_SIZE;
@@ -140,11 +160,6 @@ void Memory::release(void* p, int type) {
     if (header.mark != HEADER_LIVE) stop(header.mark == HEADER_FREED ? "BAD header" : "Unknown header");
 
     const size_t size = header.size;
-    const auto less = static_cast<int32_t>(0 - header.size);
-    add(_total_bytes, less);
-    add(_type_bytes[type], less);
-    add(_overage, -GUARD_BYTES);
-
     memory_unpoison(payload + size, TRAILER_SIZE);
     uint64_t trailer;
     std::memcpy(&trailer, payload + size, TRAILER_SIZE);
@@ -154,18 +169,19 @@ void Memory::release(void* p, int type) {
     std::memcpy(payload - HEADER_SIZE, &header, HEADER_SIZE);
     std::memcpy(payload + size, &TRAILER_FREED, TRAILER_SIZE);
     fill(payload, FILL_FREED, size);
+    keep_stores(payload);
     std::free(start);
-    add(_cnt[type], -1);
+    _account(static_cast<int32_t>(0 - header.size), -1, type);
 }
 
 // The count is taken back before the call, which may allocate and come here again; of threads that exceed the
-// threshold together, one calls.
+// threshold together, one calls back.
 void Memory::_call_back(void (*callback)(int)) {
     const int32_t threshold = _block_threshold.load(std::memory_order_relaxed);
-    if (add(_block_count, 1) <= threshold) return;
+    if (add<false>(_block_count, 1) <= threshold) return;
     if (_block_count.exchange(0, std::memory_order_relaxed) <= threshold) return;
     callback(_block_time.load(std::memory_order_relaxed));
-    add(_blocks, 1);
+    add<false>(_blocks, 1);
 }
 
 void Memory::block(void (*callback)(int)) {

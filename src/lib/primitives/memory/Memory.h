@@ -89,6 +89,9 @@ public:
 private:
     using counter = std::atomic<int32_t>;
 
+    template <bool SINGLE_THREADED>
+    void _account(int32_t bytes, int32_t blocks, int type);
+    void _account(int32_t bytes, int32_t blocks, int type);
     static void _throttle() {
         if (auto* callback = _block_call.load(std::memory_order_acquire)) _call_back(callback);
     }
