@@ -1,0 +1,105 @@
+// Data and catalog roots of its own for each test, and what the process sent to the system log.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "primitives/log/Log.h"
+#include "primitives/message/MsgStruct.h"
+
+// Priority and text of each call of the system log, which SyslogCapture.cpp replaces.
+struct SyslogLine {
+    int priority;
+    std::string text;
+};
+std::vector<SyslogLine> syslog_lines(); // a copy
+void clear_syslog();
+
+class LogFixture : public testing::Test {
+protected:
+    LogFixture() {
+        char name[] = "/tmp/logXXXXXX";
+        root = mkdtemp(name);
+        std::filesystem::create_directory(root + "/ldf");
+        for (const char* var : {"TAQ_LOG", "TAQ_LDF", "TAQ_MESSAGES_DIR"}) setenv(var, root.c_str(), 1);
+        for (const char* var : {"TAQ_ENABLE_LDF", "TAQ_DEBUG_LOG_TAGS", "QEN_LOG_MAXLEN"}) unsetenv(var);
+        setenv("QENI18N_LANG", "en", 1);
+        setenv("TZ", "UTC", 1);
+        tzset();
+        clear_syslog();
+        Log::init("QEN", "K-16", nullptr);
+    }
+    ~LogFixture() override {
+        Log::destroy();
+        std::filesystem::remove_all(root);
+    }
+
+    static std::string slurp(const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    std::string log_path(const std::string& file) const { return root + "/log/" + file; }
+    // What stands behind the header of a text log.
+    std::string body(const std::string& file) const {
+        const std::string all = slurp(log_path(file));
+        const size_t end = all.find("#\n\n");
+        return end == std::string::npos ? "<no header>" : all.substr(end + 3);
+    }
+
+    // Writes the catalogs of the module for a language: texts by category and number.
+    using Texts = std::map<unsigned, std::map<unsigned, std::string>>;
+    void write_catalogs(const std::string& language, const Texts& texts) const {
+        const std::string dir = root + "/messages/" + language + "/";
+        std::filesystem::create_directories(dir);
+        std::string names, groups;
+        for (const auto& [category, messages] : texts) {
+            const std::string base = "C" + std::to_string(category);
+            names += (names.empty() ? "" : " ") + base;
+            groups += base + ".version=1\n" + base + ".category=" + std::to_string(category) +
+                      "\nmin=" + std::to_string(messages.begin()->first) +
+                      "\nmax=" + std::to_string(messages.rbegin()->first) + "\n";
+            std::ofstream(dir + base + ".bmc", std::ios::binary) << catalog_bytes(messages);
+        }
+        std::ofstream(dir + "KORE.bmcmap") << "language=" << language << "\nKORE=" << names << "\n" << groups;
+    }
+
+    // A message with a text and arguments, of the given type; -1: no identifier.
+    static std::unique_ptr<MsgStruct> message(const std::string& text, std::vector<std::string> args = {},
+                                              int type = 0, int identifier = -1) {
+        auto msgp = std::make_unique<MsgStruct>();
+        msgp->gethdr()->setMessage(type);
+        msgp->add_elem(21, text.c_str(), 0);
+        for (const auto& arg : args) msgp->append_elem(22, arg.c_str(), 0);
+        if (identifier != -1) msgp->add_elem(23, identifier);
+        return msgp;
+    }
+
+    std::string root;
+
+private:
+    // One range for each message.
+    static std::string catalog_bytes(const std::map<unsigned, std::string>& messages) {
+        const auto n = static_cast<unsigned>(messages.size());
+        std::string header = be32(0x4795) + std::string(28, '\0') + be32(n) + be32(n) + std::string(8, '\0') +
+                             be32(64) + be32(0) + be32(0) + std::string(4, '\0');
+        std::string ranges, slots, records;
+        for (const auto& [number, text] : messages) {
+            ranges += be32(number) + be32(number) + be32(64 + 12 * n + static_cast<unsigned>(slots.size()));
+            slots += be32(64 + 16 * n + static_cast<unsigned>(records.size()));
+            records += be32(static_cast<unsigned>(text.size() + 1)) + text + '\0';
+        }
+        return header + ranges + slots + records;
+    }
+    static std::string be32(unsigned v) {
+        return {static_cast<char>(v >> 24), static_cast<char>(v >> 16), static_cast<char>(v >> 8),
+                static_cast<char>(v)};
+    }
+};

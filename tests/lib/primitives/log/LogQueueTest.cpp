@@ -1,0 +1,153 @@
+#include <atomic>
+#include <cstring>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "LogFixture.h"
+#include "primitives/log/LogQueue.h"
+
+namespace {
+
+constexpr int BARE = ULOG_BARE_TEXT | ULOG_NO_SOURCE;
+
+class LogQueueTest : public LogFixture {
+protected:
+    LogQueueTest() {
+        setenv("TAQ_ENABLE_LDF", "0", 1);
+        EXPECT_EQ(ULOG_OK, log.open("engine", nullptr, 0, nullptr));
+        log.set_maxlen(1 << 30);
+    }
+    std::vector<std::string> lines() const {
+        std::vector<std::string> all;
+        std::string text = body("engine_A.log"), line;
+        for (char c : text) {
+            if (c != '\n') {
+                line += c;
+                continue;
+            }
+            all.push_back(line);
+            line.clear();
+        }
+        return all;
+    }
+    void put(const std::string& text) {
+        log.write_app(SEV_INFO, "f", "g", 1, BARE | ULOG_HAND_OVER, 25, 1, message(text).release());
+    }
+    Log log;
+};
+
+TEST_F(LogQueueTest, EverythingQueuedIsWrittenInOrderBeforeStopReturns) {
+    std::vector<std::string> expected;
+    Log::start_logger();
+    const auto kept = message("kept");
+    for (int i = 0; i < 2500; ++i) {
+        const std::string text = std::to_string(i);
+        if (i % 4 == 0) {
+            put(text);
+        } else if (i % 4 == 1) {
+            log.write_dbg(DBG_1, "f", "g", 1, BARE, 25, 1, text.c_str());
+        } else if (i % 4 == 2) {
+            log.write_buf("f", "g", 1, SEV_INFO, BARE, 25, 1, text.c_str());
+        } else {
+            char* mine = strcpy(new char[text.size() + 1], text.c_str());
+            log.write_dbg(DBG_1, "f", "g", 1, BARE | ULOG_HAND_OVER, 25, 1, mine);
+        }
+        expected.push_back(text);
+    }
+    log.write_app(SEV_INFO, "f", "g", 1, BARE, 25, 1, kept.get());
+    expected.emplace_back("kept");
+    Log::stop_logger();
+    EXPECT_EQ(expected, lines());
+    EXPECT_STREQ("kept", kept->find(21)->getstr()) << "stays the caller's";
+}
+
+TEST_F(LogQueueTest, StopsAtOnceAndStartsAgain) {
+    const auto begin = std::chrono::steady_clock::now();
+    for (int i = 0; i < 5; ++i) {
+        Log::start_logger();
+        Log::start_logger(); // no effect
+        EXPECT_TRUE(Log::run_thread());
+        put("q" + std::to_string(i));
+        Log::stop_logger();
+        Log::stop_logger(); // no effect
+        EXPECT_FALSE(Log::run_thread());
+        put("d" + std::to_string(i));
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2)) << "waited for its time-out";
+    EXPECT_THAT(lines(), testing::ElementsAre("q0", "d0", "q1", "d1", "q2", "d2", "q3", "d3", "q4", "d4"));
+}
+
+TEST_F(LogQueueTest, ProducersOfAllThreadsKeepTheirOrderAcrossStartAndStop) {
+    constexpr int THREADS = 4, EACH = 2000;
+    // Producers write by themselves while the logger is stopped: one log for each, since a log is used by one
+    // thread at a time.
+    std::vector<std::unique_ptr<Log>> logs;
+    for (int t = 0; t < THREADS; ++t) {
+        logs.push_back(std::make_unique<Log>());
+        ASSERT_EQ(ULOG_OK, logs.back()->open(("p" + std::to_string(t)).c_str(), nullptr, 0, nullptr));
+        logs.back()->write_buf("f", "g", 1, SEV_INFO, BARE, 25, 1, "first");
+    }
+    Log::start_logger();
+    std::atomic<bool> done{false};
+    std::vector<std::thread> producers;
+    for (int t = 0; t < THREADS; ++t)
+        producers.emplace_back([&logs, t] {
+            for (int i = 0; i < EACH; ++i)
+                logs[static_cast<size_t>(t)]->write_buf("f", "g", 1, SEV_INFO, BARE, 25, 1,
+                                                        std::to_string(i).c_str());
+        });
+    Log::stop_logger();
+    for (auto& p : producers) p.join();
+    std::string expected = "first\n";
+    for (int i = 0; i < EACH; ++i) expected += std::to_string(i) + "\n";
+    for (int t = 0; t < THREADS; ++t) EXPECT_EQ(expected, body("p" + std::to_string(t) + "_A.log"));
+}
+
+TEST_F(LogQueueTest, AdminMessagesAndSwitchesPassThroughTheThread) {
+    Log::start_logger();
+    Log::admin_msg(SEV_ERR, "f", "g", 1, 25, 1, message("50% %s").release());
+    Log::admin_msg(SEV_ERR, "f", "g", 1, 25, 1, new MsgStruct); // no text: nothing
+    std::thread other([this] {                                  // while the thread may be writing
+        for (int i = 0; i < 100; ++i) {
+            log.enable_debug("ipm");
+            (void)log.is_enabled(DBG_IPM);
+            log.clear_debug_flag(DBG_IPM, LOG_DBG_FLUSH);
+            Log::set_adminlog_facility(0);
+        }
+    });
+    for (int i = 0; i < 100; ++i) log.write_dbg(DBG_IPM, "f", "g", 1, BARE, 25, 1, "x");
+    other.join();
+    put("flushes");
+    Log::stop_logger();
+    ASSERT_EQ(1u, syslog_lines().size());
+    EXPECT_EQ("50% %s", syslog_lines()[0].text);
+    EXPECT_EQ(101u, lines().size());
+}
+
+TEST_F(LogQueueTest, DequeueTakesAllRecordsAndLeavesAnEmptyQueue) {
+    EXPECT_EQ(nullptr, Log::deq(1)) << "nothing within a millisecond";
+    for (int i = 0; i < 3; ++i)
+        Log::enq(
+            new vlog_msg_t(&log, 1, SEV_INFO, "f", "g", 1, BARE, 25, i, nullptr, message("t").release()));
+    std::unique_ptr<DList> records(Log::deq(-1));
+    ASSERT_NE(nullptr, records);
+    EXPECT_EQ(3, records->count());
+    for (int i = 0; DLink* link = records->head(); ++i) {
+        auto* record = static_cast<vlog_msg_t*>(link->object());
+        EXPECT_EQ(i, record->id);
+        delete record->msg_structp;
+        delete record; // leaves the list
+    }
+    EXPECT_EQ(nullptr, Log::deq(0));
+}
+
+TEST_F(LogQueueTest, RecordsBehindTheLastDequeueAreWritten) {
+    Log::enq(
+        new vlog_msg_t(&log, 1, SEV_INFO, "f", "g", 1, BARE, 25, 1, nullptr, message("early").release()));
+    Log::start_logger();
+    Log::stop_logger();
+    EXPECT_THAT(lines(), testing::ElementsAre("early"));
+}
+
+} // namespace
