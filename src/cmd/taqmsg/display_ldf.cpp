@@ -1,0 +1,130 @@
+// All records of a file, or those that pass the filters; and its last records.
+#include "LdfFile.h"
+#include "messages.h"
+#include "taqmsg.h"
+
+#include "primitives/log/Log.h"
+#include "primitives/strings/QENString.h"
+#include "primitives/utils/QENUtils.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <new>
+#include <string>
+
+namespace {
+
+constexpr int DEFAULT_TAIL = 20;
+constexpr size_t TIME_SIZE = 4096;
+
+static_assert(TAQMSG_ANY == LDF_MATCH_ANY && TAQMSG_MATCH_PIECES == LDF_MATCH_PIECES);
+
+// The pair of logs that main makes are Logs; a program with another kind of log shows its records through
+// lists.
+Log* output_log() {
+    return static_cast<Log*>(_unified_log_function__);
+}
+
+void show_record(const LdfRecordView& record, int flags) {
+    const ldf_msg_header_t& h = record.header;
+    output_log()->display_ldf_record(h.sev, h.obj_type, h.timestamp, h.msgcat_id, record.argv, record.argc,
+                                     flags);
+}
+
+// Direct prints go to the stream of the output log, so that they come in the order of the calls.
+void print_sequence(uint32_t seq) {
+    if (seq == 0)
+        std::fputs("---------- ", stdout);
+    else
+        std::printf("%.10u ", seq);
+}
+
+int printable_length(std::string_view piece) {
+    return static_cast<int>(std::min<size_t>(piece.size(), TAQMSG_TEXT_SIZE - 1));
+}
+
+void print_source(const LdfRecordView& record) {
+    std::printf("\t%.*s:%.*s[%u]\n", printable_length(record.filename), record.filename.data(),
+                printable_length(record.function), record.function.data(), record.header.line_no);
+}
+
+// A report of limited length, built piece by piece.
+class Report {
+public:
+    template <class... Args>
+    void add(const char* format, Args... args) {
+        const int length = std::snprintf(_text + _used, sizeof _text - _used, format, args...);
+        if (length > 0) _used = std::min(_used + static_cast<size_t>(length), sizeof _text - 1);
+    }
+    const char* text() const { return _text; }
+
+private:
+    char _text[TAQMSG_TEXT_SIZE] = "";
+    size_t _used = 0;
+};
+
+void dump_record(const LdfRecordView& record) {
+    const ldf_msg_header_t& h = record.header;
+    const long timestamp = h.timestamp;
+    char time_text[TIME_SIZE] = "";
+    QENUtils::i18n_localtime(&timestamp, time_text, sizeof time_text);
+
+    Report report;
+    report.add("data size   = %d\n", static_cast<int>(h.data_size));
+    report.add("version     = 0x%x\n", static_cast<unsigned>(h.version));
+    report.add("severity    = %s\n", Log::app_sev_name(static_cast<ulog_app_sev>(h.sev)));
+    report.add("timestamp   = %s\n", static_cast<const char*>(time_text));
+    report.add("message ID  = %d\n", static_cast<int>(h.msgcat_id));
+    report.add("object type = %d\n", static_cast<int>(h.obj_type));
+    report.add("seq number  = %d\n", static_cast<int>(h.seq));
+    int number = 0;
+    record.for_each_arg([&](std::string_view arg) {
+        report.add("    arg %d   = %.*s\n", ++number, static_cast<int>(arg.size()), arg.data());
+    });
+    TAQMSG_RESULT(_unified_logerr_function__, "display_ldf", report.text());
+}
+
+void display_record(const LdfRecordView& record, bool with_sequence, int flags) {
+    if (flags & TAQMSG_TRACE) return dump_record(record);
+    if (with_sequence && (flags & TAQMSG_DBG)) print_sequence(record.header.seq);
+    show_record(record, flags);
+    if (flags & TAQMSG_DBG) print_source(record);
+}
+
+void report_if_none(int shown) {
+    if (shown == 0) TAQMSG_REPORT(NO_MATCH);
+}
+
+} // namespace
+
+int display_tail(const char* pathp, const char* ldf_filep, int tail_value, int flags) {
+    const std::unique_ptr<LdfReader> reader(new (std::nothrow) LdfReader);
+    if (reader == nullptr) return LDF_EFAIL;
+    const int rc = open_ldf(*reader, pathp, ldf_filep);
+    if (rc != LDF_OK) return rc;
+    if (reader->tail(tail_value >= 1 ? tail_value : DEFAULT_TAIL) != LDF_OK) return LDF_EFAIL;
+
+    int shown = 0;
+    LdfRecordView record;
+    for (; reader->next_record(LdfFilter{}, record) == LDF_OK; ++shown) show_record(record, flags);
+    report_if_none(shown);
+    return LDF_OK;
+}
+
+int display_ldf(const char* pathp, const char* ldf_filep, int tag, int otype, HashTable* oname_hashp,
+                int catid, int msgid, int flags) {
+    const std::unique_ptr<LdfReader> reader(new (std::nothrow) LdfReader);
+    if (reader == nullptr) return LDF_ENOMEM;
+    const int rc = open_ldf(*reader, pathp, ldf_filep);
+    if (rc != LDF_OK) return rc;
+
+    const LdfFilter filter{catid, msgid, tag, otype, oname_hashp, flags};
+    const bool with_sequence = (reader->get_header()->flags & LDF_HEADER_FLAG_SEQ) != 0;
+    int shown = 0;
+    LdfRecordView record;
+    for (; reader->next_record(filter, record) == LDF_OK; ++shown)
+        display_record(record, with_sequence, flags);
+    report_if_none(shown);
+    return LDF_OK;
+}
