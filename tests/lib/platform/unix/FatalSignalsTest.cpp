@@ -1,0 +1,168 @@
+// Each case runs in a child process, which must end by the fatal signal itself.
+#include "platform/unix/QENHooks.h"
+#include "platform/unix/QENPlatform.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+int trace_fd; // the dump writes a mark here for the parent
+volatile int zero = 0;
+
+void write_mark(char mark) {
+    (void)QENWriteAll(trace_fd, &mark, 1);
+}
+
+[[gnu::noinline]] int overflow_stack(int depth) {
+    volatile char frame[4096];
+    frame[0] = static_cast<char>(depth);
+    return depth < 1 << 30 ? overflow_stack(depth + 1) + frame[0] : 0;
+}
+
+struct Outcome {
+    int signal = 0; // 0: the child did not end by a signal
+    std::string marks;
+    std::chrono::milliseconds took{};
+};
+
+Outcome run(void (*dump)(int), const std::function<void()>& crash) {
+    int ends[2];
+    if (pipe(ends) != 0) return {};
+    const auto start = std::chrono::steady_clock::now();
+    const pid_t child = fork();
+    if (child == 0) {
+        const rlimit no_core = {0, 0};
+        setrlimit(RLIMIT_CORE, &no_core);
+        trace_fd = ends[1];
+        QENHooks hooks;
+        hooks.dump_first_failure = dump;
+        QENSetHooks(hooks);
+        if (QENInstallFatalSignalHandlers() != 0) _exit(1);
+        crash();
+        _exit(0);
+    }
+    close(ends[1]);
+    Outcome outcome;
+    char mark;
+    while (read(ends[0], &mark, 1) == 1) outcome.marks += mark;
+    close(ends[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    outcome.took =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+    if (WIFSIGNALED(status)) outcome.signal = WTERMSIG(status);
+    return outcome;
+}
+
+void dump(int) {
+    write_mark('d');
+}
+
+TEST(FatalSignals, DumpRunsOnceAndTheSignalEndsTheProcess) {
+    const struct {
+        const char* name;
+        std::function<void()> crash;
+        int signal;
+    } cases[] = {
+        {"raised SIGSEGV", [] { raise(SIGSEGV); }, SIGSEGV},
+        {"raised SIGBUS", [] { raise(SIGBUS); }, SIGBUS},
+        {"abort", [] { std::abort(); }, SIGABRT},
+        {"sent from outside", [] { kill(getpid(), SIGSEGV), pause(); }, SIGSEGV},
+        {"in a thread without a signal stack", [] { std::thread([] { raise(SIGSEGV); }).join(); }, SIGSEGV},
+        {"stack overflow", [] { zero = overflow_stack(0); }, SIGSEGV},
+        {"stack overflow in a thread",
+         [] {
+             std::thread([] {
+                 if (QENInstallSignalStack() == 0) zero = overflow_stack(0);
+             }).join();
+         },
+         SIGSEGV},
+        {"alarms blocked and ignored",
+         [] {
+             std::signal(SIGALRM, SIG_IGN);
+             sigset_t all;
+             sigfillset(&all);
+             sigprocmask(SIG_BLOCK, &all, nullptr);
+             std::abort();
+         },
+         SIGABRT},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Outcome outcome = run(dump, c.crash);
+        EXPECT_EQ(c.signal, outcome.signal);
+        EXPECT_EQ("d", outcome.marks);
+        EXPECT_LT(outcome.took, 4s);
+    }
+    EXPECT_EQ(SIGSEGV, run(nullptr, [] { raise(SIGSEGV); }).signal);
+}
+
+TEST(FatalSignals, FailingDumpStillEndsInTheFirstSignal) {
+    const struct {
+        const char* name;
+        void (*dump)(int);
+        int signal;
+    } cases[] = {
+        {"aborts", [](int) { write_mark('d'), std::abort(); }, SIGABRT},
+        {"faults", [](int) { write_mark('d'), raise(SIGBUS), write_mark('e'); }, SIGSEGV},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Outcome outcome = run(c.dump, [] { raise(SIGSEGV); });
+        EXPECT_EQ(c.signal, outcome.signal);
+        EXPECT_EQ('d', outcome.marks.at(0));
+        EXPECT_LT(outcome.took, 4s);
+    }
+}
+
+TEST(FatalSignals, SecondThreadWaitsForTheDumpOfTheFirst) {
+    const auto slow_dump = [](int) {
+        write_mark('d');
+        usleep(200'000);
+        write_mark('e');
+    };
+    const Outcome outcome = run(slow_dump, [] {
+        std::thread other([] {
+            usleep(50'000);
+            raise(SIGBUS);
+        });
+        raise(SIGSEGV);
+        other.join();
+    });
+    EXPECT_EQ(SIGSEGV, outcome.signal);
+    EXPECT_EQ("de", outcome.marks);
+}
+
+TEST(FatalSignals, HangingDumpIsCutShort) {
+    const auto hang = [](int) {
+        write_mark('d');
+        for (;;) pause();
+    };
+    const Outcome outcome = run(hang, [] { raise(SIGSEGV); });
+    EXPECT_EQ(SIGSEGV, outcome.signal);
+    EXPECT_EQ("d", outcome.marks);
+    EXPECT_LT(outcome.took, 6s); // five, and a slow machine
+}
+
+TEST(Signals, IgnoredSignalsDoNotEndTheProcess) {
+    EXPECT_EQ(0, QENSigignore(SIGIO));
+    raise(SIGIO);
+    struct sigaction action;
+    sigaction(SIGIO, nullptr, &action);
+    EXPECT_EQ(SIG_IGN, action.sa_handler);
+    EXPECT_NE(0, action.sa_flags & SA_RESTART);
+    EXPECT_EQ(-1, QENSigignore(SIGKILL));
+}
+
+} // namespace

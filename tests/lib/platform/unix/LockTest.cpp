@@ -1,0 +1,177 @@
+#include "platform/unix/QENThread.h"
+
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <functional>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+namespace {
+
+struct Locked : testing::Test {
+    Locked() {
+        QENLockInit(&lock);
+        QENCondCvinit(&cond, nullptr);
+    }
+    ~Locked() override {
+        QENCondCvdestroy(&cond);
+        QENLockDeinit(&lock);
+    }
+    QENLock lock;
+    pthread_cond_t cond;
+};
+
+using LockTest = Locked;
+using LockDeathTest = Locked;
+
+TEST_F(LockTest, OwnerIsTheHolderAndNullWhileFree) {
+    EXPECT_EQ(nullptr, lock.owner);
+    QENLockAcquire(&lock);
+    ASSERT_NE(nullptr, lock.owner);
+    EXPECT_TRUE(pthread_equal(*lock.owner, pthread_self()));
+    int taken = -1;
+    std::thread([&] { taken = QENLockTryAcquire(&lock); }).join();
+    EXPECT_EQ(0, taken);
+    EXPECT_TRUE(pthread_equal(*lock.owner, pthread_self()));
+    QENLockAssertCallerIsOwner(&lock);
+    QENLockRelease(&lock);
+    EXPECT_EQ(nullptr, lock.owner);
+    EXPECT_EQ(1, QENLockTryAcquire(&lock));
+    EXPECT_EQ(0, QENLockTryAcquire(&lock));
+    QENLockRelease(&lock);
+}
+
+TEST_F(LockDeathTest, MisuseEndsTheProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    static constexpr const char* OTHERS =
+        "ASSERTION FAILED: file .*QENLock.cpp, line [0-9]+, expression \\(0\\)";
+    const struct {
+        const char* name;
+        std::function<void(QENLock&)> misuse;
+        const char* report = OTHERS;
+    } cases[] = {
+        {"release of a free lock", [](QENLock& l) { QENLockRelease(&l); }},
+        {"release by another thread",
+         [](QENLock& l) {
+             QENLockAcquire(&l);
+             std::thread([&] { QENLockRelease(&l); }).join();
+         }},
+        {"acquired twice", [](QENLock& l) { QENLockAcquire(&l), QENLockAcquire(&l); }},
+        {"owner of a free lock", [](QENLock& l) { QENLockAssertCallerIsOwner(&l); }},
+        {"wait without the lock",
+         [](QENLock& l) {
+             pthread_cond_t other = PTHREAD_COND_INITIALIZER;
+             QENCondCvwait(&other, &l, 1);
+         }},
+        {"acquired when it records an owner",
+         [](QENLock& l) {
+             l.owner = &l._holder;
+             QENLockAcquire(&l);
+         }},
+        {"deinit while held", [](QENLock& l) { QENLockAcquire(&l), QENLockDeinit(&l); },
+         "expression \\(lockp->owner == NULL\\)"},
+        {"destroying a held mutex", [](QENLock& l) { QENMutexLock(&l.mutex), QENMutexDestroy(&l.mutex); }},
+    };
+    for (const auto& c : cases) EXPECT_DEATH(c.misuse(lock), c.report) << c.name;
+}
+
+TEST_F(LockTest, ExcludesThreads) {
+    constexpr int THREADS = 4, ROUNDS = 5000;
+    long counter = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < THREADS; ++t)
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < ROUNDS; ++i) {
+                if ((i + t) % 2 == 0)
+                    QENLockAcquire(&lock);
+                else
+                    while (!QENLockTryAcquire(&lock)) std::this_thread::yield();
+                ++counter;
+                QENLockRelease(&lock);
+            }
+        });
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(THREADS * ROUNDS, counter);
+}
+
+TEST_F(LockTest, BareMutexTellsBusyFromTaken) {
+    pthread_mutex_t mutex;
+    QENMutexInit(&mutex);
+    QENMutexLock(&mutex);
+    int taken = -1;
+    std::thread([&] { taken = QENMutexTryLock(&mutex); }).join();
+    EXPECT_EQ(0, taken);
+    QENMutexUnlock(&mutex);
+    EXPECT_EQ(1, QENMutexTryLock(&mutex));
+    QENMutexUnlock(&mutex);
+    QENMutexDestroy(&mutex);
+}
+
+TEST(CondDeadline, CarriesIntoTheSeconds) {
+    const struct {
+        timeval now;
+        long mSec;
+        timespec expect;
+    } cases[] = {{{10, 900'000}, 1500, {12, 400'000'000}},
+                 {{10, 0}, 0, {10, 0}},
+                 {{10, 0}, 999, {10, 999'000'000}},
+                 {{10, 1'000}, 999, {11, 0}},
+                 {{10, 999'999}, 999, {11, 998'999'000}},
+                 {{1'700'000'000, 500'000}, INT_MAX, {1'702'147'484, 147'000'000}}};
+    for (const auto& c : cases) {
+        const timespec at = QENCondDeadline(c.now, c.mSec);
+        EXPECT_EQ(c.expect.tv_sec, at.tv_sec) << c.mSec;
+        EXPECT_EQ(c.expect.tv_nsec, at.tv_nsec) << c.mSec;
+    }
+}
+
+TEST_F(LockTest, TimedWaitsEndByThemselvesWithTheLockHeld) {
+    using std::chrono::steady_clock;
+    const timeval span = {0, 30'999}; // whole milliseconds count
+    const struct {
+        const char* name;
+        std::function<void()> wait;
+    } cases[] = {
+        {"lock", [&] { EXPECT_EQ(ETIMEDOUT, QENCondCvwait(&cond, &lock, 30)); }},
+        {"span", [&] { QENCondCvwait(&cond, &lock, &span); }},
+        {"mutex", [&] { EXPECT_EQ(ETIMEDOUT, QENCondCvwait(&cond, &lock.mutex, 30)); }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const QENLockGuard guard(&lock);
+        const auto start = steady_clock::now();
+        c.wait();
+        EXPECT_GE(steady_clock::now() - start, std::chrono::milliseconds(25)); // the clocks differ a little
+        QENLockAssertCallerIsOwner(&lock);
+    }
+    const QENLockGuard guard(&lock);
+    EXPECT_EQ(ETIMEDOUT, QENCondCvwait(&cond, &lock, 0));
+    EXPECT_EQ(ETIMEDOUT, QENCondCvwait(&cond, &lock, -2));
+}
+
+// The waiter lets the other thread own the lock meanwhile, and is its owner again afterwards.
+TEST_F(LockTest, WaitHandsTheLockOverAndTakesItBack) {
+    for (const bool by_span : {false, true}) {
+        bool ready = false;
+        QENLockAcquire(&lock);
+        std::thread other([&] {
+            QENLockAcquire(&lock);
+            ready = true;
+            by_span ? QENCondCvbcast(&cond) : QENCondCvsignal(&cond);
+            QENLockRelease(&lock);
+        });
+        while (!ready) {
+            if (by_span)
+                QENCondCvwait(&cond, &lock, static_cast<const timeval*>(nullptr));
+            else
+                QENCondCvwait(&cond, &lock, -1);
+        }
+        QENLockAssertCallerIsOwner(&lock);
+        QENLockRelease(&lock);
+        other.join();
+    }
+}
+
+} // namespace
