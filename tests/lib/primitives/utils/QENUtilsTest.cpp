@@ -90,6 +90,9 @@ TEST_F(SystemName, OnlyARegularFileIsRead) {
     ASSERT_EQ(0, mkfifo(conf().c_str(), 0600));
     EXPECT_EQ(node(), name()) << "a FIFO must not be waited for";
     std::filesystem::remove(conf());
+    std::filesystem::create_symlink("/dev/zero", conf());
+    EXPECT_EQ(node(), name()) << "a device without end";
+    std::filesystem::remove(conf());
     std::filesystem::create_directory(conf());
     EXPECT_EQ(node(), name()) << "a directory";
     setenv("TAQ_CONF", std::string(5000, 'd').c_str(), 1);
