@@ -18,6 +18,7 @@ public:
     LineBuffer& operator=(const LineBuffer&) = delete;
 
     void append(std::string_view piece) {
+        if (piece.empty()) return; // may have no data at all
         if (piece.size() > CAPACITY - _len && !_make_room(piece)) return;
         memcpy(_buf + _len, piece.data(), piece.size());
         _len += piece.size();

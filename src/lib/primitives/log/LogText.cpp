@@ -23,7 +23,7 @@ public:
     BoundedText(char* out, size_t room) : _out(out), _room(room) {}
     void put(std::string_view piece) {
         const size_t n = std::min(piece.size(), _room - _len);
-        memcpy(_out + _len, piece.data(), n);
+        if (n > 0) memcpy(_out + _len, piece.data(), n);
         _len += n;
     }
     void put_number(int number) {
