@@ -33,7 +33,8 @@ public:
     unsigned int capacity() const { return capacity_; }
     unsigned int available() const { return capacity_ == 0 ? 0 : capacity_ - size_ - 1; }
 
-    operator void*() { return error_flag ? nullptr : this; } // false when the error flag is set
+    // False when the error flag is set.
+    operator void*() const { return error_flag != 0 ? nullptr : const_cast<QENStrBuffer*>(this); }
     void clear_flag() { error_flag = 0; }
     void reset(); // empty text, flag cleared; the storage stays
 

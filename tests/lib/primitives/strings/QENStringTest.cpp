@@ -1,0 +1,154 @@
+#include "primitives/strings/QENString.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr char CANARY = '~';
+
+// A buffer of `size` bytes with a canary behind it. Exactly as long as it may be, for the address sanitizer.
+struct Buffer {
+    explicit Buffer(size_t n, const char* text = "") : size(n), bytes(n + 1, CANARY) {
+        if (n != 0) std::memcpy(bytes.data(), text, std::min(n, std::strlen(text) + 1));
+    }
+    ~Buffer() { EXPECT_EQ(CANARY, bytes[size]); }
+    char* data() { return bytes.data(); }
+    std::string text() const { return size != 0 ? std::string(bytes.data()) : ""; }
+    size_t size;
+    std::vector<char> bytes;
+};
+
+TEST(QENString, CopyCutsAndReturnsTheSourceLength) {
+    const struct {
+        const char* src;
+        size_t size, result;
+        const char* text;
+    } cases[] = {{"0123456789", 4, 10, "012"},
+                 {"0123456789", 10, 10, "012345678"},
+                 {"0123456789", 11, 10, "0123456789"},
+                 {"0123456789", 0, 10, ""},
+                 {"0123456789", 1, 10, ""},
+                 {"", 4, 0, ""},
+                 {nullptr, 4, 0, ""}};
+    for (const auto& c : cases) {
+        Buffer dst(c.size, "zz");
+        EXPECT_EQ(c.result, qenstrlcpy(dst.data(), c.src, c.size));
+        EXPECT_EQ(c.text, dst.text()) << c.size;
+    }
+}
+
+TEST(QENString, AppendCutsAndReturnsTheWantedLength) {
+    const struct {
+        const char *start, *src;
+        size_t size, result;
+        const char* text;
+    } cases[] = {{"abc", "def", 8, 6, "abcdef"}, {"abc", "def", 7, 6, "abcdef"},
+                 {"abc", "def", 6, 6, "abcde"},  {"abc", "def", 5, 6, "abcd"},
+                 {"abc", "def", 4, 6, "abc"},    {"", "def", 1, 3, ""},
+                 {"abc", "def", 0, 3, ""},       {"abc", nullptr, 8, 3, "abc"}};
+    for (const auto& c : cases) {
+        Buffer dst(c.size, c.start);
+        EXPECT_EQ(c.result, qenstrlcat(dst.data(), c.src, c.size));
+        EXPECT_EQ(c.text, dst.text()) << c.size;
+    }
+    Buffer unterminated(3, "abc");
+    EXPECT_EQ(6u, qenstrlcat(unterminated.data(), "def", 3));
+    EXPECT_EQ('c', unterminated.bytes[2]);
+}
+
+TEST(QENString, FormattingCutsAndReturnsTheWholeLength) {
+    using formatter = int (*)(char*, size_t, const char*, ...);
+    for (const formatter format : {formatter{qensnprintf}, formatter{qensnprintf2}}) {
+        const struct {
+            size_t size;
+            const char* text;
+        } cases[] = {{4, "123"}, {5, "1234"}, {6, "12345"}, {100, "12345"}, {1, ""}};
+        for (const auto& c : cases) {
+            Buffer dst(c.size);
+            EXPECT_EQ(5, format(dst.data(), c.size, "%d", 12345));
+            EXPECT_EQ(c.text, dst.text()) << c.size;
+        }
+        Buffer none(0);
+        EXPECT_EQ(-1, format(none.data(), 0, "%d", 1));
+    }
+    char own[16] = "abc";
+    EXPECT_EQ(7, qensnprintf(own, sizeof own, "<%s>%d", own, 42)); // an argument that lies in the buffer
+    EXPECT_STREQ("<abc>42", own);
+}
+
+TEST(QENStringDeathTest, MallocFailureIsReportedWithItsPosition) {
+    const std::unique_ptr<void, decltype(&std::free)> p(qenmalloc(0, "x.cpp", 1), std::free);
+    EXPECT_NE(nullptr, p);
+    EXPECT_EXIT((void)qenmalloc(PTRDIFF_MAX, "x.cpp", 77), testing::KilledBySignal(SIGABRT),
+                "malloc\\(\\) FAILED at file x.cpp, line 77, memory could not be allocated. "
+                "QEN engine dumping core deliberately!$");
+}
+
+TEST(QENString, TokensIncludeEmptyOnes) {
+    const struct {
+        const char *text, *delims;
+        std::vector<std::string> tokens;
+    } cases[] = {{"a,,b", ",", {"a", "", "b"}},
+                 {",a,", ",", {"", "a", ""}},
+                 {"", ",", {""}},
+                 {"a:b,c", ",:", {"a", "b", "c"}},
+                 {"abc", "", {"abc"}}};
+    for (const auto& c : cases) {
+        std::string text = c.text;
+        char* rest = text.data();
+        std::vector<std::string> tokens;
+        while (const char* token = qenstrtok(&rest, c.delims)) tokens.push_back(token);
+        EXPECT_EQ(c.tokens, tokens) << c.text;
+        EXPECT_EQ(nullptr, rest);
+    }
+}
+
+TEST(QENString, UpperCaseIsOfAsciiLettersOnly) {
+    std::string all, expect;
+    for (int c = 1; c < 256; ++c) {
+        all += static_cast<char>(c);
+        expect += static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
+    }
+    EXPECT_EQ(expect, std::unique_ptr<char[]>(qenstrtoupper(all.c_str())).get());
+    EXPECT_EQ(nullptr, qenstrtoupper(nullptr));
+}
+
+TEST(QENString, PercentSignsAreDoubledWhole) {
+    const struct {
+        const char* src;
+        size_t size;
+        int result;
+        const char* text;
+    } cases[] = {{"50%", 4, 0, "50"},  {"50%", 5, 0, "50%%"},   {"12345", 4, -1, "123"},
+                 {"123", 4, 0, "123"}, {"50%x", 5, -1, "50%%"}, {"50%x", 4, 0, "50"},
+                 {"%%", 4, 0, "%%"},   {"%%", 5, 0, "%%%%"},    {"", 1, 0, ""},
+                 {"a", 1, -1, ""},     {"%", 1, 0, ""},         {"%n%s", 7, 0, "%%n%%s"}};
+    for (const auto& c : cases) {
+        Buffer dst(c.size);
+        EXPECT_EQ(c.result, qenescfmt(dst.data(), c.src, c.size)) << c.src << " " << c.size;
+        EXPECT_EQ(c.text, dst.text()) << c.src << " " << c.size;
+    }
+    char one;
+    EXPECT_EQ(1, qenescfmt(&one, "a", 0));
+    EXPECT_EQ(1, qenescfmt(&one, nullptr, 1));
+    EXPECT_EQ(1, qenescfmt(nullptr, "a", 1));
+}
+
+TEST(QENString, EscapesGoOnlyBeforeWholeReferences) {
+    const struct {
+        const char *src, *text;
+    } cases[] = {{"^@{x}", "@{x}"},    {"a^@{b", "a^@{b"},  {"}^@{b", "}^@{b"},
+                 {"^@x}", "^@x}"},     {"^^@{x}", "^@{x}"}, {"^@{a}^@{b}", "@{a}@{b}"},
+                 {"^@{^@{}", "@{@{}"}, {"^", "^"},          {"", ""}};
+    for (const auto& c : cases)
+        EXPECT_STREQ(c.text, std::unique_ptr<char[]>(eat_escape_character(c.src)).get()) << c.src;
+    EXPECT_EQ(nullptr, eat_escape_character(nullptr));
+}
+
+} // namespace
