@@ -368,7 +368,7 @@ private:
     static std::atomic<bool> _mt;         // logger mode
     static std::atomic<bool> _run_thread; // false asks the logger thread to finish
     static std::atomic<bool> _enable_ffdc;
-    static FFDC* _ffdc_instance; // owned; null until the first registration
+    static std::atomic<FFDC*> _ffdc_instance; // owned; null until the first registration
 };
 
 // The open log of that name, or null.

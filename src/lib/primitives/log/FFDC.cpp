@@ -1,0 +1,134 @@
+#include "primitives/log/FFDC.h"
+
+#include "platform/unix/QENAssert.h"
+#include "platform/unix/QENPlatform.h"
+#include "primitives/message/severity.h"
+#include "primitives/strings/QENString.h"
+#include "primitives/values/CList.h"
+#include "primitives/values/IntHashTable.h"
+
+#include <algorithm>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <new>
+
+const char* const ubo_FFDCRoleName[FFDC_ROLE_MAX + 1] = {"MinFFDC",   "AGFWMain", "AGFWIMF", "AGFWNotifier",
+                                                         "AGFWTimer", "AGFWSvc",  "TAQ",     "MaxFFDC"};
+
+namespace {
+
+constexpr uint32_t THREAD_BUCKETS = 1024;
+constexpr uint32_t LAST_SEQNO = 4'294'967'293u;
+constexpr char UNNAMED_PROCESS[] = "KAVOubo";
+
+uint32_t key_of(pthread_t tid) {
+    return static_cast<uint32_t>(tid);
+}
+
+void name_process(char (&name)[FFDC_NAME_SIZE], const char* module) {
+    if (module != nullptr) {
+        qenstrlcpy(name, module, sizeof name);
+        return;
+    }
+    const std::unique_ptr<char[]> process(QENGetProcName());
+    qenstrlcpy(name, process != nullptr ? process.get() : UNNAMED_PROCESS, sizeof name);
+}
+
+} // namespace
+
+FFDC::FFDC(const char* module, const char* logdir, char print_seqno)
+    : _hashtblp(new IntHashTable("FFDCIntHashTable", THREAD_BUCKETS, iht_func)), RoleToBuf{},
+      pid(QENGetPid()), _seqno(0), _print_seqno(print_seqno != 0) {
+    qenstrlcpy(ffdc_dir, logdir != nullptr ? logdir : ".", sizeof ffdc_dir);
+    QENGetSysInfo(sysinfo, sizeof sysinfo);
+    QENGetSystemName(hostname, sizeof hostname);
+    if (FFDC_Time(lastlogtime, sizeof lastlogtime) != FFDC_SUCCESS) lastlogtime[0] = '\0';
+    name_process(processname, module);
+    QENLockInit(&_seq_lock);
+    QENLockInit(&_reg_lock);
+}
+
+FFDC::~FFDC() {
+    for (const uint32_t key : _registered) (void)_hashtblp->remove(key); // the table frees no entries itself
+    delete _hashtblp;
+    for (FFDCBufPropT* descriptor : RoleToBuf) {
+        if (descriptor == nullptr) continue;
+        QENLockDeinit(&descriptor->_rdwr_lock);
+        delete descriptor->buffer;
+        delete descriptor;
+    }
+    QENLockDeinit(&_seq_lock);
+    QENLockDeinit(&_reg_lock);
+}
+
+// The descriptor of the role, made at its first registration. Null: no memory. Under _reg_lock.
+FFDCBufPropT* FFDC::_descriptor_of(FFDCRoleT role, unsigned int numElem) {
+    if (RoleToBuf[role] != nullptr) return RoleToBuf[role];
+    auto* descriptor = new (std::nothrow) FFDCBufPropT;
+    if (descriptor == nullptr) return nullptr;
+    descriptor->buffer = new CList(numElem);
+    QENLockInit(&descriptor->_rdwr_lock);
+    RoleToBuf[role] = descriptor;
+    return descriptor;
+}
+
+int FFDC::FFDC_Register(pthread_t tid, FFDCRoleT role, unsigned int numElem) {
+    QEN_CHECK((role > FFDC_ROLE_MIN) && (role < FFDC_ROLE_MAX));
+    const QENLockGuard guard(&_reg_lock);
+    FFDCBufPropT* descriptor = _descriptor_of(role, numElem);
+    if (descriptor == nullptr) {
+        QENSyslog(SEV_INFO, "FFDC_Register: Could not allocate memory");
+        return FFDC_FAILURE;
+    }
+    if (_hashtblp->insert(key_of(tid), descriptor) != IHT_OK) {
+        QENSyslog(SEV_INFO, "FFDC_Register: Could not insert record in hashtable for thread-id %lu", tid);
+        return FFDC_FAILURE;
+    }
+    _registered.push_back(key_of(tid));
+    return FFDC_SUCCESS;
+}
+
+int FFDC::FFDC_Unregister(pthread_t tid) {
+    const QENLockGuard guard(&_reg_lock);
+    if (_hashtblp->remove(key_of(tid)) != IHT_OK) {
+        QENSyslog(SEV_INFO, "FFDC_Unregister: Could not unregister record from hashtable for thread-id %lu",
+                  tid);
+        return FFDC_FAILURE;
+    }
+    std::erase(_registered, key_of(tid));
+    return FFDC_SUCCESS;
+}
+
+void FFDC::FFDC_Log(const char* msgp, const char* local_timep) {
+    void* found;
+    if (_hashtblp->inquire(key_of(pthread_self()), &found) != IHT_OK) return;
+    auto* descriptor = static_cast<FFDCBufPropT*>(found);
+
+    const size_t size = std::strlen(msgp) + 1;
+    std::unique_ptr<char[]> copy(new char[size]);
+    std::memcpy(copy.get(), msgp, size);
+    {
+        const QENLockGuard guard(&descriptor->_rdwr_lock);
+        if (_dying.load(std::memory_order_acquire)) return;
+        if (descriptor->buffer->write(copy.get()) != nullptr) copy.release(); // the ring's from now on
+    }
+    if (copy != nullptr) QENSyslog(SEV_INFO, "FFDC_Log: Unsuccessful attempt to write log");
+    if (local_timep != nullptr) {
+        const QENLockGuard guard(&_seq_lock);
+        qenstrlcpy(lastlogtime, local_timep, sizeof lastlogtime);
+    }
+}
+
+unsigned long FFDC::seqno() {
+    const QENLockGuard guard(&_seq_lock);
+    if (++_seqno > LAST_SEQNO) _seqno = 0;
+    return _seqno;
+}
+
+int FFDC::FFDC_Time(char* bufp, unsigned int size) {
+    const time_t now = std::time(nullptr);
+    tm local;
+    if (now == static_cast<time_t>(-1) || localtime_r(&now, &local) == nullptr) return FFDC_FAILURE;
+    return std::strftime(bufp, size, "%m_%d_%Y.%H_%M_%S", &local) != 0 ? FFDC_SUCCESS : FFDC_FAILURE;
+}

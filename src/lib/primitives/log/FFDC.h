@@ -1,0 +1,103 @@
+// First-failure data capture: the latest log entries of each thread role, kept in memory and written to files
+// when the process fails.
+#pragma once
+
+#include "platform/unix/QENThread.h"
+#include "primitives/memory/Pooled.h"
+
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+class CList;
+class IntHashTable;
+
+enum _ffdc_role : int {
+    FFDC_ROLE_MIN = 0,
+    FFDC_ROLE_AGFW_MAIN = 1,
+    FFDC_ROLE_IMF_THREAD = 2,
+    FFDC_ROLE_NOTIFIER_THREAD = 3,
+    FFDC_ROLE_TIMER_THREAD = 4,
+    FFDC_ROLE_SVC_THREAD = 5,
+    FFDC_ROLE_UBO = 6,
+    FFDC_ROLE_MAX = 7, // in a dump request: all roles
+};
+using FFDCRoleT = _ffdc_role;
+
+enum _ffdc_result : int { FFDC_SUCCESS = 0, FFDC_FAILURE = 1 };
+using FFDCResult = _ffdc_result;
+
+// Names of the roles in file names and reports.
+extern const char* const ubo_FFDCRoleName[FFDC_ROLE_MAX + 1];
+
+inline constexpr unsigned FFDC_RING_SIZE = 1024; // entries kept for a role
+inline constexpr size_t FFDC_NAME_SIZE = 256;    // of the object's texts, NUL included
+
+// What the threads of one role share.
+struct ffdc_buf_t {
+    QENLock _rdwr_lock;
+    CList* buffer; // owned ring of entries
+};
+using FFDCBufPropT = ffdc_buf_t;
+
+// One object in a process, made by Log::register_for_ffdc and deleted by Log::destroy. Any thread may call
+// any function; construction and destruction happen while no other thread uses the object. Failures are
+// reported to the system log.
+//
+// Dump file, DIR/FFDC_<role>_<pid>_<process>.log, readable by its owner only: five header lines beginning
+// with
+// "#", then the captured entries, the oldest first.
+class FFDC : public Pooled<MEM_FFDC> {
+public:
+    // module: names the dump files, null for the process's name. logdir: holds them, null for ".". Both are
+    // cut at 255 characters. print_seqno: entries carry sequence numbers.
+    FFDC(const char* module, const char* logdir, char print_seqno);
+    ~FFDC();
+    FFDC(const FFDC&) = delete;
+    FFDC& operator=(const FFDC&) = delete;
+
+    // The thread captures into the ring of the role (1 to 6, else fatal) from now on. The first registration
+    // of a role makes the ring, of numElem entries. FFDC_FAILURE: no memory, or the thread is registered
+    // already.
+    int FFDC_Register(pthread_t tid, FFDCRoleT role, unsigned int numElem);
+    int FFDC_Unregister(pthread_t tid); // FFDC_FAILURE: it was not registered
+
+    // Captures a copy of the entry for the calling thread; a thread that is not registered captures nothing.
+    // local_timep: time text of the entry, null to keep the former one.
+    void FFDC_Log(const char* msgp, const char* local_timep);
+
+    // Writes the ring of a role, or with FFDC_ROLE_MAX those of all roles up to the first failure, to files.
+    // With sig_recd the call comes from a signal handler: no lock is taken, nothing is allocated or reported,
+    // and capturing ends for good. FFDC_FAILURE: no such ring, or a file could not be written.
+    int FFDC_DumpLogs(FFDCRoleT role, bool sig_recd);
+    int FFDC_DumpLogToFile(FFDCBufPropT* bufpropp, FFDCRoleT role, bool sig_recd);
+
+    // Current local time as "%m_%d_%Y.%H_%M_%S". FFDC_FAILURE: the clock cannot be read, or no room.
+    static int FFDC_Time(char* bufp, unsigned int size);
+
+    unsigned long seqno(); // the next sequence number: 1, 2, ... 4,294,967,293, 0, 1, ...
+    bool print_seqno() const { return _print_seqno; }
+
+private:
+    int _dump_all(bool sig_recd);
+    int _dump_role(FFDCRoleT role, bool sig_recd);
+    bool _has_ring(int role) const {
+        return RoleToBuf[role] != nullptr && RoleToBuf[role]->buffer != nullptr;
+    }
+    FFDCBufPropT* _descriptor_of(FFDCRoleT role, unsigned int numElem);
+
+    IntHashTable* _hashtblp;                // low 32 bits of the thread identifier -> descriptor of its role
+    FFDCBufPropT* RoleToBuf[FFDC_ROLE_MAX]; // by role; entry 0 is never set
+    int pid;
+    char ffdc_dir[FFDC_NAME_SIZE];
+    char sysinfo[FFDC_NAME_SIZE];
+    char hostname[FFDC_NAME_SIZE];
+    char lastlogtime[FFDC_NAME_SIZE]; // guarded by _seq_lock
+    char processname[FFDC_NAME_SIZE];
+    uint32_t _seqno;
+    bool _print_seqno;
+    QENLock _seq_lock;
+    QENLock _reg_lock;
+    std::vector<uint32_t> _registered; // keys in _hashtblp; guarded by _reg_lock
+    std::atomic<bool> _dying{false};   // a signal handler walks the rings: they stay as they are
+};

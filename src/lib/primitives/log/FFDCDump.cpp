@@ -1,0 +1,162 @@
+// Writing the rings to files. The same code serves a request of the program and a handler of a fatal signal,
+// so it is written for the latter: open, write and close, no stdio, no allocation; only the former locks and
+// reports.
+#include "primitives/log/FFDC.h"
+
+#include "platform/unix/QENAssert.h"
+#include "platform/unix/QENPlatform.h"
+#include "primitives/message/severity.h"
+#include "primitives/values/CList.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// Text in a fixed buffer; what does not fit is left out.
+template <size_t Size>
+class FixedText {
+public:
+    FixedText& operator<<(const char* s) {
+        const size_t length = strnlen(s, Size - 1 - _used);
+        std::memcpy(_text + _used, s, length);
+        _used += length;
+        _text[_used] = '\0';
+        return *this;
+    }
+    FixedText& operator<<(int number) {
+        char digits[12];
+        char* at = digits + sizeof digits - 1;
+        *at = '\0';
+        auto rest = number < 0 ? 0u - static_cast<unsigned>(number) : static_cast<unsigned>(number);
+        do *--at = static_cast<char>('0' + rest % 10);
+        while ((rest /= 10) != 0);
+        if (number < 0) *--at = '-';
+        return *this << at;
+    }
+    const char* text() const { return _text; }
+    size_t size() const { return _used; }
+
+private:
+    char _text[Size] = "";
+    size_t _used = 0;
+};
+
+// Collects entries, which are some hundred bytes each, into fewer writes.
+class Output {
+public:
+    explicit Output(int fd) : _fd(fd) {}
+
+    bool put(const char* text, size_t size) {
+        if (size > sizeof _buffer - _used && !flush()) return false;
+        if (size > sizeof _buffer) return QENWriteAll(_fd, text, size);
+        std::memcpy(_buffer + _used, text, size);
+        _used += size;
+        return true;
+    }
+    bool flush() {
+        const size_t size = _used;
+        _used = 0;
+        return QENWriteAll(_fd, _buffer, size);
+    }
+
+private:
+    int _fd;
+    size_t _used = 0;
+    char _buffer[8192];
+};
+
+// A file of our own, for its owner's eyes only, whatever stood there before: links are not followed, and what
+// is no regular file is refused.
+int open_dump(const char* path) {
+    const int fd = open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+    if (fd < 0) return -1;
+    struct stat st;
+    if (fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && fchmod(fd, 0600) == 0 && ftruncate(fd, 0) == 0)
+        return fd;
+    close(fd);
+    return -1;
+}
+
+bool put_entries(Output& output, const CList& ring) {
+    const CElem* cell = ring.head();
+    for (int32_t left = ring.count(); left > 0 && cell != nullptr; --left, cell = cell->next()) {
+        if (cell->value()->vtype() != VTYPE_STR) continue;
+        const char* entry = cell->value()->getstr();
+        if (entry != nullptr && !output.put(entry, std::strlen(entry))) return false;
+    }
+    return true;
+}
+
+// Holds the lock, except in a signal handler, where the holder may be the very thread that was interrupted: a
+// torn ring is better than a process that never ends.
+class MaybeLocked {
+public:
+    MaybeLocked(QENLock* lockp, bool sig_recd) : _lockp(sig_recd ? nullptr : lockp) {
+        if (_lockp != nullptr) QENLockAcquire(_lockp);
+    }
+    ~MaybeLocked() {
+        if (_lockp != nullptr) QENLockRelease(_lockp);
+    }
+    MaybeLocked(const MaybeLocked&) = delete;
+    MaybeLocked& operator=(const MaybeLocked&) = delete;
+
+private:
+    QENLock* _lockp;
+};
+
+} // namespace
+
+int FFDC::FFDC_DumpLogs(FFDCRoleT role, bool sig_recd) {
+    QEN_CHECK((role > FFDC_ROLE_MIN) && (role <= FFDC_ROLE_MAX));
+    if (sig_recd) _dying.store(true, std::memory_order_release);
+    if (role == FFDC_ROLE_MAX) return _dump_all(sig_recd);
+    if (_has_ring(role)) return _dump_role(role, sig_recd);
+    if (!sig_recd) QENSyslog(SEV_INFO, "FFDC_DumpLogs: Invalid buffer for %s role", ubo_FFDCRoleName[role]);
+    return FFDC_FAILURE;
+}
+
+int FFDC::_dump_all(bool sig_recd) {
+    for (int role = FFDC_ROLE_MIN + 1; role < FFDC_ROLE_MAX; ++role)
+        if (_has_ring(role) && _dump_role(static_cast<FFDCRoleT>(role), sig_recd) != FFDC_SUCCESS)
+            return FFDC_FAILURE;
+    return FFDC_SUCCESS;
+}
+
+int FFDC::_dump_role(FFDCRoleT role, bool sig_recd) {
+    if (FFDC_DumpLogToFile(RoleToBuf[role], role, sig_recd) == FFDC_SUCCESS) return FFDC_SUCCESS;
+    if (!sig_recd)
+        QENSyslog(SEV_INFO, "FFDC_DumpLogs: Error in dumping log to file for %s role",
+                  ubo_FFDCRoleName[role]);
+    return FFDC_FAILURE;
+}
+
+int FFDC::FFDC_DumpLogToFile(FFDCBufPropT* bufpropp, FFDCRoleT role, bool sig_recd) {
+    FixedText<3 * FFDC_NAME_SIZE> path;
+    path << ffdc_dir << "/FFDC_" << ubo_FFDCRoleName[role] << "_" << pid << "_" << processname << ".log";
+    const MaybeLocked guard(&bufpropp->_rdwr_lock, sig_recd);
+
+    const int fd = open_dump(path.text());
+    if (fd < 0) {
+        if (!sig_recd) QENSyslog(SEV_INFO, "FFDC_DumpLogToFile: Could not open file %s", path.text());
+        return FFDC_FAILURE;
+    }
+    FixedText<8 * FFDC_NAME_SIZE> header;
+    header << "#\n# Log File Name:     " << path.text() << "\n# System:       " << hostname
+           << "\n# SysInfo:      " << sysinfo << "\n# Created:      " << lastlogtime << "\n#\n";
+    Output output(fd);
+    const bool written = output.put(header.text(), header.size()) && put_entries(output, *bufpropp->buffer);
+    const bool flushed = written && output.flush();
+    const int error = errno;
+    const bool closed = close(fd) == 0;
+    if (flushed && closed) return FFDC_SUCCESS;
+    if (!sig_recd)
+        QENSyslog(SEV_INFO,
+                  written ? "FFDC_DumpLogToFile: Could not flush file %s, errno = %d"
+                          : "FFDC_DumpLogToFile: Could not write to file %s, errno = %d",
+                  path.text(), flushed ? errno : error);
+    return FFDC_FAILURE;
+}
