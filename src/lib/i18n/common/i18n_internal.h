@@ -1,0 +1,66 @@
+// The record behind a handle, and the steps of a lookup that work on it.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "i18n/common/bmc.h"
+#include "i18n/common/i18n.h"
+#include "i18n/common/i18n_texts.h"
+#include "i18n/unix/i18n_conv.h"
+#include "i18n/unix/i18n_file.h"
+
+inline constexpr s32 I18N_MRU_COUNT = 5;          // catalog files that a handle holds open
+inline constexpr size_t I18N_BMC_BUFFSIZE = 1024; // first size of the raw text buffer
+inline constexpr size_t I18N_BMC_BUFFSLACK = 255; // what it grows by beyond the need
+inline constexpr size_t I18N_LANG_SIZE = 32; // longest language name taken from the environment, with NUL
+
+// One slot for an open catalog file.
+struct i18n_mru_t {
+    s32 _bmc_ndx = -1; // index into _bmc_tablep; -1: the slot is empty
+    u32 _hits = 0;     // uses since the file was opened
+    i18n_file _fp;
+};
+
+// The record behind a handle. Invariant: a slot with _bmc_ndx n holds the open file of catalog n, whose
+// _mru_ndx is this slot; all other catalogs have _mru_ndx -1; _open_handles slots are in use.
+struct i18n_t {
+    i18n_t() = default;
+    ~i18n_t();
+    i18n_t(const i18n_t&) = delete;
+    i18n_t& operator=(const i18n_t&) = delete;
+
+    i18n_bool _need_conversion = I18N_FALSE; // texts go through _cd
+    i18n_conv _cd = nullptr;                 // meaningful when _need_conversion
+    i18n_conv_traits _traits;                // of the system codeset, likewise
+    i18n_mru_t _mru_list[I18N_MRU_COUNT];
+    std::string _bmc_root_pathp;
+    std::string _langp;
+    std::string _modulep;
+    std::unique_ptr<char[]> _conv_bufferp; // formatted or converted text
+    size_t _conv_buffsize = 0;
+    std::unique_ptr<char[]> _bmc_bufferp; // raw text of a record; grows, never shrinks
+    size_t _bmc_buffsize = 0;
+    s32 _open_handles = 0;
+    bmc_table _bmc_tablep; // in map file order
+    i18n_texts _texts;
+    i18n_text _passing; // the last text that was too large to be kept
+};
+
+// The open record of a handle, or null.
+inline i18n_t* i18n_record(void** i18nhp) {
+    return i18nhp == nullptr ? nullptr : static_cast<i18n_t*>(*i18nhp);
+}
+
+// The open file of catalog ndx: from its slot, or opened into the slot with the fewest hits, whose catalog
+// loses it. Counts one use. I18N_EBMC: it cannot be opened or read.
+int i18n_get_bmc_filehandle(i18n_t* i18np, s32 ndx, const i18n_file** filepp);
+
+// The text of a message. The record stays valid until the next call on the handle. Results: I18N_SOK,
+// I18N_ENOTFOUND, I18N_EBADHANDLE (no catalogs, damaged record), I18N_EBMC, I18N_ENOMEM.
+int i18n_find_text(i18n_t* i18np, u32 catID, u32 msgID, i18n_text** textpp);
+
+// Stops the process over a broken invariant of this room; no input leads here.
+[[noreturn]] void i18n_assertion_failed(const char* file, int line);
+#define I18N_ASSERT(condition) ((condition) ? (void)0 : i18n_assertion_failed(__FILE__, __LINE__))

@@ -1,0 +1,27 @@
+#include "i18n/common/i18n_texts.h"
+
+#include <cstring>
+#include <utility>
+
+i18n_text* i18n_texts::keep(u32 catID, u32 msgID, const i18n_text& text) {
+    if (text._record_size > KEPT_TEXT_MAX) return nullptr;
+    auto kept = std::make_unique<i18n_text>();
+    kept->_bmc_ndx = text._bmc_ndx;
+    kept->_record_size = text._record_size;
+    kept->_spec_count = text._spec_count;
+    kept->_ownedp = std::make_unique<char[]>(text._record_size);
+    std::memcpy(kept->_ownedp.get(), text._text.data(), text._record_size);
+    kept->_text = {kept->_ownedp.get(), text._text.size()};
+    i18n_piece piece;
+    for (i18n_scanner scanner(kept->_text); scanner.next(&piece);) {
+        if (kept->_pieces.size() == KEPT_PIECES_MAX) return nullptr;
+        kept->_pieces.push_back(piece);
+    }
+
+    set& s = set_of(catID, msgID);
+    const size_t way = s._next;
+    s._next = (way + 1) % WAYS;
+    s._keys[way] = key_of(catID, msgID);
+    s._texts[way] = std::move(kept);
+    return s._texts[way].get();
+}

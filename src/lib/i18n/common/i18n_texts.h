@@ -1,0 +1,64 @@
+// The texts that a handle has read already, so that a text is read from its file and taken apart once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "i18n/common/i18n_format.h"
+#include "i18n/common/i18n_types.h"
+
+// One message record.
+struct i18n_text {
+    s32 _bmc_ndx = -1;    // catalog in the handle's table
+    u32 _record_size = 0; // bytes of the record, its NUL included
+    size_t _spec_count = 0;
+    std::string_view
+        _text; // up to the first NUL; in _ownedp, or in the handle's buffer for a text that is not kept
+    std::unique_ptr<char[]> _ownedp; // the whole record of a kept text; null for one that is not
+    std::vector<i18n_piece> _pieces; // of a kept text; may be empty only when the text is
+    std::unique_ptr<char[]>
+        _convertedp; // in the system codeset, for a kept text without specifiers; null if not yet done
+    size_t _converted_size = 0; // its bytes, the NUL included
+
+    bool is_kept() const { return _ownedp != nullptr; }
+};
+
+// A set-associative cache: a set has four ways, so that a few busy texts do not push each other out. It
+// holds at most 512 texts of at most KEPT_TEXT_MAX bytes. A text stays where it is until keep() is
+// called again.
+class i18n_texts {
+public:
+    static constexpr size_t KEPT_TEXT_MAX = 1024; // bytes of a record
+    static constexpr size_t KEPT_PIECES_MAX = 32;
+
+    // The text, or null when it is not here.
+    i18n_text* find(u32 catID, u32 msgID) {
+        set& s = set_of(catID, msgID);
+        const uint64_t key = key_of(catID, msgID);
+        for (size_t way = 0; way < WAYS; ++way)
+            if (s._keys[way] == key && s._texts[way]) return s._texts[way].get();
+        return nullptr;
+    }
+
+    // Keeps a copy of a text that find() did not know, and returns it; null when it is too large to be kept.
+    // Throws std::bad_alloc.
+    i18n_text* keep(u32 catID, u32 msgID, const i18n_text& text);
+
+private:
+    static constexpr size_t SETS = 128;
+    static constexpr size_t WAYS = 4;
+    struct set {
+        uint64_t _keys[WAYS] = {};
+        std::unique_ptr<i18n_text> _texts[WAYS]; // null: the way is free
+        size_t _next = 0;                        // way to be filled next
+    };
+
+    static uint64_t key_of(u32 catID, u32 msgID) { return uint64_t{catID} << 32 | msgID; }
+    // Neighbouring numbers of a catalog go to neighbouring sets; the factor spreads the catalogs.
+    set& set_of(u32 catID, u32 msgID) { return _sets[(msgID + catID * 37) % SETS]; }
+
+    set _sets[SETS];
+};

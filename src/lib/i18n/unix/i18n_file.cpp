@@ -1,0 +1,71 @@
+#include "i18n/unix/i18n_file.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+// A descriptor of a regular file and its size, or -1. Without O_NONBLOCK a FIFO would hold the caller.
+int open_regular(const char* path, uint64_t* sizep) {
+    const int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (fd < 0) return -1;
+    struct stat st;
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_size < 0) {
+        (void)::close(fd); // only read
+        return -1;
+    }
+    *sizep = static_cast<uint64_t>(st.st_size);
+    return fd;
+}
+
+} // namespace
+
+i18n_file::i18n_file(i18n_file&& other) noexcept : _fd(std::exchange(other._fd, -1)), _size(other._size) {}
+
+i18n_file& i18n_file::operator=(i18n_file&& other) noexcept {
+    if (this == &other) return *this;
+    close();
+    _fd = std::exchange(other._fd, -1);
+    _size = other._size;
+    return *this;
+}
+
+bool i18n_file::open(const char* path) {
+    close();
+    _fd = open_regular(path, &_size);
+    return is_open();
+}
+
+void i18n_file::close() {
+    if (_fd >= 0) (void)::close(_fd); // only read
+    _fd = -1;
+}
+
+size_t i18n_file::read_at(uint64_t offset, void* buffer, size_t len) const {
+    size_t done = 0;
+    while (done < len) {
+        const ssize_t n =
+            ::pread(_fd, static_cast<char*>(buffer) + done, len - done, static_cast<off_t>(offset + done));
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) break;
+        done += static_cast<size_t>(n);
+    }
+    return done;
+}
+
+std::FILE* i18n_fopen(const char* path) {
+    uint64_t size = 0;
+    const int fd = open_regular(path, &size);
+    if (fd < 0) return nullptr;
+    std::FILE* fp = ::fdopen(fd, "rb");
+    if (fp == nullptr) (void)::close(fd); // only read
+    return fp;
+}
+
+bool i18n_checkdir(const char* path) {
+    struct stat st;
+    return ::stat(path, &st) == 0 && S_ISDIR(st.st_mode);
+}
