@@ -1,0 +1,183 @@
+#include "Options.h"
+
+#include "MapFile.h"
+#include "SourceFiles.h"
+
+#include <algorithm>
+
+namespace gencat {
+
+const char USAGE_TEXT[] =
+    "Usage: taqgencat [checks] --module NAME --lang LANGUAGE --out ROOT source...\n"
+    "       taqgencat [checks] --check source...\n"
+    "       taqgencat catfile source...\n"
+    "       taqgencat --list catfile\n"
+    "\n"
+    "Compiles message sources to binary message catalogs. A source is a file, \"-\" for\n"
+    "standard input, or a folder, which stands for its files *.msg.\n"
+    "\n"
+    "  --module NAME      module of the catalogs, for instance KORE\n"
+    "  --lang LANGUAGE    language of the texts, for instance de\n"
+    "  --out ROOT         write ROOT/messages/LANGUAGE/NAME.bmcmap and the catalogs beside it\n"
+    "  --list             print a catalog as a source (\"-\": standard input)\n"
+    "  --help, --version\n"
+    "\n"
+    "Checks:\n"
+    "  --check            refuse texts that cannot be filled with arguments\n"
+    "  --reference PATH   with --check: compare with these sources of another language\n"
+    "  --fill-from PATH   take missing messages from these sources of another language\n"
+    "\n"
+    "Exit status: 0 done, 1 the sources have faults, 2 wrong usage or a file that cannot\n"
+    "be read or written. Faults are reported as file:line: reason.\n";
+
+namespace {
+
+struct Flag {
+    const char* name;
+    Mode mode;
+};
+
+constexpr Flag MODE_FLAGS[] = {{"--help", Mode::Help}, {"--version", Mode::Version}, {"--list", Mode::List}};
+
+struct Values {
+    std::vector<std::string> modules, languages, roots, references, fill_from, operands;
+    bool check = false;
+};
+
+struct ValueOption {
+    const char* name;
+    std::vector<std::string> Values::*values;
+};
+
+constexpr ValueOption VALUE_OPTIONS[] = {{"--module", &Values::modules},
+                                         {"--lang", &Values::languages},
+                                         {"--out", &Values::roots},
+                                         {"--reference", &Values::references},
+                                         {"--fill-from", &Values::fill_from}};
+
+bool find_mode(const std::string& argument, Mode& mode) {
+    for (const Flag& flag : MODE_FLAGS) {
+        if (argument != flag.name) continue;
+        mode = flag.mode;
+        return true;
+    }
+    return false;
+}
+
+// The list that the option's value goes to; null when the argument is no option with a value.
+std::vector<std::string>* find_values(const std::string& name, Values& values) {
+    for (const ValueOption& option : VALUE_OPTIONS)
+        if (name == option.name) return &(values.*option.values);
+    return nullptr;
+}
+
+bool is_option(const std::string& argument) {
+    return argument.size() > 1 && argument.front() == '-';
+}
+
+// Takes one option with its value, given as "--name value" or "--name=value". i stands at the option.
+std::string take_value(const std::vector<std::string>& arguments, size_t& i, Values& values) {
+    const size_t equals = arguments[i].find('=');
+    const std::string name = arguments[i].substr(0, equals);
+    std::vector<std::string>* list = find_values(name, values);
+    if (!list) return "unknown option " + arguments[i];
+    if (equals != std::string::npos) {
+        list->push_back(arguments[i].substr(equals + 1));
+    } else if (i + 1 < arguments.size()) {
+        list->push_back(arguments[++i]);
+    } else {
+        return name + " takes a value";
+    }
+    return list->back().empty() ? name + " takes a value" : "";
+}
+
+// Distributes the arguments; mode is set by the options that stand for one.
+std::string collect(const std::vector<std::string>& arguments, Values& values, Options& options,
+                    bool& mode_given) {
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        if (arguments[i] == "--") {
+            values.operands.insert(values.operands.end(),
+                                   arguments.begin() + static_cast<std::ptrdiff_t>(i) + 1, arguments.end());
+            break;
+        }
+        if (!is_option(arguments[i])) {
+            values.operands.push_back(arguments[i]);
+        } else if (find_mode(arguments[i], options.mode)) {
+            mode_given = true;
+            if (options.mode != Mode::List) break; // help and version want nothing else
+        } else if (arguments[i] == "--check") {
+            values.check = true;
+        } else if (std::string wrong = take_value(arguments, i, values); !wrong.empty()) {
+            return wrong;
+        }
+    }
+    return "";
+}
+
+std::string settle_module(const Values& values, Options& options) {
+    if (values.modules.size() != 1 || values.languages.size() != 1 || values.roots.size() != 1)
+        return "--module, --lang and --out go together, each once";
+    if (!is_module_name(values.modules[0])) return "a module name has up to 64 letters, digits, '-' and '_'";
+    if (!is_language_name(values.languages[0])) return "a language has up to 31 letters, digits, '-' and '_'";
+    options.mode = Mode::Module;
+    options.module = values.modules[0];
+    options.language = values.languages[0];
+    options.root = values.roots[0];
+    return "";
+}
+
+std::string settle_catalog(Options& options) {
+    if (options.sources.empty()) return "a catalog file must be named";
+    options.catalog = options.sources.front();
+    options.sources.erase(options.sources.begin());
+    return "";
+}
+
+std::string settle_mode(const Values& values, Options& options) {
+    if (!values.modules.empty() || !values.languages.empty() || !values.roots.empty())
+        return settle_module(values, options);
+    if (values.check) {
+        options.mode = Mode::Check;
+        return "";
+    }
+    if (!values.fill_from.empty()) return "--fill-from needs --check or --out";
+    options.mode = Mode::Catalog;
+    return settle_catalog(options);
+}
+
+std::string settle_list(const Values& values, Options& options) {
+    const bool alone = !values.check && values.modules.empty() && values.languages.empty() &&
+                       values.roots.empty() && values.references.empty() && values.fill_from.empty();
+    if (!alone || values.operands.size() != 1) return "--list takes one catalog file and no other option";
+    options.catalog = values.operands.front();
+    return "";
+}
+
+bool reads_stdin_twice(const Values& values) {
+    std::vector<std::string> inputs = values.operands;
+    inputs.insert(inputs.end(), values.references.begin(), values.references.end());
+    inputs.insert(inputs.end(), values.fill_from.begin(), values.fill_from.end());
+    return std::count(inputs.begin(), inputs.end(), STANDARD_STREAM) > 1;
+}
+
+} // namespace
+
+std::string parse_options(const std::vector<std::string>& arguments, Options& options) {
+    Values values;
+    bool mode_given = false;
+    if (std::string wrong = collect(arguments, values, options, mode_given); !wrong.empty()) return wrong;
+    if (mode_given) return options.mode == Mode::List ? settle_list(values, options) : "";
+
+    options.check = values.check;
+    options.references = values.references;
+    options.fill_from = values.fill_from;
+    options.sources = values.operands;
+    if (!values.references.empty() && !values.check) return "--reference needs --check";
+    if (std::string wrong = settle_mode(values, options); !wrong.empty()) return wrong;
+    if (options.sources.empty()) return "no source is named";
+    if (options.mode != Mode::Catalog && reads_stdin_twice(values))
+        return "standard input can be read only once";
+    return "";
+}
+
+} // namespace gencat

@@ -1,0 +1,31 @@
+// Command line of taqgencat.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace gencat {
+
+enum class Mode {
+    Help,
+    Version,
+    List,    // one catalog back to source
+    Check,   // sources only, nothing is written
+    Module,  // catalogs and map of a module and language
+    Catalog, // one catalog file
+};
+
+struct Options {
+    Mode mode = Mode::Catalog;
+    bool check = false;
+    std::string module, language, root; // mode Module
+    std::string catalog;                // modes List (input) and Catalog (output)
+    std::vector<std::string> references, fill_from, sources;
+};
+
+// Fills options from the arguments behind the program's name. Returns an empty string, or what is wrong.
+std::string parse_options(const std::vector<std::string>& arguments, Options& options);
+
+extern const char USAGE_TEXT[];
+
+} // namespace gencat
