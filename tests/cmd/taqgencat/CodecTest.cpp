@@ -1,0 +1,152 @@
+#include "cmd/taqgencat/CatalogCodec.h"
+#include "cmd/taqgencat/CatalogLister.h"
+#include "cmd/taqgencat/SourceParser.h"
+
+#include <gtest/gtest.h>
+
+using namespace gencat;
+
+namespace {
+
+MessageSet set_of(const std::vector<std::pair<uint32_t, std::string>>& texts) {
+    MessageSet set;
+    for (const auto& [number, text] : texts) set[number].text = text;
+    return set;
+}
+
+std::vector<std::pair<uint32_t, std::string>> texts_of(const MessageSet& set) {
+    std::vector<std::pair<uint32_t, std::string>> texts;
+    for (const auto& [number, message] : set) texts.emplace_back(number, message.text);
+    return texts;
+}
+
+std::string encode(const MessageSet& set) {
+    std::string bytes;
+    EXPECT_TRUE(encode_catalog(set, bytes));
+    return bytes;
+}
+
+std::string words(const std::vector<uint32_t>& values) {
+    std::string bytes;
+    for (const uint32_t v : values)
+        for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(v >> shift);
+    return bytes;
+}
+
+// Messages 0, 2 and 7: the hole at 1 stays within the first range, the four numbers from 3 to 6 end it.
+const std::string GOLDEN =
+    words({0x4795, 0,          0,   0, 0, 0, 0, 0, 2, 3, 0, 0, 64, 88, 104, 0, // header
+           0,      2,          88,                                             // ranges
+           7,      7,          100,                                            //
+           104,    0xFFFFFFFF, 110,                                            // slots
+           115}) +                                                             //
+    words({2}) +
+    std::string("a\0", 2) +             // records
+    words({1}) + std::string("\0", 1) + //
+    words({3}) + std::string("\xC3\xA9\0", 3);
+
+TEST(CatalogCodec, SmallCatalogByteByByte) {
+    const MessageSet set = set_of({{0, "a"}, {2, ""}, {7, "\xC3\xA9"}});
+    EXPECT_EQ(GOLDEN, encode(set));
+    MessageSet decoded;
+    ASSERT_EQ(nullptr, decode_catalog(GOLDEN, decoded));
+    EXPECT_EQ(texts_of(set), texts_of(decoded));
+}
+
+TEST(CatalogCodec, GapsOfUpToThreeNumbersStayInARange) {
+    const struct {
+        const char* name;
+        std::vector<std::pair<uint32_t, std::string>> texts;
+        size_t ranges, slots, bytes_of_text;
+    } cases[] = {{"no message", {}, 0, 0, 0},
+                 {"the only number", {{65535, "x"}}, 1, 1, 6},
+                 {"gap of three", {{1, "x"}, {5, "y"}}, 1, 5, 12},
+                 {"gap of four", {{1, "x"}, {6, "y"}}, 2, 2, 12},
+                 {"both ends", {{0, "x"}, {65535, "y"}}, 2, 2, 12}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(64 + 12 * c.ranges + 4 * c.slots + c.bytes_of_text, encode(set_of(c.texts)).size());
+    }
+}
+
+TEST(CatalogCodec, DamagedCatalogsAreRefused) {
+    const auto with = [](size_t offset, uint32_t value) {
+        return std::string(GOLDEN).replace(offset, 4, words({value}));
+    };
+    const struct {
+        const char* name;
+        std::string bytes;
+        const char* reason;
+    } cases[] = {
+        {"other magic", with(0, 0x4796), "not a message catalog"},
+        {"range count beyond the file", with(32, 0x20000000),
+         "the range table reaches beyond the end of the file"},
+        {"range table beyond the file", with(48, 0xFFFFFFFF),
+         "the range table reaches beyond the end of the file"},
+        {"range backwards", with(64, 3), "the ranges do not ascend"},
+        {"ranges overlap", with(76, 2), "the ranges do not ascend"},
+        {"number over 65535", with(80, 65536), "a range goes beyond message 65535"},
+        {"slots beyond the file", with(72, 0xFFFFFFFC), "a slot array reaches beyond the end of the file"},
+        {"record beyond the file", with(88, 0xFFFFFFFE), "a message record lies outside the file"},
+        {"text beyond the file", with(104, 0xFFFFFFFF), "a text reaches beyond the end of the file"},
+        {"length 0", with(104, 0), "a text does not end in its NUL"},
+        {"NUL in the middle", with(104, 3), "a text does not end in its NUL"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        MessageSet set;
+        EXPECT_STREQ(c.reason, decode_catalog(c.bytes, set));
+    }
+}
+
+TEST(CatalogCodec, EveryPrefixIsRefused) {
+    for (size_t size = 0; size < GOLDEN.size(); ++size) {
+        MessageSet set;
+        EXPECT_NE(nullptr, decode_catalog(std::string_view(GOLDEN).substr(0, size), set)) << size;
+    }
+}
+
+TEST(CatalogCodec, ManySlotsOnOneLongRecordAreRefused) {
+    const uint32_t record = 64 + 12 + 65536 * 4, length = 8192;
+    std::string bytes = words({0x4795, 0, 0, 0, 0, 0, 0, 0, 1, 65536, 0, 0, 64, 76, record, 0, 0, 65535, 76});
+    for (int i = 0; i < 65536; ++i) bytes += words({record});
+    bytes += words({length}) + std::string(length - 1, 'x') + std::string(1, '\0');
+    MessageSet set;
+    EXPECT_STREQ("the records hold far more text than the file", decode_catalog(bytes, set));
+}
+
+TEST(CatalogLister, ListingCompilesToTheSameBytes) {
+    std::string all_bytes;
+    for (int c = 1; c < 256; ++c) all_bytes += static_cast<char>(c);
+    const MessageSet set = set_of({{0, ""},
+                                   {1, "  blanks at both ends \t"},
+                                   {2, "a \"quoted\" back\\slash"},
+                                   {3, "\n\t\v\b\r\f\x1B\x7F"
+                                       "7"},
+                                   {4, all_bytes},
+                                   {9, "\xE6\x97\xA5\xE6\x9C\xAC %2$s %1$s 100%%"},
+                                   {65535, "$set 3"}});
+    const std::string source = list_catalog(set, 25);
+    Messages messages;
+    Diagnostics faults;
+    ASSERT_TRUE(parse_source("list", source, DefaultSet::None, messages, faults)) << faults.lines()[0];
+    EXPECT_EQ(encode(set), encode(messages[25]));
+    EXPECT_NE(std::string::npos, source.find("9 \"\xE6\x97\xA5\xE6\x9C\xAC %2$s")) << "UTF-8 stays readable";
+}
+
+TEST(CatalogLister, CategoryComesFromTheFileName) {
+    const struct {
+        const char* path;
+        uint32_t category;
+    } cases[] = {{"KORE_25.bmc", 25},
+                 {"/a_7/b_1/MY_MOD_65535.bmc", 65535},
+                 {"KORE_65536.bmc", NO_CATEGORY},
+                 {"KORE.bmc", NO_CATEGORY},
+                 {"KORE_.bmc", NO_CATEGORY},
+                 {"KORE_2x.bmc", NO_CATEGORY},
+                 {"dir_5/KORE", NO_CATEGORY},
+                 {"-", NO_CATEGORY},
+                 {"KORE_99999999999999.bmc", NO_CATEGORY}};
+    for (const auto& c : cases) EXPECT_EQ(c.category, category_of_path(c.path)) << c.path;
+}
+
+} // namespace

@@ -1,0 +1,109 @@
+// What the compiler writes, read by the message lookup itself.
+#include "TempDir.h"
+#include "cmd/taqgencat/Checker.h"
+#include "cmd/taqgencat/ModuleWriter.h"
+#include "cmd/taqgencat/SourceFiles.h"
+#include "i18n/common/i18n.h"
+
+#include <gtest/gtest.h>
+
+using namespace gencat;
+
+namespace {
+
+class Catalogs {
+public:
+    Catalogs(const std::string& root, const char* module, const char* language) {
+        EXPECT_EQ(I18N_SOK, i18nOpen(&_handle, root.c_str(), module, language));
+    }
+    ~Catalogs() { i18nClose(&_handle); }
+
+    // The UTF-8 text with its arguments, or "<result code>".
+    std::string text(u32 category, u32 number, const char* a = nullptr, const char* b = nullptr,
+                     const char* c = nullptr) {
+        char* text = nullptr;
+        s32 size = 0;
+        const int result = i18nGetSafeUTF8Msg(&_handle, category, number, &text, &size, a, b, c);
+        return result == I18N_SOK ? std::string(text, static_cast<size_t>(size) - 1)
+                                  : "<" + std::to_string(result) + ">";
+    }
+
+private:
+    void* _handle = nullptr;
+};
+
+TEST(CompiledCatalogs, EveryMessageOfEveryCategoryIsFound) {
+    Messages messages;
+    for (uint32_t category = 1; category <= 400; ++category) // the map's list of names fills many lines
+        for (uint32_t number = 0; number < 65536; number = number * 2 + category % 7 + 1)
+            messages[category][number].text = std::to_string(category) + ":" + std::to_string(number) + " %s";
+    const TempDir dir;
+    std::string error;
+    ASSERT_TRUE(write_module({dir.path(), "KORE", "en"}, messages, error)) << error;
+    Catalogs catalogs(dir.path(), "KORE", "en");
+    for (const auto& [category, set] : messages) {
+        for (const auto& [number, message] : set) {
+            const std::string expected = std::to_string(category) + ":" + std::to_string(number) + " arg";
+            ASSERT_EQ(expected, catalogs.text(category, number, "arg"));
+        }
+    }
+    EXPECT_EQ("<3>", catalogs.text(401, 0));
+    EXPECT_EQ("<3>", catalogs.text(7, 2)); // the numbers of category 7 are 0, 1, 3, 7, ...
+    EXPECT_EQ("<3>", catalogs.text(7, 65535 - 1));
+}
+
+TEST(CompiledCatalogs, NameListsOfEveryLengthAreRead) {
+    for (size_t name = 1; name <= 64; ++name) { // moves the places where the map's lines are continued
+        const std::string module(name, 'm');
+        Messages messages;
+        for (uint32_t category = 60; category < 100; ++category) messages[category][category].text = "t";
+        const TempDir dir;
+        std::string error;
+        ASSERT_TRUE(write_module({dir.path(), module, "de"}, messages, error)) << error;
+        Catalogs catalogs(dir.path(), module.c_str(), "de");
+        EXPECT_EQ("t", catalogs.text(99, 99)) << name;
+    }
+}
+
+TEST(CompiledCatalogs, LongestAcceptedTextIsShown) {
+    const TempDir dir;
+    Messages messages;
+    messages[1][1] = {std::string(4088, 'x') + "%s", {std::make_shared<const std::string>("s"), 1}};
+    Diagnostics faults;
+    ASSERT_TRUE(check_texts(messages, faults));
+    std::string error;
+    ASSERT_TRUE(write_module({dir.path(), "M", "en"}, messages, error)) << error;
+    Catalogs catalogs(dir.path(), "M", "en");
+    EXPECT_EQ(std::string(4088, 'x') + "???", catalogs.text(1, 1));
+    EXPECT_EQ(std::string(4088, 'x') + "a", catalogs.text(1, 1, "a"));
+}
+
+TEST(ShippedCatalogs, EachLanguageShowsItsTexts) {
+    const struct {
+        const char *language, *critical, *unknown, *resource;
+    } cases[] = {
+        {"en", "CRITICAL", "Unknown option: -x", "Resource r is now ONLINE on system s"},
+        {"de", "KRITISCH", "Unbekannte Option: -x", "Ressource r ist auf System s jetzt ONLINE"},
+        {"fr", "CRITIQUE", "Option inconnue : -x", "La ressource r est maintenant ONLINE sur le système s"},
+        {"ja", "重大", "不明なオプション: -x", "リソース r はシステム s で ONLINE になりました"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.language);
+        Messages messages, english;
+        Diagnostics faults;
+        std::string error;
+        const std::string folder = TAQ_CATALOG_SOURCES "/";
+        ASSERT_TRUE(load_sources({folder + c.language}, DefaultSet::None, messages, faults, error)) << error;
+        ASSERT_TRUE(load_sources({folder + "en"}, DefaultSet::None, english, faults, error)) << error;
+        EXPECT_TRUE(check_texts(messages, faults) && check_translation(messages, english, faults));
+        EXPECT_TRUE(faults.empty()) << faults.lines()[0];
+
+        const TempDir dir;
+        ASSERT_TRUE(write_module({dir.path(), "KORE", c.language}, messages, error)) << error;
+        Catalogs catalogs(dir.path(), "KORE", c.language);
+        EXPECT_EQ(c.critical, catalogs.text(65534, 0));
+        EXPECT_EQ(c.unknown, catalogs.text(25, 30528, "-x"));
+        EXPECT_EQ(c.resource, catalogs.text(100, 1, "r", "ONLINE", "s"));
+    }
+}
+
+} // namespace
