@@ -54,7 +54,7 @@ int32_t NetBuffer::prepareforappend(int32_t n) {
         return _totalbuffersize;
     const int64_t total = std::min<int64_t>(_whole_units(needed), std::numeric_limits<int32_t>::max());
     char* _tmpBuffer = new char[static_cast<size_t>(total)]();
-    QEN_CHECK(_tmpBuffer != NULL);
+    QEN_CHECK_AS(_tmpBuffer != nullptr, "_tmpBuffer != NULL");
     std::memcpy(_tmpBuffer, _buffer, static_cast<size_t>(_buffersize));
     _replace_store(_tmpBuffer, static_cast<int32_t>(total));
     return _totalbuffersize;
@@ -77,7 +77,7 @@ int32_t NetBuffer::remove(int32_t n) {
         reqsize >= _defaultbuffersize ? _whole_units(reqsize) : int64_t{_defaultbuffersize};
     if (_totalbuffersize > allocneededbytes) {
         char* _tmpBuffer = new char[static_cast<size_t>(allocneededbytes)]();
-        QEN_CHECK(_tmpBuffer != NULL);
+        QEN_CHECK_AS(_tmpBuffer != nullptr, "_tmpBuffer != NULL");
         QEN_CHECK(reqsize <= allocneededbytes);
         std::memcpy(_tmpBuffer, _buffer + n, static_cast<size_t>(reqsize));
         _replace_store(_tmpBuffer, static_cast<int32_t>(allocneededbytes));
@@ -107,10 +107,10 @@ NetBufferList::~NetBufferList() {
 
 void NetBufferList::append_buf(NetBuffer* bufp) {
     if (_count == 0) {
-        QEN_CHECK(_head == NULL && _tail == NULL);
+        QEN_CHECK_AS(_head == nullptr && _tail == nullptr, "_head == NULL && _tail == NULL");
         _head = bufp;
     } else {
-        QEN_CHECK(_tail != NULL && _head != NULL);
+        QEN_CHECK_AS(_tail != nullptr && _head != nullptr, "_tail != NULL && _head != NULL");
         _tail->_next = bufp;
     }
     _tail = bufp;

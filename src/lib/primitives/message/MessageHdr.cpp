@@ -10,12 +10,12 @@ int32_t _get_guid() {
 }
 
 void _set_ipm_hdr_guid(MsgHdr_t* hdrp) {
-    QEN_CHECK(hdrp != NULL);
+    QEN_CHECK_AS(hdrp != nullptr, "hdrp != NULL");
     hdrp->setReserved(_get_guid());
 }
 
 void initializeHeader(MsgHdr_t* hdrp) {
-    QEN_CHECK(hdrp != NULL);
+    QEN_CHECK_AS(hdrp != nullptr, "hdrp != NULL");
     hdrp->clearhdr();
     hdrp->setChannel(IPM_CHANNEL);
     hdrp->setVersion(MSGHDR_VERSION);

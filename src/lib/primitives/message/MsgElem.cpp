@@ -33,10 +33,10 @@ MsgElemList::~MsgElemList() {
 
 void MsgElemList::append_elem(MsgElem* elem) {
     if (_count == 0) {
-        QEN_CHECK(_head == NULL && _tail == NULL);
+        QEN_CHECK_AS(_head == nullptr && _tail == nullptr, "_head == NULL && _tail == NULL");
         _head = elem;
     } else {
-        QEN_CHECK(_tail != NULL && _head != NULL);
+        QEN_CHECK_AS(_tail != nullptr && _head != nullptr, "_tail != NULL && _head != NULL");
         _tail->_next = elem;
     }
     _tail = elem;

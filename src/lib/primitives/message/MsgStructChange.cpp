@@ -120,7 +120,7 @@ msg_result MsgStruct::set(int16_t id, MsgStruct* msg, bool ref) {
 
 msg_result MsgStruct::set(int16_t id, const VList* list) {
     const MsgElemList* elemlist = find(id) != nullptr ? _val[id] : nullptr;
-    QEN_CHECK((0 != elemlist) && (elemlist->is_vector()));
+    QEN_CHECK_AS(elemlist != nullptr && elemlist->is_vector(), "(0 != elemlist) && (elemlist->is_vector())");
     return _replace(id, [=, this] { return append_elem(id, list); });
 }
 
@@ -137,7 +137,7 @@ MsgStruct* MsgStruct::deep_dup() const {
 }
 
 msg_result MsgStruct::_copy_elems(const MsgStruct* origmsg, int16_t ID) {
-    QEN_CHECK(0 != origmsg->_val[ID]);
+    QEN_CHECK_AS(origmsg->_val[ID] != nullptr, "0 != origmsg->_val[ID]");
     const bool scalar = origmsg->_val[ID]->is_scalar();
     for (const MsgElem* elem = origmsg->find(ID); elem != nullptr; elem = elem->next())
         if (msg_result rc = _copy_elem(ID, *elem, scalar)) return rc;

@@ -15,6 +15,7 @@ void add_formatted_text(MsgStruct* msgp, const char* fmtp, QENVaList& args) {
     char text[TEXT_SIZE];
     QENVaList walk;
     va_copy(walk.list, args.list);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it loses sight of a va_list inside a struct
     const int full = std::vsnprintf(text, sizeof text, fmtp, walk.list);
     va_end(walk.list);
     if (full < 0) text[0] = '\0'; // a wide character without a multibyte form; the buffer is then unspecified
