@@ -2,6 +2,7 @@
 #include "primitives/ldf/LdfWriter.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <limits>
@@ -186,6 +187,18 @@ int LdfWriter::_recover() {
     return _initialized ? _prepare_ldf() : static_cast<int>(LDF_EFAIL);
 }
 
+namespace {
+
+// Renames `newer` to `older`, whose file goes in the same instant. A missing `newer`, which a writer that
+// died between two renames leaves, must not cost the older generation.
+void replace_generation(const char* newer, const char* older) {
+    if (std::rename(newer, older) == 0 || errno == ENOENT) return;
+    (void)QENDeleteFile(older); // something that a rename does not replace
+    (void)std::rename(newer, older);
+}
+
+} // namespace
+
 // Rotates the generations. The new file is made first: while that fails, for want of disk space say, file A
 // stays open as it is and the next write tries again.
 int LdfWriter::_next() {
@@ -194,9 +207,8 @@ int LdfWriter::_next() {
     _rotation_failed = !fresh;
     if (!fresh) return LDF_EFAIL;
     _close();
-    (void)QENDeleteFile(_pathCp.get()); // any of these steps may fail without stopping the next
-    (void)std::rename(_pathBp.get(), _pathCp.get());
-    (void)std::rename(_pathAp.get(), _pathBp.get());
+    replace_generation(_pathBp.get(), _pathCp.get()); // either step may fail without stopping the next
+    replace_generation(_pathAp.get(), _pathBp.get());
     int rc;
     if (ldf_occupant(_pathAp.get()) == LdfOccupant::NOTHING) {
         rc = _install_new_file(fresh, header);

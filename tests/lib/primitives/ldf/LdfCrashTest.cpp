@@ -55,7 +55,8 @@ protected:
 
     uintmax_t bytes_left() const {
         uintmax_t n = 0;
-        for (const auto& entry : fs::directory_iterator(root + "/ldf")) n += entry.file_size();
+        for (const auto& entry : fs::directory_iterator(root + "/ldf"))
+            if (entry.path().extension() == ".ldf") n += entry.file_size();
         return n;
     }
 };
@@ -91,8 +92,10 @@ TEST_F(LdfCrashTest, KilledWriterLosesNoFinishedRecord) {
         const unsigned first = all.front(), last = all.back();
         for (size_t i = 0; i < all.size(); ++i) ASSERT_EQ(first + i, all[i]); // each exactly once
         ASSERT_GE(last + 1, shared->returned);
-        ASSERT_LE(last + 1, shared->started);                           // at most the one in flight
-        ASSERT_TRUE(first == 0 || bytes_left() >= 2u * LDF_MIN_MAXLEN); // only whole old files are gone
+        ASSERT_LE(last + 1, shared->started); // at most the one in flight
+        // Only whole old files are gone. A killed write may leave a part of a record that the next writer
+        // counts before it overwrites it, so a file may be rotated that much early.
+        ASSERT_TRUE(first == 0 || bytes_left() >= 2 * (LDF_MIN_MAXLEN - LDF_RECORD_MAX));
         ASSERT_FALSE(exists(path("log_A") + ".err"));
         rotated += first > 0;
         shared->returned = shared->started = last + 1;
