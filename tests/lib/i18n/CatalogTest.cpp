@@ -1,0 +1,140 @@
+#include "i18n/common/bmc.h"
+
+#include "I18nFixture.h"
+
+namespace {
+
+using Catalog = I18nTest;
+
+// The layout once byte by byte, against the encode and decode functions that the catalog compiler uses.
+TEST(CatalogFormat, EncodesAsTheLayoutSays) {
+    uint8_t bytes[BMC_HEADER_SIZE + BMC_RANGE_SIZE];
+    bmc_encode_header({2, 3, 64, 0x01020304, 0x05060708}, bytes);
+    bmc_encode_range({0x0A0B0C0D, 1, 0x10000}, bytes + BMC_HEADER_SIZE);
+    const std::string expect =
+        CatalogBuilder::be32(0x4795) + std::string(28, '\0') +
+        std::string("\0\0\0\2\0\0\0\3\0\0\0\0\0\0\0\0\0\0\0\x40\1\2\3\4\5\6\7\x8\0\0\0\0", 32) +
+        std::string("\0\0\0\1\0\1\0\0\xA\xB\xC\xD", 12);
+    EXPECT_EQ(expect, std::string(reinterpret_cast<char*>(bytes), sizeof bytes));
+    bmc_header_t header;
+    ASSERT_TRUE(bmc_decode_header(bytes, &header));
+    EXPECT_EQ(0x01020304u, header.tab_ndx_address);
+    EXPECT_EQ(0x05060708u, header.tab_msg_address);
+    EXPECT_EQ(0x10000u, bmc_decode_range(bytes + BMC_HEADER_SIZE)._id_end);
+    bytes[3] ^= 1;
+    EXPECT_FALSE(bmc_decode_header(bytes, &header));
+}
+
+TEST_F(Catalog, FindsExactlyTheNumbersThatHaveMessages) {
+    for (const u32 range_count : {1u, 2u, 3u, 4u, 7u, 16u}) {
+        CatalogBuilder file;
+        for (u32 r = 0; r < range_count; ++r) // numbers 10r+5 to 10r+8, of which 10r+7 has an empty slot
+            file.text(10 * r + 5, "a").text(10 * r + 6, "b").empty(10 * r + 7).text(10 * r + 8, "d");
+        tree().catalog("core", 25, file).write();
+        ASSERT_EQ(I18N_SOK, open());
+        for (u32 n = 0; n < 10 * range_count + 5; ++n) {
+            const char* const expect[10] = {"<3>", "<3>", "<3>", "<3>", "<3>", "a", "b", "<3>", "d", "<3>"};
+            EXPECT_EQ(n < 5 ? "<3>" : expect[n % 10], text(25, n)) << range_count << " ranges, number " << n;
+        }
+        EXPECT_EQ("<3>", text(25, 0xFFFFFFFF));
+        i18nClose(&handle);
+    }
+    tree().catalog("core", 25, {}).write();
+    ASSERT_EQ(I18N_SOK, open());
+    EXPECT_EQ("<3>", text(25, 1)) << "no ranges";
+}
+
+TEST_F(Catalog, FindsEveryCategory) {
+    for (u32 count = 1; count <= 9; ++count) {
+        CatalogTree t = tree();
+        for (u32 c = 1; c <= count; ++c)
+            t.catalog("c" + std::to_string(c), 10 * c, CatalogBuilder().text(c, std::to_string(c)), c, c + 1);
+        t.write();
+        ASSERT_EQ(I18N_SOK, open());
+        for (u32 c = 1; c <= count; ++c) EXPECT_EQ(std::to_string(c), text(10 * c, c)) << count;
+        for (u32 c = 0; c <= count + 1; ++c) EXPECT_EQ("<3>", text(10 * c + 5, 1)) << count;
+        u32 lowest = 0, highest = 0;
+        EXPECT_EQ(I18N_SOK, i18nGetIDRange(&handle, 10 * count, &lowest, &highest));
+        EXPECT_EQ(count, lowest);
+        EXPECT_EQ(count + 1, highest);
+        EXPECT_EQ(I18N_EFAIL, i18nGetIDRange(&handle, 5, &lowest, &highest));
+        i18nClose(&handle);
+    }
+}
+
+// Two messages: header 0 to 63, range table 64 to 75, slots 76 to 83, records from 84 ("abc" with its
+// length, 8 bytes) and 92 ("%s" with its length, 7 bytes).
+TEST_F(Catalog, DamageHasItsResult) {
+    const CatalogBuilder good = CatalogBuilder().text(1, "abc").text(2, "%s");
+    const struct {
+        const char* name;
+        CatalogBuilder file;
+        const char* expect[2]; // messages 1 and 2, without argument
+    } cases[] = {
+        {"good", CatalogBuilder(good), {"abc", "???"}},
+        {"bad magic", CatalogBuilder(good).flip(3), {"<6>", "<6>"}},
+        {"empty file", CatalogBuilder(good).truncate(0), {"<6>", "<6>"}},
+        {"header cut short", CatalogBuilder(good).truncate(63), {"<6>", "<6>"}},
+        {"range table cut short", CatalogBuilder(good).truncate(75), {"<6>", "<6>"}},
+        {"range table beyond the file", CatalogBuilder(good).put32(48, 0xFFFFFFF0), {"<6>", "<6>"}},
+        {"2^32 - 1 ranges", CatalogBuilder(good).put32(32, 0xFFFFFFFF), {"<6>", "<6>"}},
+        {"product of count and size wraps", CatalogBuilder(good).put32(32, 0x55555556), {"<6>", "<6>"}},
+        {"slots beyond the file", CatalogBuilder(good).put32(72, 0xFFFFFFFC), {"<4>", "<4>"}},
+        {"second slot cut short", CatalogBuilder(good).put32(72, 92), {"<4>", "<4>"}},
+        {"record beyond the file", CatalogBuilder(good).put32(76, 0xFFFFFFFE), {"<4>", "???"}},
+        {"length word cut short", CatalogBuilder(good).truncate(95), {"abc", "<4>"}},
+        {"text cut short", CatalogBuilder(good).truncate(98), {"abc", "<4>"}},
+        {"length 0", CatalogBuilder(good).put32(84, 0), {"<4>", "???"}},
+        {"length one beyond the file", CatalogBuilder(good).put32(92, 4), {"abc", "<4>"}},
+        {"length 2^32 - 1", CatalogBuilder(good).put32(92, 0xFFFFFFFF), {"abc", "<4>"}},
+        {"no NUL at the end", CatalogBuilder(good).put32(84, 3), {"<4>", "???"}},
+        {"NUL inside", CatalogBuilder(good).flip(89, 'b'), {"a", "???"}},
+        {"range backwards", CatalogBuilder(good).put32(64, 2).put32(68, 1), {"<3>", "<3>"}},
+        {"range over all numbers", CatalogBuilder(good).put32(64, 0).put32(68, 0xFFFFFFFF), {"???", "<4>"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        tree().catalog("core", 25, c.file).write();
+        ASSERT_EQ(I18N_SOK, open());
+        EXPECT_EQ(c.expect[0], text(25, 1));
+        EXPECT_EQ(c.expect[1], text(25, 2));
+        EXPECT_EQ(c.expect[0], text(25, 1)) << "again";
+        i18nClose(&handle);
+    }
+}
+
+TEST_F(Catalog, FailedCatalogIsTriedAgain) {
+    const CatalogBuilder good = CatalogBuilder().text(1, "abc");
+    const std::string path = tree().dir() + "core.bmc";
+    tree().catalog("core", 25, CatalogBuilder(good).flip(0)).write();
+    ASSERT_EQ(I18N_SOK, open());
+    EXPECT_EQ("<6>", text(25, 1));
+    std::filesystem::remove(path);
+    EXPECT_EQ("<6>", text(25, 1));
+    std::filesystem::create_directory(path);
+    EXPECT_EQ("<6>", text(25, 1));
+    EXPECT_EQ(0, i18nGetOpenHandleCount(&handle));
+    std::filesystem::remove(path);
+    good.write(path);
+    EXPECT_EQ("abc", text(25, 1));
+    EXPECT_EQ(1, i18nGetOpenHandleCount(&handle));
+}
+
+// Damages each byte in turn: any listed result, no crash; the sanitizers watch.
+TEST_F(Catalog, AnyDamagedByteGivesAListedResult) {
+    const CatalogBuilder good = CatalogBuilder().text(1, "%s is %s").text(2, "x").text(9, "%2$s%1$s");
+    const size_t size = good.bytes().size();
+    tree().catalog("core", 25, good).write();
+    for (size_t pos = 0; pos < size; ++pos) {
+        CatalogBuilder(good).flip(pos, pos % 2 == 0 ? 0xFF : 1).write(tree().dir() + "core.bmc");
+        ASSERT_EQ(I18N_SOK, open());
+        for (const u32 n : {1u, 2u, 9u}) {
+            const std::string got = text(25, n, {"a", "b"});
+            const bool listed = got == "<1>" || got == "<3>" || got == "<4>" || got == "<6>";
+            EXPECT_TRUE(listed || !got.starts_with('<')) << got;
+        }
+        i18nClose(&handle);
+    }
+}
+
+} // namespace

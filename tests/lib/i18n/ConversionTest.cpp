@@ -1,0 +1,181 @@
+#include <algorithm>
+#include <iconv.h>
+#include <random>
+
+#include "I18nFixture.h"
+#include "i18n/unix/i18n_conv.h"
+
+namespace {
+
+constexpr char HIRAGANA_A[] = "\xE3\x81\x82";
+
+class Conversion : public I18nTest {
+protected:
+    // Opens the catalogs of a locale's language and codeset.
+    void open_in(const char* locale, const CatalogBuilder& file) {
+        i18nClose(&handle);
+        ASSERT_NE(nullptr, std::setlocale(LC_ALL, locale)) << locale;
+        tree(std::string(locale, 2)).catalog("core", 25, file).write();
+        ASSERT_EQ(I18N_SOK, open(nullptr));
+    }
+};
+
+TEST_F(Conversion, TextsComeInTheCodesetOfTheLocale) {
+    const struct {
+        const char *locale, *text, *arg, *expect;
+    } cases[] = {
+        {"ja_JP.eucJP", "%s \xE3\x81\x82", "x", "x \xA4\xA2"},
+        {"ja_JP.SJIS", "%s \xE3\x81\x82", "x", "x \x82\xA0"},
+        {"ja_JP.UTF-8", "%s \xE3\x81\x82", HIRAGANA_A, "\xE3\x81\x82 \xE3\x81\x82"},
+        {"de_DE.ISO-8859-1", "%s \xC3\xBC", "\xC3\xA4", "\xE4 \xFC"},
+        {"de_DE.ISO-8859-1", "ascii %s", "x", "ascii x"},
+        {"de_DE.ISO-8859-1", "%s", HIRAGANA_A, "<2>"},
+        {"de_DE.UTF-8", "%s", "\xFF", "<2>"},
+        {"de_DE.UTF-8", "%s", "\xED\xA0\x80", "<2>"}, // a surrogate
+        {"en_US.UTF-8", "%s \xC3\xBC", "\xFF", "\xFF \xC3\xBC"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.locale);
+        open_in(c.locale, CatalogBuilder().text(1, c.text).text(2, "after"));
+        EXPECT_EQ(c.expect, text(25, 1, {c.arg}));
+        EXPECT_EQ("after", text(25, 2)) << "a failure must leave the handle usable";
+        EXPECT_EQ(c.expect, text(25, 1, {c.arg})) << "kept";
+    }
+}
+
+TEST_F(Conversion, TextsWithoutArgumentsAreKeptConverted) {
+    open_in("ja_JP.eucJP", CatalogBuilder().text(1, HIRAGANA_A).text(2, std::string(1500, 'x') + HIRAGANA_A));
+    char* p = nullptr;
+    s32 size = 0;
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ("\xA4\xA2", text(25, 1));
+        EXPECT_EQ("\xA4\xA2", text(25, 1, {"surplus"}));
+        EXPECT_EQ(std::string(1500, 'x') + "\xA4\xA2", text(25, 2));
+        ASSERT_EQ(I18N_SOK, i18nGetSimpleMsg(&handle, 25, 1, &p, &size));
+        EXPECT_EQ("\xA4\xA2", shown(I18N_SOK, p, size));
+        ASSERT_EQ(I18N_SOK, i18nGetSafeUTF8Msg(&handle, 25, 1, &p, &size));
+        EXPECT_EQ(HIRAGANA_A, shown(I18N_SOK, p, size));
+    }
+    char line[2];
+    size_t len;
+    EXPECT_EQ(I18N_SOK, i18nFormatSafeTo(&handle, 25, 1, nullptr, 0, line, 2, &len));
+    EXPECT_EQ(I18N_EBUFSIZE, i18nFormatSafeTo(&handle, 25, 1, nullptr, 0, line, 1, &len));
+}
+
+// An umlaut has two bytes in UTF-8, three in EUC and none in SJIS.
+TEST_F(Conversion, ConvertedTextMustFitTheBuffer) {
+    const auto times = [](int n, const std::string& s) {
+        std::string all;
+        while (n-- > 0) all += s;
+        return all;
+    };
+    open_in("ja_JP.eucJP",
+            CatalogBuilder().text(1, times(1365, "\xC3\xBC")).text(2, times(1366, "\xC3\xBC")).text(3, "x"));
+    EXPECT_EQ(times(1365, "\x8F\xAB\xE4"), text(25, 1)); // 4095 bytes and the NUL
+    EXPECT_EQ("<2>", text(25, 2));
+    EXPECT_EQ("x", text(25, 3));
+    open_in("ja_JP.SJIS", CatalogBuilder().text(1, "\xC3\xBC").text(2, times(300, "\xEF\xBD\xB1")));
+    EXPECT_EQ("<2>", text(25, 1));
+    EXPECT_EQ(times(300, "\xB1"), text(25, 2)); // half-width katakana
+}
+
+TEST_F(Conversion, GeneralConverterTellsHowFarItCame) {
+    const struct {
+        const char *name, *from, *to, *text;
+        size_t room;
+        int expect;
+        size_t written;
+    } cases[] = {
+        {"good", "UTF-8", "EUC-JP", "a\xE3\x81\x82", 10, I18N_SOK, 4},
+        {"exact room", "UTF-8", "EUC-JP", "a\xE3\x81\x82", 4, I18N_SOK, 4},
+        {"no room for the NUL", "UTF-8", "EUC-JP", "a\xE3\x81\x82", 3, I18N_EBUFSIZE, 3},
+        {"no room at all", "UTF-8", "EUC-JP", "a", 0, I18N_EBUFSIZE, 0},
+        {"invalid", "UTF-8", "EUC-JP", "ab\xFF", 10, I18N_EBADSEQUENCE, 2},
+        {"cut sequence", "UTF-8", "EUC-JP", "ab\xE3\x81", 10, I18N_EBADSEQUENCE, 2},
+        {"unknown codeset", "UTF-8", "no-such", "ab", 10, I18N_ECONVOPEN, 0},
+        {"same name", "UTF-8", "utf-8", "ab", 10, I18N_ESAMECODESET, 10},
+        {"empty name", "", "UTF-8", "ab", 10, I18N_ENOCODESET, 10},
+        {"null name", "UTF-8", nullptr, "ab", 10, I18N_ENOCODESET, 10},
+    };
+    for (const auto& c : cases) {
+        char out[16];
+        size_t size = c.room;
+        EXPECT_EQ(c.expect, i18nConvertMsg(c.from, c.to, c.text, out, &size)) << c.name;
+        EXPECT_EQ(c.written, size) << c.name;
+    }
+}
+
+TEST_F(Conversion, IsNeededUnlessEnglishOrUtf8) {
+    const struct {
+        const char *lang, *codeset;
+        int expect;
+        bool needed;
+    } cases[] = {
+        {"ja", "eucJP", 0, true},      {"ja", "UTF-8", 0, true},    {"ja", "UtF8", 0, false},
+        {"EN", "eucJP", 0, false},     {"ja", nullptr, 0, true},    {"ja", "", 0, true},
+        {"ja", "no-such", -1, false},  {"en", "no-such", 0, false}, {"", "eucJP", -1, false},
+        {nullptr, "eucJP", -1, false},
+    };
+    for (const auto& c : cases) {
+        i18n_conv cd = nullptr;
+        i18n_bool needed = I18N_FALSE;
+        EXPECT_EQ(c.expect, i18n_conv_open(c.lang, c.codeset, &cd, &needed));
+        EXPECT_EQ(c.needed, needed == I18N_TRUE);
+        EXPECT_EQ(c.needed, cd != nullptr);
+        EXPECT_EQ(0, i18n_conv_close(cd));
+    }
+    EXPECT_EQ(0, i18n_conv_close(reinterpret_cast<i18n_conv>(-1)));
+}
+
+// What is said of codesets, held against iconv itself.
+TEST_F(Conversion, TraitsAreTrue) {
+    std::string ascii;
+    for (char c = 1; c < 127; ++c) ascii += c;
+    ascii += '\x7F';
+    for (const char* codeset : {"UTF-8", "utf8", "ISO-8859-1", "ISO-8859-15", "eucJP", "EUC-JP", "EUC-KR",
+                                "SJIS", "ISO-2022-JP", "UTF-16", "UTF-7"}) {
+        SCOPED_TRACE(codeset);
+        const i18n_conv_traits traits = i18n_conv_traits_of(codeset);
+        char out[1024];
+        size_t size = sizeof out;
+        iconv_t cd = iconv_open(codeset, "UTF-8");
+        ASSERT_NE(reinterpret_cast<iconv_t>(-1), cd);
+        const bool same = i18n_conv_UTF8_to_system(cd, ascii.c_str(), ascii.size() + 1, out, &size) == 0 &&
+                          std::string(out, size - 1) == ascii;
+        EXPECT_TRUE(same || !traits._keeps_ascii);
+        i18n_conv_close(cd);
+    }
+    EXPECT_FALSE(i18n_conv_traits_of("SJIS")._keeps_ascii);
+    EXPECT_FALSE(i18n_conv_traits_of("ISO-2022-JP")._stateless);
+    EXPECT_FALSE(i18n_conv_traits_of("UTF-16")._stateless);
+    EXPECT_FALSE(i18n_conv_traits_of("eucJPx")._stateless);
+}
+
+// The judgement on UTF-8 against iconv's, over every pair of lead and second byte and random bytes.
+TEST_F(Conversion, Utf8IsJudgedAsByIconv) {
+    const auto check = [](const std::string& s) {
+        char out[64];
+        size_t size = sizeof out;
+        const bool valid = i18n_conv_convert("UTF-8", "UTF-32BE", s.c_str(), out, &size) == I18N_SOK;
+        ASSERT_EQ(valid, i18nIsValidUTFString(s.c_str()) == I18N_TRUE) << testing::PrintToString(s);
+    };
+    std::mt19937 random(1);
+    for (int lead = 1; lead < 256; ++lead) {
+        for (int second = 1; second < 256; second += 1) {
+            if (second % 16 != 0 && second % 16 != 15) continue; // every limit lies there
+            for (size_t more : {0u, 1u, 2u}) {
+                check(std::string{static_cast<char>(lead), static_cast<char>(second)} +
+                      std::string(more, '\x80'));
+            }
+        }
+    }
+    for (int i = 0; i < 300; ++i) {
+        std::string s;
+        while (s.size() < 6) s += static_cast<char>(1 + random() % 255);
+        check(s);
+    }
+    EXPECT_EQ(I18N_FALSE, i18nIsValidUTFString(nullptr));
+    EXPECT_EQ(I18N_TRUE, i18nIsValidUTFString(""));
+}
+
+} // namespace

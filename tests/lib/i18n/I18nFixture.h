@@ -1,0 +1,66 @@
+// A catalog root of its own for each test, an open handle with short verbs, and the process locale.
+#pragma once
+
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "i18n/common/i18n.h"
+#include "support/CatalogBuilder.h"
+
+class I18nTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        for (const char* name : {"QENI18N_LANG", "LC_ALL", "LC_MESSAGES", "LANG"}) unsetenv(name);
+        setenv("LOCPATH", TAQ_TEST_LOCALES, /*overwrite=*/1);
+        std::setlocale(LC_ALL, "C");
+        char name[] = "/tmp/i18nXXXXXX";
+        ASSERT_NE(nullptr, mkdtemp(name));
+        root = name;
+    }
+    void TearDown() override {
+        i18nClose(&handle);
+        std::setlocale(LC_ALL, "C");
+        std::filesystem::remove_all(root);
+    }
+
+    CatalogTree tree(const std::string& language = "en") const { return {root, language}; }
+    int open(const char* language = "en") { return i18nOpen(&handle, root.c_str(), "KORE", language); }
+
+    // The text of a safe lookup, or "<result code>". All forms must agree.
+    std::string text(u32 category, u32 number, const std::vector<const char*>& args = {}) {
+        const char* six[6] = {};
+        std::copy(args.begin(), args.end(), six);
+        char* p = nullptr;
+        s32 size = -1;
+        int rc = i18nGetSafeMsg(&handle, category, number, &p, &size, six[0], six[1], six[2], six[3], six[4],
+                                six[5]);
+        const std::string result = shown(rc, p, size);
+
+        const std::vector<std::string_view> views(args.begin(), args.end());
+        rc = i18nGetSafeMsgViews(&handle, category, number, &p, &size, views.data(), views.size());
+        EXPECT_EQ(result, shown(rc, p, size));
+        char line[4095];
+        size_t len = 1;
+        rc = i18nFormatSafeTo(&handle, category, number, views.data(), views.size(), line, sizeof line, &len);
+        EXPECT_EQ(result,
+                  rc == I18N_SOK ? std::string(line, len) : shown(rc, nullptr, static_cast<s32>(len)));
+        return result;
+    }
+    static std::string shown(int rc, const char* p, s32 size) {
+        if (rc == I18N_SOK) {
+            EXPECT_EQ('\0', p[size - 1]);
+            return std::string(p, static_cast<size_t>(size) - 1);
+        }
+        EXPECT_EQ(nullptr, p);
+        EXPECT_EQ(0, size);
+        return "<" + std::to_string(rc) + ">";
+    }
+
+    std::string root;
+    void* handle = nullptr;
+};

@@ -1,0 +1,75 @@
+#include "i18n/unix/i18n_locale.h"
+
+#include "I18nFixture.h"
+#include "i18n/common/i18n_lang.h"
+
+namespace {
+
+using Locale = I18nTest;
+
+TEST_F(Locale, LanguageAndCodesetComeFromTheEnvironment) {
+    const struct {
+        const char* name;
+        std::vector<std::pair<const char*, const char*>> environment;
+        const char *lang, *codeset;
+    } cases[] = {
+        {"nothing", {}, "en", "UTF-8"},
+        {"locale", {{"LANG", "ja_JP.eucJP"}}, "ja", "eucJP"},
+        {"Latin-1", {{"LANG", "de_DE.ISO-8859-1"}}, "de", "ISO-8859-1"},
+        {"C", {{"LANG", "C"}}, "en", "UTF-8"},
+        {"POSIX has no territory", {{"LANG", "POSIX"}}, "en", "UTF-8"},
+        {"unknown to the system", {{"LANG", "xx_YY.UTF-8"}}, "en", "UTF-8"},
+        {"catalog language", {{"QENI18N_LANG", "de"}, {"LANG", "ja_JP.eucJP"}}, "de", "eucJP"},
+        {"empty catalog language", {{"QENI18N_LANG", ""}, {"LANG", "ja_JP.eucJP"}}, "en", "eucJP"},
+        {"composite", {{"LC_MESSAGES", "de_DE.UTF-8"}, {"LANG", "ja_JP.eucJP"}}, "de", "UTF-8"},
+        {"composite, LANG decides", {{"LC_CTYPE", "de_DE.UTF-8"}, {"LANG", "ja_JP.eucJP"}}, "ja", "eucJP"},
+        {"composite, empty LC_MESSAGES",
+         {{"LC_CTYPE", "ja_JP.eucJP"}, {"LC_MESSAGES", ""}, {"LANG", ""}},
+         "en",
+         "eucJP"},
+        {"composite, only LC_CTYPE", {{"LC_CTYPE", "ja_JP.eucJP"}}, "ja", "eucJP"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        for (const char* name : {"QENI18N_LANG", "LC_CTYPE", "LC_MESSAGES", "LANG"}) unsetenv(name);
+        for (const auto& [name, value] : c.environment) setenv(name, value, 1);
+        if (std::setlocale(LC_ALL, "") == nullptr) std::setlocale(LC_ALL, "C");
+        char lang[32];
+        EXPECT_EQ(0, i18n_determine_lang(lang, sizeof lang));
+        EXPECT_STREQ(c.lang, lang);
+        EXPECT_STREQ(c.codeset, i18nGetSystemCodeset());
+    }
+    unsetenv("LC_CTYPE");
+}
+
+TEST_F(Locale, LongLanguageIsCut) {
+    char lang[4];
+    setenv("QENI18N_LANG", "abcdef", 1);
+    EXPECT_EQ(0, i18n_determine_lang(lang, sizeof lang));
+    EXPECT_STREQ("abc", lang);
+    EXPECT_EQ(-1, i18n_getenv("QENI18N_LANG", lang, 0));
+    EXPECT_EQ(-1, i18n_getenv("QENI18N_LANG", nullptr, 4));
+    EXPECT_EQ(-1, i18n_getenv("QENI18N_NO_SUCH", lang, sizeof lang));
+    EXPECT_STREQ("", lang);
+}
+
+TEST_F(Locale, CatalogsOpenInTheLanguageOfTheEnvironment) {
+    tree("de").catalog("core", 25, CatalogBuilder().text(1, "ja")).write();
+    EXPECT_EQ(I18N_ENOLANG, open("")); // English, which has no directory
+    setenv("QENI18N_LANG", "de", 1);
+    EXPECT_EQ(I18N_SOK, open(""));
+    EXPECT_EQ("ja", text(25, 1));
+}
+
+TEST(LanguageTable, NamesGiveCodes) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"Abkhazian", "ab"},  {"Zulu", "zu"}, {"Hebrew", "iw"},   {"Scots Gaelic", "gd"}, {"Pushto", "ps"},
+        {"english", nullptr}, {"", nullptr},  {"Zulus", nullptr}, {"A", nullptr},
+    };
+    for (const auto& [name, code] : cases) EXPECT_STREQ(code, i18n_lang_get_abrev(name)) << name;
+    EXPECT_EQ(nullptr, i18n_lang_get_abrev(nullptr));
+    for (size_t i = 1; i < I18N_LANG_COUNT; ++i)
+        EXPECT_LT(strcmp(lang_table[i - 1].name, lang_table[i].name), 0);
+}
+
+} // namespace

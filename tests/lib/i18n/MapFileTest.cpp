@@ -1,0 +1,147 @@
+#include "i18n/common/bmcmap.h"
+
+#include <sys/stat.h>
+
+#include "I18nFixture.h"
+
+namespace {
+
+struct stream {
+    explicit stream(std::string contents)
+        : text(std::move(contents)), fp(fmemopen(text.data(), text.size(), "rb")) {}
+    ~stream() { fclose(fp); }
+    std::string text;
+    FILE* fp;
+};
+
+TEST(MapEntry, IsReadFromItsLines) {
+    const std::string a507(507, 'a');
+    const struct {
+        const char* name;
+        std::string text;
+        const char* expect; // "name|value", or "<result code>"
+    } cases[] = {
+        {"equals sign", "n=v\n", "n|v"},
+        {"colon", "n:v\n", "n|v"},
+        {"blanks beside the separator stay", " \tn = v \r\n", "n | v"},
+        {"second separator ends the value", "n=v:w\n", "n|v"},
+        {"two separators: empty value", "n==v\n", "n|"},
+        {"leading separators are skipped", "=:n=v\n", "n|v"},
+        {"no separator", "n\n", "n|"},
+        {"only separators", "=:\n", "|"},
+        {"comments and blank lines", "# c=d\n \t\r\n  !x\n\nn=v\n", "n|v"},
+        {"continued twice", "n=a\\\nb\\\nc\n", "n|ab c"},
+        {"continuation is not split", "n=a=b\\\n c:d=e \n", "n|ac:d=e"},
+        {"comment inside a continuation", "n=a\\\n# no\n\nb\n", "n|ab"},
+        {"name continues as value", "n\\\nb\n", "n|b"},
+        {"only a backslash", "\\\nv\n", "|v"},
+        {"last line without newline", "n=v", "<12>"},
+        {"continued into the end", "n=v\\\n", "<12>"},
+        {"empty file", " ", "<12>"},
+        {"NUL byte", std::string("n=\0v\n", 5), "<6>"},
+        {"511 bytes are one line", "n=x\\\n" + std::string(511, 'y') + "\n", nullptr},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const stream in(c.text);
+        std::string name, value;
+        const int rc = get_next_entry(in.fp, &name, &value);
+        const std::string got = rc == I18N_SOK ? name + "|" + value : "<" + std::to_string(rc) + ">";
+        EXPECT_EQ(c.expect ? std::string(c.expect) : "n|x" + std::string(511, 'y'), got);
+    }
+}
+
+TEST(MapEntry, LongLinesAreSeveralLines) {
+    const stream in("n=" + std::string(509, 'v') + "m=w\n"); // 511 bytes, then the rest as a line of its own
+    std::string name, value;
+    ASSERT_EQ(I18N_SOK, get_next_entry(in.fp, &name, &value));
+    EXPECT_EQ(std::string(509, 'v'), value);
+    ASSERT_EQ(I18N_SOK, get_next_entry(in.fp, &name, &value));
+    EXPECT_EQ("m|w", name + "|" + value);
+    const stream cut(std::string(511, 'n')); // nothing follows the piece
+    EXPECT_EQ(I18N_EEOF, get_next_entry(cut.fp, &name, &value));
+}
+
+TEST(MapEntry, ValueMayHave4095Bytes) {
+    for (const size_t last : {14u, 15u, 16u}) { // 8 * 510 + 15 == 4095
+        std::string text = "n=\\\n";
+        for (int i = 0; i < 8; ++i) text += std::string(509, 'v') + "\\\n";
+        const stream in(text + std::string(last, 'w') + "\n");
+        std::string name, value;
+        const int rc = get_next_entry(in.fp, &name, &value);
+        EXPECT_EQ(last <= 15 ? I18N_SOK : I18N_EBMC, rc) << last;
+        EXPECT_TRUE(rc != I18N_SOK || value.size() == 8 * 510 + last) << value.size();
+    }
+    EXPECT_EQ(I18N_EBMC, get_next_entry(nullptr, nullptr, nullptr));
+}
+
+using MapFile = I18nTest;
+
+TEST_F(MapFile, GivesTheCatalogsInItsOrder) {
+    std::string map = tree().catalog("core", 25, {}, 1, 900).catalog("sev", 65534, {}, 0, 4).map();
+    const stream in(map + "\nwhatever follows = is not read");
+    bmc_table table;
+    ASSERT_EQ(I18N_SOK, bmcmap_read(in.fp, "/dir/", "EN", "kore", &table));
+    ASSERT_EQ(2u, table.size());
+    EXPECT_EQ("/dir/core.bmc", table[0]._pathp);
+    EXPECT_EQ("1.0", table[0]._versionp);
+    EXPECT_EQ(65534u, table[1]._category);
+    EXPECT_EQ(4u, table[1]._msg_id_max);
+    EXPECT_EQ(-1, table[1]._mru_ndx);
+}
+
+TEST_F(MapFile, WrongContentsAreRefused) {
+    const std::string head = "language=en\nKORE=a\n", group = "a.v=1\na.c=7\na.l=1\na.h=2\n";
+    const struct {
+        const char* name;
+        std::string map;
+        int expect;
+    } cases[] = {
+        {"good", head + group, I18N_SOK},
+        {"upper case, colons, signs and blanks in numbers", "LANGUAGE:EN\nkore:a\na:1\n1:7x\n2: +1\n3:2\n",
+         I18N_SOK},
+        {"empty", "\n", I18N_EBMC},
+        {"blanks around the first separator", "language = en\nKORE=a\n" + group, I18N_EBMC},
+        {"first entry is another", "lang=en\nKORE=a\n" + group, I18N_EBMC},
+        {"other language", "language=de\nKORE=a\n" + group, I18N_ELANGMISMATCH},
+        {"other module", "language=en\nOTHER=a\n" + group, I18N_EBMC},
+        {"no catalogs", "language=en\nKORE=  \n" + group, I18N_EBMC},
+        {"fewer groups than names", "language=en\nKORE=a  b\n" + group, I18N_EBMC},
+        {"empty version", head + "a.v=\na.c=7\na.l=1\na.h=2\n", I18N_EBMC},
+        {"empty category", head + "a.v=1\na.c=\na.l=1\na.h=2\n", I18N_EBMC},
+        {"empty highest number", head + "a.v=1\na.c=7\na.l=1\na.h\n", I18N_EBMC},
+        {"no final newline", head + "a.v=1\na.c=7\na.l=1\na.h=2", I18N_EBMC},
+        {"no base name", head + ".v=1\na.c=7\na.l=1\na.h=2\n", I18N_EBMC},
+        {"base name leaves the directory", head + "../en/a.v=1\na.c=7\na.l=1\na.h=2\n", I18N_EBMC},
+        {"slash in the base name", head + "x/a.v=1\na.c=7\na.l=1\na.h=2\n", I18N_EBMC},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        tree().write(c.map);
+        EXPECT_EQ(c.expect, open());
+        EXPECT_EQ(c.expect == I18N_SOK, handle != nullptr);
+        i18nClose(&handle);
+    }
+}
+
+TEST_F(MapFile, MissingPlacesHaveTheirCodes) {
+    const std::string before = root + "/file";
+    std::ofstream(before) << "x";
+    EXPECT_EQ(I18N_EINVAL, i18nOpen(&handle, nullptr, "KORE", "en"));
+    EXPECT_EQ(I18N_ENODIR, i18nOpen(&handle, "/nonexistent", "KORE", "en"));
+    EXPECT_EQ(I18N_ENODIR, i18nOpen(&handle, before.c_str(), "KORE", "en")); // a file
+    EXPECT_EQ(I18N_ENODIR, open());                                          // no "messages"
+    tree().catalog("core", 25, {}).write();
+    EXPECT_EQ(I18N_ENOLANG, open("fr"));
+    for (const char* lang : {".", "..", "en/", "../messages/en", "/"})
+        EXPECT_EQ(I18N_ENOLANG, open(lang)) << lang;
+    EXPECT_EQ(I18N_EBMC, i18nOpen(&handle, root.c_str(), "OTHER", "en"));
+    EXPECT_EQ(I18N_EBMC, i18nOpen(&handle, root.c_str(), nullptr, "en"));
+    const std::string map = tree().map_path();
+    std::filesystem::remove(map);
+    ASSERT_EQ(0, mkfifo(map.c_str(), 0600)); // must not wait for a writer
+    EXPECT_EQ(I18N_EBMC, open());
+    EXPECT_EQ(nullptr, handle);
+}
+
+} // namespace
