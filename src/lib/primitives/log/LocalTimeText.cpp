@@ -1,6 +1,5 @@
 #include "primitives/log/LocalTimeText.h"
 
-#include <clocale>
 #include <cstring>
 
 namespace {
@@ -27,19 +26,15 @@ bool is_unbroken(const struct tm& first, const struct tm& last) {
 
 } // namespace
 
-bool LocalTimeText::_same_locale() const {
-    return _locale == setlocale(LC_TIME, nullptr);
-}
-
-std::string_view LocalTimeText::_at(time_t t) {
-    if (_kind != NOTHING && !_same_locale()) forget();
+std::string_view LocalTimeText::_at(time_t t, const char* locale) {
+    if (locale != _locale) forget();
     const uint64_t into_hour = static_cast<uint64_t>(t) - static_cast<uint64_t>(_hour);
     if (_kind == SINGLE && into_hour < HOUR && !_tried) { // the second text of this hour: worth a look
         _tried = true;
         if (_find_places()) _kind = PATCHABLE;
     }
     if (_kind != PATCHABLE || into_hour >= HOUR) {
-        _format_anew(t);
+        _format_anew(t, locale);
         return text();
     }
     put_two_digits(_text.data() + _minute_at, static_cast<int>(into_hour / 60));
@@ -48,7 +43,7 @@ std::string_view LocalTimeText::_at(time_t t) {
     return text();
 }
 
-void LocalTimeText::_format_anew(time_t t) {
+void LocalTimeText::_format_anew(time_t t, const char* locale) {
     const bool same_hour = _kind != NOTHING && static_cast<uint64_t>(t) - static_cast<uint64_t>(_hour) < HOUR;
     struct tm local;
     if (localtime_r(&t, &local) == nullptr) { // a year beyond int
@@ -61,7 +56,7 @@ void LocalTimeText::_format_anew(time_t t) {
     _hour = t - (local.tm_min * 60 + local.tm_sec);
     if (!same_hour) _tried = false;
     _kind = SINGLE;
-    _locale = setlocale(LC_TIME, nullptr);
+    _locale = locale;
 }
 
 // Looks for the digits of minute and second and, when they are as they should be, leaves a text of the hour

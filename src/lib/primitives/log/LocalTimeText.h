@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <ctime>
-#include <string>
+#include <langinfo.h>
 #include <string_view>
 
 // Formatting a time costs some hundred nanoseconds, copying one a few. Within one hour of local time only
@@ -23,14 +23,15 @@ public:
 
     // The local time t as text, valid until the next call; empty when it does not fit SIZE.
     std::string_view at(time_t t) {
-        if (t == _time && _kind != NOTHING && _same_locale()) return text();
-        return _at(t);
+        const char* locale = _locale_now();
+        if (t == _time && _kind != NOTHING && locale == _locale) return text();
+        return _at(t, locale);
     }
 
     // Starts over: the next text is made with the time zone of that moment.
     void forget() {
         _kind = NOTHING;
-        _proven_for.clear();
+        _proven_for = nullptr;
     }
 
 private:
@@ -40,9 +41,10 @@ private:
         PATCHABLE // as SINGLE, and any second of the hour can be made from _text
     };
     std::string_view text() const { return {_text.data(), _len}; }
-    bool _same_locale() const;
-    std::string_view _at(time_t t);
-    void _format_anew(time_t t);
+    // Each locale has its own copy of this word, so its place tells locales apart, and asking costs nothing.
+    static const char* _locale_now() { return nl_langinfo(D_T_FMT); }
+    std::string_view _at(time_t t, const char* locale);
+    void _format_anew(time_t t, const char* locale);
     bool _find_places();
     bool _locate(const char* start, const char* probe, size_t len);
     bool _digits_are_in_place(struct tm of_hour, const char* start, size_t len) const;
@@ -54,8 +56,8 @@ private:
     time_t _hour = 0;      // first second of the hour of _time
     size_t _minute_at = 0; // places of the digits in _text; valid in PATCHABLE
     size_t _second_at = 0;
-    std::string _locale;     // LC_TIME of _text
-    std::string _proven_for; // LC_TIME for which all digits were tried
+    const char* _locale = nullptr;     // of _text, see _locale_now
+    const char* _proven_for = nullptr; // locale for which all digits were tried, or null
     size_t _len = 0;
     std::array<char, SIZE> _text;
 };

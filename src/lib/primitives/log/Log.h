@@ -12,6 +12,7 @@
 #include "primitives/ldf/LdfWriter.h"
 #include "primitives/log/ILog.h"
 #include "primitives/log/LocalTimeText.h"
+#include "primitives/log/RecordHeads.h"
 #include "primitives/memory/Pooled.h"
 #include "primitives/utils/QENVaList.h"
 
@@ -305,6 +306,7 @@ private:
     // LogDisplay.cpp
     void _display_line(int sev, time_t time_stamp, uint32_t msgcat_id, const std::string_view* argv,
                        size_t argc);
+    void _put_new_head(int sev, uint32_t msgcat_id, LineBuffer& line);
     void _display_delimited(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,
                             const std::string_view* argv, size_t argc);
     bool _catalog_text(uint32_t msgcat_id, const std::string_view* argv, size_t argc, char* out, size_t cap,
@@ -355,10 +357,13 @@ private:
     bool _ldf_enabled = false;
     bool _cache_enabled = false;
 
-    LocalTimeText _stamp{"%Y-%m-%d %H:%M:%S "};      // of written lines
+    LocalTimeText _stamp{"%Y-%m-%d %H:%M:%S "}; // of written lines
+    RecordHeads _heads;                         // of displayed records, made under _heads_identity
+    unsigned _heads_identity = 0;
     LocalTimeText _shown{"%c"};                      // of displayed records
     std::array<std::string, SEV_APP_END> _sev_words; // in the log's language, "" until asked for
 
+    static unsigned _identity; // changes with the two that follow
     static const char* _mnemp; // owned by init unless it is the default
     static int _mnem_len;
     static const char* _origIDp; // likewise

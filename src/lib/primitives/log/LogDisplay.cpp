@@ -2,6 +2,7 @@
 // language of the log, with the arguments of the record put in.
 #include <array>
 #include <cstdio>
+#include <string>
 #include <vector>
 
 #include "i18n/common/i18n.h"
@@ -62,19 +63,18 @@ void Log::display_ldf_record(int sev, int obj_tag, time_t time_stamp, uint32_t m
     _active = 0;
 }
 
-// Local time, mnemonic, severity word, identifier, text.
+// Local time, head, text.
 void Log::_display_line(int sev, time_t time_stamp, uint32_t msgcat_id, const std::string_view* argv,
                         size_t argc) {
     LineBuffer line(_fp);
     const std::string_view time = _shown.at(time_stamp);
     line.append(time);
-    line.append(' ');
-    line.append(_mnemonic());
-    line.append(' ');
-    line.append(_sev_word(sev));
-    line.append(' ');
-    line.advance(put_umi(line.room(LOG_TEXT_SIZE), LOG_TEXT_SIZE, _originator(), catalog_of(msgcat_id),
-                         number_of(msgcat_id)));
+    if (_heads_identity != _identity) _forget_texts();
+    const std::string_view head = _heads.find(msgcat_id, sev);
+    if (!head.empty())
+        line.append(head);
+    else
+        _put_new_head(sev, msgcat_id, line);
     // A record without message number carries its text in its arguments. They are cut as if they stood
     // behind the time in one buffer.
     if (number_of(msgcat_id) == 0 && argc > 0 && argv[0].data() != nullptr)
@@ -83,6 +83,17 @@ void Log::_display_line(int sev, time_t time_stamp, uint32_t msgcat_id, const st
         _put_unknown(msgcat_id, argv, argc, line);
     line.append('\n');
     (void)line.send(); // nobody to tell
+}
+
+// Mnemonic, severity word and identifier, with the blanks around them.
+void Log::_put_new_head(int sev, uint32_t msgcat_id, LineBuffer& line) {
+    char umi[LOG_TEXT_SIZE];
+    const size_t umi_size =
+        put_umi(umi, sizeof umi, _originator(), catalog_of(msgcat_id), number_of(msgcat_id));
+    std::string head(" ");
+    head.append(_mnemonic()).append(" ").append(_sev_word(sev)).append(" ").append(umi, umi_size);
+    _heads.keep(msgcat_id, sev, head);
+    line.append(head);
 }
 
 void Log::_display_delimited(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,

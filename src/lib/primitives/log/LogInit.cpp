@@ -9,6 +9,7 @@ ILog* _unified_log_function__ = nullptr;
 ILog* _unified_logerr_function__ = nullptr;
 
 std::atomic<bool> Log::_verify_mode{false};
+unsigned Log::_identity = 0;
 const char* Log::_mnemp = LOG_DEFAULT_MNEMONIC;
 int Log::_mnem_len = sizeof LOG_DEFAULT_MNEMONIC - 1;
 const char* Log::_origIDp = LOG_DEFAULT_ORIGINATOR;
@@ -26,6 +27,7 @@ char* copy_of(const char* s) {
 
 // Null stands for the default, which is never freed.
 void Log::_set_identity(const char* mnemp, const char* origIDp) {
+    ++_identity;
     const char* old_mnemp = _mnemp;
     const char* old_origIDp = _origIDp;
     _mnemp = mnemp != nullptr ? copy_of(mnemp) : LOG_DEFAULT_MNEMONIC;

@@ -14,8 +14,10 @@ constexpr std::string_view CUT_MARK = "...";
 constexpr std::string_view UNKNOWN_HEAD = "Could not find message ";
 constexpr std::string_view UNKNOWN_LABELS[] = {
     "arg1 = ", ", arg2 = ", ", arg3 = ", ", arg4 = ", ", arg5 = ", ", arg6 = "};
-constexpr ptrdiff_t LABEL_SHARE = 12; // longest label and CUT_MARK
-constexpr ptrdiff_t BLANK_SHARE = 4;  // blank and CUT_MARK
+constexpr ptrdiff_t LABEL_SHARE = 12;                        // longest label and CUT_MARK
+constexpr size_t DIGITS_MAX = 10;                            // of an unsigned
+constexpr size_t UMI_NUMBERS_MAX = 2 * (1 + DIGITS_MAX) + 1; // two numbers, a dash before each, and a blank
+constexpr ptrdiff_t BLANK_SHARE = 4;                         // blank and CUT_MARK
 
 // Appends to a stretch of memory and stops at its end.
 class BoundedText {
@@ -25,11 +27,6 @@ public:
         const size_t n = std::min(piece.size(), _room - _len);
         if (n > 0) memcpy(_out + _len, piece.data(), n);
         _len += n;
-    }
-    void put_number(int number) {
-        char digits[16];
-        const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-        put({digits, static_cast<size_t>(end - digits)});
     }
     void put_cut(std::string_view piece, size_t share) {
         put(piece.substr(0, share));
@@ -55,12 +52,6 @@ size_t share_of(size_t size, ptrdiff_t reserved, size_t count) {
 }
 
 } // namespace
-
-ArgViews leading_args(ArgViews args) {
-    const auto end =
-        std::find_if(args.begin(), args.end(), [](std::string_view arg) { return arg.data() == nullptr; });
-    return args.first(static_cast<size_t>(end - args.begin()));
-}
 
 size_t put_arguments(char* out, size_t used, size_t size, ArgViews args) {
     if (used >= size) return 0;
@@ -105,16 +96,25 @@ size_t put_unknown_message(char* out, size_t size, std::string_view umi, ArgView
 }
 
 size_t put_umi(char* out, size_t size, std::string_view originator, unsigned cat, unsigned id) {
+    char numbers[UMI_NUMBERS_MAX];
+    const bool in_place = originator.size() + UMI_NUMBERS_MAX < size;
+    char* const start = in_place ? out + originator.size() : numbers;
+    char* end = start;
+    *end++ = '-';
+    if (cat != ULOG_CAT_NONE) {
+        end = std::to_chars(end, end + DIGITS_MAX, cat).ptr;
+        *end++ = '-';
+    }
+    end = std::to_chars(end, end + DIGITS_MAX, id).ptr;
+    *end++ = ' ';
+    if (in_place) {
+        memcpy(out, originator.data(), originator.size());
+        return static_cast<size_t>(end - out);
+    }
     if (size == 0) return 0;
     BoundedText text(out, size - 1);
     text.put(originator);
-    text.put("-");
-    if (cat != ULOG_CAT_NONE) {
-        text.put_number(static_cast<int>(cat));
-        text.put("-");
-    }
-    text.put_number(static_cast<int>(id));
-    text.put(" ");
+    text.put({start, static_cast<size_t>(end - start)});
     return text.size();
 }
 

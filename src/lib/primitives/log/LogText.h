@@ -13,7 +13,11 @@ class MsgStruct;
 using ArgViews = std::span<const std::string_view>;
 
 // The arguments before the first one with null data.
-ArgViews leading_args(ArgViews args);
+inline ArgViews leading_args(ArgViews args) {
+    size_t n = 0;
+    while (n < args.size() && args[n].data() != nullptr) ++n;
+    return args.first(n);
+}
 
 // Writes the arguments up to the first null one, a blank before each, to `out` as they would continue a text
 // of `used` bytes in a buffer of `size`, its NUL included; `out` is the place behind that text. Too long

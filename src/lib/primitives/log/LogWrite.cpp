@@ -6,7 +6,6 @@
 #include <memory>
 #include <string>
 
-#include "i18n/common/i18n.h"
 #include "platform/unix/QENPlatform.h"
 #include "primitives/log/LineBuffer.h"
 #include "primitives/log/Log.h"
@@ -160,13 +159,8 @@ void Log::_put_head(const LogMessage& m, LineBuffer& line) {
 bool Log::_put_localized(const LogMessage& m, LineBuffer& line) {
     if (!_on_terminal_stream() || m.is_debug || m.number() == 0) return false;
     std::array<std::string_view, ULOG_MAX_ARGS> args;
-    size_t count, len;
-    if (!collect_args(m.structp, args, count)) return false;
-    if (!_catalog_text(m.msgcat_id, args.data(), count, line.room(I18N_CONV_BUFFSIZE), I18N_CONV_BUFFSIZE,
-                       &len))
-        return false;
-    line.advance(len);
-    return true;
+    size_t count;
+    return collect_args(m.structp, args, count) && _put_catalog_text(m.msgcat_id, args.data(), count, line);
 }
 
 void Log::_put_source(const LogMessage& m, LineBuffer& line) {

@@ -14,6 +14,7 @@
 
 #include "primitives/log/Log.h"
 #include "primitives/message/MsgStruct.h"
+#include "support/CatalogBuilder.h"
 
 // Priority and text of each call of the system log, which SyslogCapture.cpp replaces.
 struct SyslogLine {
@@ -57,18 +58,13 @@ protected:
     // Writes the catalogs of the module for a language: texts by category and number.
     using Texts = std::map<unsigned, std::map<unsigned, std::string>>;
     void write_catalogs(const std::string& language, const Texts& texts) const {
-        const std::string dir = root + "/messages/" + language + "/";
-        std::filesystem::create_directories(dir);
-        std::string names, groups;
+        CatalogTree tree(root, language);
         for (const auto& [category, messages] : texts) {
-            const std::string base = "C" + std::to_string(category);
-            names += (names.empty() ? "" : " ") + base;
-            groups += base + ".version=1\n" + base + ".category=" + std::to_string(category) +
-                      "\nmin=" + std::to_string(messages.begin()->first) +
-                      "\nmax=" + std::to_string(messages.rbegin()->first) + "\n";
-            std::ofstream(dir + base + ".bmc", std::ios::binary) << catalog_bytes(messages);
+            CatalogBuilder catalog;
+            for (const auto& [number, text] : messages) catalog.text(number, text);
+            tree.catalog("C" + std::to_string(category), category, catalog);
         }
-        std::ofstream(dir + "KORE.bmcmap") << "language=" << language << "\nKORE=" << names << "\n" << groups;
+        tree.write();
     }
 
     // A message with a text and arguments, of the given type; -1: no identifier.
@@ -83,23 +79,4 @@ protected:
     }
 
     std::string root;
-
-private:
-    // One range for each message.
-    static std::string catalog_bytes(const std::map<unsigned, std::string>& messages) {
-        const auto n = static_cast<unsigned>(messages.size());
-        std::string header = be32(0x4795) + std::string(28, '\0') + be32(n) + be32(n) + std::string(8, '\0') +
-                             be32(64) + be32(0) + be32(0) + std::string(4, '\0');
-        std::string ranges, slots, records;
-        for (const auto& [number, text] : messages) {
-            ranges += be32(number) + be32(number) + be32(64 + 12 * n + static_cast<unsigned>(slots.size()));
-            slots += be32(64 + 16 * n + static_cast<unsigned>(records.size()));
-            records += be32(static_cast<unsigned>(text.size() + 1)) + text + '\0';
-        }
-        return header + ranges + slots + records;
-    }
-    static std::string be32(unsigned v) {
-        return {static_cast<char>(v >> 24), static_cast<char>(v >> 16), static_cast<char>(v >> 8),
-                static_cast<char>(v)};
-    }
 };
