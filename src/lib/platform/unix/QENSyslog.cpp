@@ -6,7 +6,7 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
+#include <string>
 #include <syslog.h>
 
 namespace {
@@ -30,13 +30,22 @@ bool is_serious(int logical_sev) {
 
 } // namespace
 
-// openlog() keeps the pointer that it is given, for as long as anybody may write; hence a copy, which is
-// never freed. The last one stays reachable for leak checkers.
+// openlog() keeps the pointer that it is given for as long as anybody may write, so every identity is kept,
+// in a list that leak checkers can follow. Programs set one or two.
 void QENInitEventLog(const char* module) {
-    static std::atomic<const char*> identity{nullptr};
-    const char* copy = module != nullptr ? strdup(module) : nullptr;
-    openlog(copy, LOG_PID | LOG_CONS, LOG_DAEMON);
-    identity.store(copy, std::memory_order_relaxed);
+    struct Identity {
+        std::string name;
+        Identity* older;
+    };
+    static std::atomic<Identity*> newest{nullptr};
+    const char* name = nullptr;
+    if (module != nullptr) {
+        auto* identity = new Identity{module, newest.load(std::memory_order_relaxed)};
+        while (!newest.compare_exchange_weak(identity->older, identity, std::memory_order_release)) {
+        }
+        name = identity->name.c_str();
+    }
+    openlog(name, LOG_PID | LOG_CONS, LOG_DAEMON);
 }
 
 void QENSyslog(int sev, const char* format, ...) {

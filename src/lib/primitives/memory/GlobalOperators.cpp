@@ -7,6 +7,9 @@
 // impose its allocator on the program that loads it nor keep a hidden one without the same split: it is built
 // with QEN_NO_GLOBAL_OPERATORS, and its classes reach taq_mem through their own operators (Pooled.h).
 //
+// The sanitizers bring operators of their own, which also check that new meets delete and new[] delete[]; a
+// program that is built with one keeps those.
+//
 // The over-aligned forms stay with the C++ library, which allocates and frees them by itself.
 #ifndef QEN_NO_GLOBAL_OPERATORS
 

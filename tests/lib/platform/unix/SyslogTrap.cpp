@@ -4,6 +4,7 @@
 #include <cstdio>
 
 std::vector<SyslogLine> syslog_lines;
+bool syslog_echo = false;
 const char* openlog_identity = nullptr;
 int openlog_options = 0, openlog_facility = 0;
 
@@ -20,4 +21,5 @@ extern "C" void syslog(int priority, const char* format, ...) {
     std::vsnprintf(text, sizeof text, format, args);
     va_end(args);
     syslog_lines.push_back({priority, text});
+    if (syslog_echo) std::fprintf(stderr, "[%d %s]", priority, text);
 }

@@ -10,5 +10,6 @@ struct SyslogLine {
 };
 
 extern std::vector<SyslogLine> syslog_lines;
+extern bool syslog_echo; // show each line on standard error as "[priority text]"
 extern const char* openlog_identity;
 extern int openlog_options, openlog_facility;

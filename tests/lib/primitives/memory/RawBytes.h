@@ -1,17 +1,12 @@
-// Looks at memory that the address sanitizer forbids: guards and freed payloads.
+// Looks at memory that the sanitizers forbid: guards and freed payloads.
 #pragma once
 
 #include <cstddef>
 #include <string>
 
-#if defined(__clang__)
-#define RAW_ACCESS __attribute__((no_sanitize("address"), noinline))
-#else
-#define RAW_ACCESS __attribute__((no_sanitize_address, noinline))
-#endif
-
 // Byte by byte and volatile, so that no checked memcpy() takes the place of the loop.
-RAW_ACCESS inline void raw_copy(volatile char* to, const volatile char* from, size_t n) {
+__attribute__((no_sanitize_address, no_sanitize_thread, noinline)) inline void
+raw_copy(volatile char* to, const volatile char* from, size_t n) {
     for (size_t i = 0; i < n; ++i) to[i] = from[i];
 }
 
@@ -22,14 +17,16 @@ inline std::string raw_bytes(const void* p, size_t n) {
     return {bytes, n};
 }
 
-#if defined(__SANITIZE_ADDRESS__)
-inline constexpr bool ADDRESS_SANITIZER = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
+#if !defined(__has_feature)
+#define __has_feature(feature) 0
+#endif
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
 inline constexpr bool ADDRESS_SANITIZER = true;
 #else
 inline constexpr bool ADDRESS_SANITIZER = false;
 #endif
+#if defined(__SANITIZE_THREAD__) || __has_feature(thread_sanitizer)
+inline constexpr bool THREAD_SANITIZER = true;
 #else
-inline constexpr bool ADDRESS_SANITIZER = false;
+inline constexpr bool THREAD_SANITIZER = false;
 #endif

@@ -1,5 +1,7 @@
 #include "primitives/strings/QENString.h"
 
+#include <algorithm>
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -7,6 +9,16 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+// The sanitizers' malloc() ends the process at a size that it takes for a mistake, unless told to give null.
+extern "C" const char* __asan_default_options();
+extern "C" const char* __asan_default_options() {
+    return "allocator_may_return_null=1";
+}
+extern "C" const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options() {
+    return "allocator_may_return_null=1";
+}
 
 namespace {
 
@@ -87,7 +99,7 @@ TEST(QENStringDeathTest, MallocFailureIsReportedWithItsPosition) {
     EXPECT_NE(nullptr, p);
     EXPECT_EXIT((void)qenmalloc(PTRDIFF_MAX, "x.cpp", 77), testing::KilledBySignal(SIGABRT),
                 "malloc\\(\\) FAILED at file x.cpp, line 77, memory could not be allocated. "
-                "QEN engine dumping core deliberately!$");
+                "QEN engine dumping core deliberately!");
 }
 
 TEST(QENString, TokensIncludeEmptyOnes) {
