@@ -1,0 +1,78 @@
+// Arbitrary texts and arguments, separated by NULs in the input: the formatter against a plain one that
+// builds strings, and every bound respected.
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "i18n/common/i18n.h"
+#include "i18n/common/i18n_format.h"
+
+namespace {
+
+void require(bool ok) {
+    if (!ok) abort();
+}
+
+std::string argument(const std::vector<std::string>& args, size_t ndx) {
+    return ndx < args.size() ? args[ndx] : "???";
+}
+
+// The plain formatter: one look at each character.
+std::string format_plainly(const std::string& text, const std::vector<std::string>& args) {
+    std::string out;
+    size_t sequential = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const std::string at = text.substr(i, 4);
+        if (at.substr(0, 2) == "%%") {
+            out += '%';
+            i += 1;
+        } else if (at.substr(0, 2) == "%s") {
+            out += argument(args, sequential++);
+            i += 1;
+        } else if (at.size() == 4 && at[0] == '%' && at[1] >= '1' && at[1] <= '9' && at.substr(2) == "$s") {
+            out += argument(args, static_cast<size_t>(at[1] - '1'));
+            i += 3;
+        } else {
+            out += text[i];
+        }
+    }
+    return out;
+}
+
+void require_prefix(const i18n_formatted& done, const char* dst, size_t room, const std::string& whole) {
+    require(done._size == std::min(room, whole.size()));
+    require(done._cut == (whole.size() > room));
+    require(std::string_view(dst, done._size) == std::string_view(whole).substr(0, room));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size == 0) return 0;
+    std::vector<std::string> args;
+    for (size_t i = 1; i <= size; ++i) {
+        if (i == 1 || data[i - 1] == '\0') args.emplace_back();
+        if (i < size && data[i] != '\0') args.back() += static_cast<char>(data[i]);
+    }
+    const std::string text = args.front();
+    args.erase(args.begin());
+    args.resize(std::min(args.size(), I18N_MAX_ARGS));
+    const std::vector<std::string_view> views(args.begin(), args.end());
+
+    const std::string whole = format_plainly(text, args);
+    std::vector<i18n_piece> pieces;
+    i18n_piece piece;
+    for (i18n_scanner scanner(text); scanner.next(&piece);) pieces.push_back(piece);
+    require(pieces.size() <= text.size() && i18n_count_string_specifiers(text) <= text.size() / 2);
+
+    for (const size_t room : {whole.size(), size_t{data[0]}}) {
+        std::vector<char> dst(room); // of exactly this size, for the address sanitizer
+        require_prefix(i18n_format(text, views.data(), views.size(), dst.data(), room), dst.data(), room,
+                       whole);
+        require_prefix(i18n_format(text.data(), pieces.data(), pieces.size(), views.data(), views.size(),
+                                   dst.data(), room),
+                       dst.data(), room, whole);
+    }
+    return 0;
+}
