@@ -17,10 +17,11 @@ namespace {
 constexpr size_t TEXT_SIZE = 4096; // of one argument, NUL included
 constexpr size_t TEXT_MAX = TEXT_SIZE - 1;
 
-// Larger widths and precisions are cut to these. No number shown with them differs in its first TEXT_MAX
-// bytes: digits end before the precision does, and padding fills the text before the width does.
-constexpr int PRECISION_LIMIT = 2 * static_cast<int>(TEXT_SIZE);
-constexpr int WIDTH_LIMIT = 8 * static_cast<int>(TEXT_SIZE);
+// Larger widths and precisions are cut to these, far below where the C library gives up and no text comes
+// out. The first TEXT_MAX bytes stay the same up to the precision's limit: digits end before the precision
+// does, and padding fills the text before the width does.
+constexpr int PRECISION_LIMIT = 1 << 20;
+constexpr int WIDTH_LIMIT = 1 << 22;
 constexpr int NO_PRECISION = -1;
 
 constexpr char FLAGS[] = " #+-0";

@@ -21,7 +21,7 @@ namespace {
 // behind one are comments. Names compare ignoring case, the first line of a name counts.
 constexpr char CONF_FILE[] = "/taq.conf";
 constexpr char LOCAL_NAME[] = "LOCAL_NAME";
-constexpr size_t LINE_SIZE = 4096; // newline and NUL included; a longer line is no entry beyond its cut
+constexpr size_t LINE_MAX_BYTES = 4095; // a longer line is no entry beyond its cut
 constexpr size_t PATH_SIZE = 4096;
 constexpr size_t NAME_SIZE = 64; // of the name in the environment
 constexpr size_t NODE_SIZE = 256;
@@ -58,11 +58,14 @@ File open_configuration() {
     return File(fp);
 }
 
-// Reads the next line, cut at LINE_SIZE - 1 bytes; the rest of a longer one is passed over.
-bool read_line(std::FILE* fp, char (&line)[LINE_SIZE]) {
-    if (std::fgets(line, sizeof line, fp) == nullptr) return false;
-    if (std::strchr(line, '\n') != nullptr) return true;
-    for (int c = std::getc(fp); c != EOF && c != '\n';) c = std::getc(fp);
+// Reads the next line, cut at LINE_MAX_BYTES; the rest of a longer one is passed over. By bytes, because a
+// NUL in a line must not hide where it ends.
+bool read_line(std::FILE* fp, std::string& line) {
+    line.clear();
+    int c = getc_unlocked(fp);
+    if (c == EOF) return false;
+    for (; c != EOF && c != '\n'; c = getc_unlocked(fp))
+        if (line.size() < LINE_MAX_BYTES) line.push_back(static_cast<char>(c));
     return true;
 }
 
@@ -79,7 +82,7 @@ std::string_view value_of(std::string_view line, std::string_view name) {
 // The first word of the entry LOCAL_NAME; null when there is none.
 char* configured_name() {
     const File fp = open_configuration();
-    char line[LINE_SIZE];
+    std::string line;
     while (fp != nullptr && read_line(fp.get(), line)) {
         const std::string_view value = value_of(line, LOCAL_NAME);
         if (value.data() == nullptr) continue;

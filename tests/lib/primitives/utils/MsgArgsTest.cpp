@@ -98,8 +98,12 @@ TEST(MsgArgs, LongTextsAreCut) {
     // Widths and precisions around and far beyond the buffer, numbers no int can hold among them.
     for (const char* f : {"%4095s", "%4096s", "%-4096s", "%5100s", "%-5100s", "%9000s", "%4097.9s"})
         EXPECT_THAT(encode(f, text.c_str()), ElementsAre(printed(f, text.c_str()))) << f;
-    for (const char* f : {"%4096d", "%-4096d", "%04096d", "%.4096d", "%9000.4096d", "%20000.8200d"})
+    for (const char* f :
+         {"%4096d", "%-4096d", "%04096d", "%.4096d", "%9000.4096d", "%20000.8200d", "%8300.8200d"})
         EXPECT_THAT(encode(f, -7), ElementsAre(printed(f, -7))) << f;
+    const std::string huge(40000, 'y');
+    for (const char* f : {"%9000.8500s", "%33000s", "%40500s", "%-50000.45000s"})
+        EXPECT_THAT(encode(f, huge.c_str()), ElementsAre(printed(f, huge.c_str()))) << f;
     for (const char* f : {"%.5000f", "%f", "%5000.2f", "%.5000e"})
         EXPECT_THAT(encode(f, -DBL_MAX), ElementsAre(printed(f, -DBL_MAX))) << f;
     EXPECT_THAT(encode("%99999999999d", 1), ElementsAre(std::string(4095, ' ')));

@@ -74,8 +74,10 @@ TEST_F(SystemName, ConfigurationFileThenNode) {
         {"no word in the value", "LOCAL_NAME=  # none\n", node()},
         {"empty file", "", node()},
         {"value cut at the line", "LOCAL_NAME=" + fill + "\n", std::string(4095 - 11, 'x')},
+        {"the longest line", fill.substr(0, 4094) + "=\nLOCAL_NAME=ok\n", "ok"},
         {"the rest of a long line is no line", fill.substr(0, 4095) + "LOCAL_NAME=evil\nLOCAL_NAME=ok\n",
          "ok"},
+        {"a NUL hides no line end", "x=\0\nLOCAL_NAME=ok\n"s, "ok"},
         {"bytes of any kind", "\0\xFF\xFE=\0\n\x80LOCAL_NAME=z\nLOCAL_NAME=\xE9t\n"s, "\xE9t"},
     };
     for (const auto& c : cases) {
