@@ -126,6 +126,7 @@ private:
     }
     void _link_only(DLink* dlink) {
         _count_one(dlink);
+        dlink->_next = dlink->_prev = nullptr; // may still show neighbours of a list that it has left
         _head = _tail = dlink;
     }
     void _link_after(DLink* place, DLink* dlink);

@@ -65,7 +65,11 @@ TEST(DList, BehavesLikeAModelUnderRandomOperations) {
                 EXPECT_EQ(link->dlist(), nullptr);
                 EXPECT_EQ(link->head(), nullptr);
                 model.erase(place(at));
-                list.append(link), model.push_back(link); // an unlinked link can be used again
+                const unsigned to = dice(2); // an unlinked link can be used again, in either list
+                if (dice(2))
+                    lists[to].append(link), models[to].push_back(link);
+                else
+                    lists[to].insert(link), models[to].insert(models[to].begin(), link);
                 break;
             }
             }
