@@ -280,6 +280,10 @@ TEST(MsgStruct, FailedListTakesTheWholeIdAway) {
     EXPECT_EQ(0u, decoded(msg).elems.count(8)) << "the encoding must agree with the index";
     EXPECT_EQ(MSG_SOK, msg.append_elem(8, 1));
     EXPECT_EQ(1u, decoded(msg).elems.at(8).items.size());
+    msg.add_elem(9, 5);
+    EXPECT_EQ(MSG_EBADOP, msg.append_elem(9, &list)) << "a scalar";
+    EXPECT_EQ(nullptr, msg.find(9));
+    EXPECT_EQ(0u, decoded(msg).elems.count(9));
 }
 
 TEST(MsgStruct, StringsWithoutNulAreNeverReadPastTheirEnd) {
