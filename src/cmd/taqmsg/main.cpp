@@ -7,6 +7,7 @@
 #include "primitives/log/Log.h"
 
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <unistd.h>
@@ -41,6 +42,7 @@ int main(int argc, char** argv) {
         argv = no_arguments;
     }
     buffer_output();
+    QENSigignore(SIGPIPE); // a reader that has seen enough, as "head", is no failure: the status stays
     cmdname = QENCLIBasename(argv[0]);
     initialization(cmdname);
     std::setlocale(LC_ALL, "");

@@ -1,0 +1,73 @@
+#include <algorithm>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include "cmd/taqmsg/CommandTest.h"
+
+namespace {
+
+class ListTest : public CommandTest {
+protected:
+    void touch(const std::string& name) const { std::ofstream(root() + "/ldf/" + name) << "x"; }
+
+    // The listed names in any order: directories yield them as they like.
+    static std::multiset<std::string> names_of(const std::string& out) {
+        EXPECT_EQ(0u, out.find("#Log data files\n"));
+        EXPECT_EQ("\n\n", out.substr(out.size() - 2)); // one for the last name, one for the message
+        std::istringstream lines(out.substr(16));
+        std::multiset<std::string> names;
+        for (std::string line; std::getline(lines, line) && !line.empty();) names.insert(line);
+        return names;
+    }
+};
+
+TEST_F(ListTest, ShowsLogDataFilesOnly) {
+    for (const char* name : {"N_A.ldf", "N_B.ldf", "a.b.ldf", "two words.ldf", ".hidden.ldf", "x.LDF",
+                             "x.ldf.err", "x.ldf~", "ldf", "xldf", ".ldf"})
+        touch(name);
+    std::filesystem::create_directory(root() + "/ldf/z.ldf");
+    std::filesystem::create_symlink(root(), root() + "/ldf/link.ldf");
+    std::filesystem::create_symlink("nowhere", root() + "/ldf/dangling.ldf");
+    const CommandResult result = run({"-list"});
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ("", result.err);
+    const std::multiset<std::string> expected = {"N_A", "N_B", "a.b", "two words", "dangling"};
+    EXPECT_EQ(expected, names_of(result.out));
+}
+
+TEST_F(ListTest, IgnoresAllOtherOptions) {
+    touch("N_A.ldf");
+    for (const std::vector<std::string>& args : {std::vector<std::string>{"-list", "file"},
+                                                 {"-list", "-sev"},
+                                                 {"-sev", "X", "-list"},
+                                                 {"-info", "-list"}})
+        expect(args, 0, "#Log data files\nN_A\n\n", "");
+}
+
+TEST_F(ListTest, EmptyDirectory) {
+    expect({"-list"}, 0, "", warning(30521, "No log files available"));
+}
+
+TEST_F(ListTest, MissingDirectoriesAreSilent) {
+    std::filesystem::remove(root() + "/ldf");
+    expect({"-list"}, 1, "", "");
+    std::ofstream(root() + "/ldf") << "a file";
+    expect({"-list"}, 1, "", "");
+    env["TAQ_LDF"] = root() + "/nowhere";
+    expect({"-list"}, 1, "", "");
+    env["TAQ_LDF"] = std::string(100000, 'd');
+    expect({"-list"}, 1, "", "");
+}
+
+TEST_F(ListTest, LongListIsCut) {
+    const std::string stem(200, 'n');
+    for (int i = 100; i < 140; ++i) touch(stem + std::to_string(i) + ".ldf");
+    const CommandResult result = run({"-list"});
+    EXPECT_EQ(0, result.status);
+    ASSERT_EQ(4096u, result.out.size()); // 4095 and a newline
+    EXPECT_EQ('\n', result.out.back());
+    EXPECT_EQ(1 + 19 + 1, std::count(result.out.begin(), result.out.end(), '\n')); // 4079 / 204 whole names
+}
+
+} // namespace
