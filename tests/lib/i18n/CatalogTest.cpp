@@ -25,6 +25,22 @@ TEST(CatalogFormat, EncodesAsTheLayoutSays) {
     EXPECT_FALSE(bmc_decode_header(bytes, &header));
 }
 
+// The example of docs/catalog-format.md.
+TEST_F(Catalog, GoldenFileIsRead) {
+    const std::string bytes("\0\0\x47\x95\0\0\0\0\0\0\0\0\0\0\0\0" // magic
+                            "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
+                            "\0\0\0\1\0\0\0\1\0\0\0\0\0\0\0\0"       // one range, one message
+                            "\0\0\0\x40\0\0\0\x4c\0\0\0\x50\0\0\0\0" // tables
+                            "\0\0\0\3\0\0\0\3\0\0\0\x4c"             // the range, number 3 to 3
+                            "\0\0\0\x50"                             // its slot
+                            "\0\0\0\3Hi\0",                          // the record
+                            87);
+    tree().catalog("core", 25, CatalogBuilder().damage([&](std::string& b) { b = bytes; })).write();
+    ASSERT_EQ(I18N_SOK, open());
+    EXPECT_EQ("Hi", text(25, 3));
+    EXPECT_EQ(bytes, CatalogBuilder().text(3, "Hi").bytes()) << "the builder of the other tests";
+}
+
 TEST_F(Catalog, FindsExactlyTheNumbersThatHaveMessages) {
     for (const u32 range_count : {1u, 2u, 3u, 4u, 7u, 16u}) {
         CatalogBuilder file;

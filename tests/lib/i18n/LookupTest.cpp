@@ -9,6 +9,9 @@ namespace {
 using Lookup = I18nTest;
 
 TEST_F(Lookup, ArgumentsThatDoNotFitBecomeQuestionMarks) {
+    std::string percents; // too many pieces for the cache
+    for (int i = 0; i < 40; ++i) percents += "%%";
+    const std::string forty_a = std::string(40, '%') + "a";
     tree()
         .catalog("core", 25,
                  CatalogBuilder()
@@ -17,7 +20,8 @@ TEST_F(Lookup, ArgumentsThatDoNotFitBecomeQuestionMarks) {
                      .text(3, "%2$s, %1$s")
                      .text(4, "%s%s%s%s%s%s")
                      .text(5, "%s%s%s%s%s%s%s")
-                     .text(6, ""))
+                     .text(6, "")
+                     .text(7, percents + "%s"))
         .write();
     ASSERT_EQ(I18N_SOK, open());
     const struct {
@@ -39,6 +43,7 @@ TEST_F(Lookup, ArgumentsThatDoNotFitBecomeQuestionMarks) {
         {5, {}, "<1>"},
         {6, {}, ""},
         {6, {"a"}, ""},
+        {7, {"a"}, forty_a.c_str()},
     };
     for (const auto& c : cases)
         EXPECT_EQ(c.expect, text(25, c.number, c.args)) << c.number << ", " << c.args.size();

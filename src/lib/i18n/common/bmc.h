@@ -1,4 +1,5 @@
 // The catalogs of one module: the table that the map file gives, and the reading of one catalog file.
+// Lack of memory shows as std::bad_alloc here; the public set makes I18N_ENOMEM of it.
 #pragma once
 
 #include <cstddef>
@@ -37,7 +38,7 @@ int bmc_create_table(const char* root_pathp, const char* langp, const char* modu
 
 // Opens a catalog and reads its header and range table. I18N_SOK: *filep is the open file and the catalog is
 // initialised. I18N_EBMC: missing, short, of another kind, or with a table outside the file; the catalog is
-// unchanged. I18N_ENOMEM.
+// unchanged.
 int bmc_initialize(bmc_t* bmcp, i18n_file* filep);
 
 // Reads `count` records of the range table. I18N_EBMC: they are not all in the file. Nothing is

@@ -1,5 +1,6 @@
 #include "i18n/common/bmcmap.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <string_view>
@@ -65,7 +66,7 @@ size_t count_names(std::string_view value) {
     return count;
 }
 
-// Numbers as atol reads them; one that does not fit 32 bits is never looked up.
+// Numbers as atol reads them, of which the low 32 bits count.
 u32 number_of(const std::string& value) {
     return static_cast<u32>(std::strtol(value.c_str(), nullptr, /*base=*/10));
 }

@@ -5,6 +5,11 @@
 
 i18n_text* i18n_texts::keep(u32 catID, u32 msgID, const i18n_text& text) {
     if (text._record_size > KEPT_TEXT_MAX) return nullptr;
+    i18n_piece pieces[KEPT_PIECES_MAX + 1];
+    size_t count = 0;
+    for (i18n_scanner scanner(text._text); scanner.next(&pieces[count]);)
+        if (++count > KEPT_PIECES_MAX) return nullptr;
+
     auto kept = std::make_unique<i18n_text>();
     kept->_bmc_ndx = text._bmc_ndx;
     kept->_record_size = text._record_size;
@@ -12,11 +17,7 @@ i18n_text* i18n_texts::keep(u32 catID, u32 msgID, const i18n_text& text) {
     kept->_ownedp = std::make_unique<char[]>(text._record_size);
     std::memcpy(kept->_ownedp.get(), text._text.data(), text._record_size);
     kept->_text = {kept->_ownedp.get(), text._text.size()};
-    i18n_piece piece;
-    for (i18n_scanner scanner(kept->_text); scanner.next(&piece);) {
-        if (kept->_pieces.size() == KEPT_PIECES_MAX) return nullptr;
-        kept->_pieces.push_back(piece);
-    }
+    kept->_pieces.assign(pieces, pieces + count);
 
     set& s = set_of(catID, msgID);
     const size_t way = s._next;

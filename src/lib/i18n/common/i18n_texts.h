@@ -10,28 +10,27 @@
 #include "i18n/common/i18n_format.h"
 #include "i18n/common/i18n_types.h"
 
-// One message record.
+// One message record. What is said of "kept" texts holds for those in the cache; any other refers to the
+// handle's raw text buffer.
 struct i18n_text {
     s32 _bmc_ndx = -1;    // catalog in the handle's table
     u32 _record_size = 0; // bytes of the record, its NUL included
     size_t _spec_count = 0;
-    std::string_view
-        _text; // up to the first NUL; in _ownedp, or in the handle's buffer for a text that is not kept
-    std::unique_ptr<char[]> _ownedp; // the whole record of a kept text; null for one that is not
-    std::vector<i18n_piece> _pieces; // of a kept text; may be empty only when the text is
-    std::unique_ptr<char[]>
-        _convertedp; // in the system codeset, for a kept text without specifiers; null if not yet done
-    size_t _converted_size = 0; // its bytes, the NUL included
+    std::string_view _text;              // up to the first NUL of the record
+    std::unique_ptr<char[]> _ownedp;     // kept: the whole record
+    std::vector<i18n_piece> _pieces;     // kept: its pieces
+    std::unique_ptr<char[]> _convertedp; // kept, without specifiers: in the system codeset, once converted
+    size_t _converted_size = 0;          // bytes of it, its NUL included
 
     bool is_kept() const { return _ownedp != nullptr; }
 };
 
 // A set-associative cache: a set has four ways, so that a few busy texts do not push each other out. It
-// holds at most 512 texts of at most KEPT_TEXT_MAX bytes. A text stays where it is until keep() is
-// called again.
+// holds at most 512 texts of at most KEPT_TEXT_MAX bytes and KEPT_PIECES_MAX pieces. A text stays where it is
+// until keep() is called again.
 class i18n_texts {
 public:
-    static constexpr size_t KEPT_TEXT_MAX = 1024; // bytes of a record
+    static constexpr size_t KEPT_TEXT_MAX = 4096; // bytes of a record; longer ones cannot be formatted whole
     static constexpr size_t KEPT_PIECES_MAX = 32;
 
     // The text, or null when it is not here.

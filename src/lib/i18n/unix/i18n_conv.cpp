@@ -105,6 +105,11 @@ bool i18n_is_ascii(std::string_view text) {
         std::memcpy(&word, p, sizeof word);
         seen |= word;
     }
+    if (left > 0 && text.size() >= sizeof word) { // the last word, which overlaps the one before
+        std::memcpy(&word, p + left - sizeof word, sizeof word);
+        seen |= word;
+        left = 0;
+    }
     for (; left > 0; --left, ++p) seen |= static_cast<unsigned char>(*p);
     return (seen & HIGH_BITS) == 0;
 }
