@@ -14,7 +14,8 @@ TEST(HashTable, HashFunctionsPlaceKnownKeys) {
         int32_t size, any_case, with_case;
     } cases[] = {
         {"abc", 1023, 924, 924},  {"ABC", 1023, 924, 372}, {"Web1", 1023, 360, 200},
-        {"WEB1", 1023, 360, 703}, {"", 1023, 0, 0},        {"", 1, 0, 0},
+        {"WEB1", 1023, 360, 703}, {"", 1023, 0, 0},        {"_", 1000, 127, 95},
+        {"`", 1000, 128, 96},     {"a", 1000, 97, 97},     {"", 1, 0, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.key);

@@ -1,5 +1,6 @@
 #include "primitives/values/IntHashTable.h"
 
+#include <latch>
 #include <map>
 #include <thread>
 
@@ -46,9 +47,11 @@ TEST(IntHashTable, ThreadsKeepTheirOwnEntriesAndOneWinsTheShared) {
     constexpr uint32_t THREADS = 4, KEYS = 200, SHARED = 0xFFFFFFFFu;
     IntHashTable table("threads", 3, iht_func);
     int wins[THREADS] = {}, faults[THREADS] = {};
+    std::latch start(THREADS);
     std::vector<std::thread> threads;
     for (uint32_t t = 0; t < THREADS; ++t)
         threads.emplace_back([&, t] {
+            start.arrive_and_wait();
             wins[t] = table.insert(SHARED, pointer(t + 1)) == IHT_OK;
             for (uint32_t key = t * KEYS; key < (t + 1) * KEYS; ++key) {
                 void* value = nullptr;

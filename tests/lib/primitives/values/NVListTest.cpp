@@ -172,6 +172,20 @@ TEST(NVList, AnchorsAndAscendingPlaceEntries) {
     EXPECT_THAT(names_of(ascending), ElementsAre("A", "b", "C", "c", "d", "z"));
 }
 
+TEST(NVList, AttachReplacesTheNamesakeAndSetsTheFlags) {
+    int ends = 0;
+    NVList list;
+    list.append("a", new Probe(&ends), 0), list.append("b", 2);
+    auto* fresh = new NVElem("A", false);
+    Probe mine(&ends);
+    fresh->set(&mine, 0);
+    EXPECT_EQ(list.attach_nvelem(fresh, 1, 0), fresh); // only refers to the probe from now on
+    EXPECT_EQ(ends, 1);
+    EXPECT_THAT(names_of(list), ElementsAre("b", "A"));
+    list.remove_all();
+    EXPECT_EQ(ends, 1);
+}
+
 TEST(NVList, WideInquireFallsBackToTheStar) {
     NVList list;
     list.append("*", 1);

@@ -86,6 +86,9 @@ TEST(ValueElem, ReferredToValuesAreLeftAloneAndNumbersKeepTheFlag) {
     EXPECT_EQ(cell.ref(), 1);
     EXPECT_EQ(cell.gets32(), 5);
     cell.set(&object, 1);
+    const ValueElem number(6);
+    cell.set(&number);
+    EXPECT_EQ(cell.ref(), 1);
     cell.set(heap_str("owned"), 0);
     EXPECT_EQ(cell.ref(), 0);
     EXPECT_EQ(ends, 0);
