@@ -1,5 +1,6 @@
-#include <atomic>
+#include <condition_variable>
 #include <cstring>
+#include <mutex>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -89,7 +90,6 @@ TEST_F(LogQueueTest, ProducersOfAllThreadsKeepTheirOrderAcrossStartAndStop) {
         logs.back()->write_buf("f", "g", 1, SEV_INFO, BARE, 25, 1, "first");
     }
     Log::start_logger();
-    std::atomic<bool> done{false};
     std::vector<std::thread> producers;
     for (int t = 0; t < THREADS; ++t)
         producers.emplace_back([&logs, t] {
@@ -102,6 +102,57 @@ TEST_F(LogQueueTest, ProducersOfAllThreadsKeepTheirOrderAcrossStartAndStop) {
     std::string expected = "first\n";
     for (int i = 0; i < EACH; ++i) expected += std::to_string(i) + "\n";
     for (int t = 0; t < THREADS; ++t) EXPECT_EQ(expected, body("p" + std::to_string(t) + "_A.log"));
+}
+
+// Remembers the texts it was given; the first one keeps the writing thread until the gate opens.
+class GatedLog : public Log {
+public:
+    void write_log(time_t, int, const char*, const char*, int, int, int, int, const char* msgp,
+                   MsgStruct*) override {
+        std::unique_lock guard(_lock);
+        _texts.emplace_back(msgp);
+        _changed.notify_all();
+        if (_texts.size() == 1) _changed.wait(guard, [this] { return _open; });
+    }
+    // Whether n texts came within the time.
+    bool has(size_t n, std::chrono::milliseconds time) {
+        std::unique_lock guard(_lock);
+        return _changed.wait_for(guard, time, [&] { return _texts.size() >= n; });
+    }
+    std::vector<std::string> texts() {
+        std::lock_guard guard(_lock);
+        return _texts;
+    }
+    void open_gate() {
+        std::lock_guard guard(_lock);
+        _open = true;
+        _changed.notify_all();
+    }
+
+private:
+    std::mutex _lock;
+    std::condition_variable _changed;
+    bool _open = false;
+    std::vector<std::string> _texts;
+};
+
+TEST_F(LogQueueTest, NobodyOvertakesWhatTheFinishingThreadStillHasToWrite) {
+    GatedLog gated;
+    const auto put_text = [&gated](const char* text) {
+        gated.write_dbg(DBG_1, "f", "g", 1, BARE, 25, 1, text);
+    };
+    Log::start_logger();
+    put_text("first");
+    ASSERT_TRUE(gated.has(1, std::chrono::seconds(30)));
+    put_text("second");
+    std::thread stopper(Log::stop_logger);
+    while (Log::run_thread()) std::this_thread::yield();
+    std::thread producer(put_text, "third");
+    EXPECT_FALSE(gated.has(2, std::chrono::milliseconds(50)));
+    gated.open_gate();
+    producer.join();
+    stopper.join();
+    EXPECT_THAT(gated.texts(), testing::ElementsAre("first", "second", "third"));
 }
 
 TEST_F(LogQueueTest, AdminMessagesAndSwitchesPassThroughTheThread) {
