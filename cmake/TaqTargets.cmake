@@ -37,6 +37,7 @@ function(taq_test name)
   add_executable(${name} ${T_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE ${T_LIBS} GTest::gmock GTest::gtest_main taq_warnings)
+  target_precompile_headers(${name} REUSE_FROM taq_test_headers)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
                        PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}")
 endfunction()
