@@ -3,20 +3,21 @@
 #include "messages.h"
 #include "taqmsg.h"
 
+#include "primitives/log/LineBuffer.h"
+#include "primitives/log/LocalTimeText.h"
 #include "primitives/log/Log.h"
-#include "primitives/strings/QENString.h"
-#include "primitives/utils/QENUtils.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 #include <new>
-#include <string>
+#include <string_view>
 
 namespace {
 
 constexpr int DEFAULT_TAIL = 20;
-constexpr size_t TIME_SIZE = 4096;
 
 static_assert(TAQMSG_ANY == LDF_MATCH_ANY && TAQMSG_MATCH_PIECES == LDF_MATCH_PIECES);
 
@@ -40,47 +41,67 @@ void print_sequence(uint32_t seq) {
         std::printf("%.10u ", seq);
 }
 
-int printable_length(std::string_view piece) {
-    return static_cast<int>(std::min<size_t>(piece.size(), TAQMSG_TEXT_SIZE - 1));
+// A field of the source position as a program that copies it out would have it.
+std::string_view source_field(std::string_view piece) {
+    return piece.substr(0, TAQMSG_TEXT_SIZE - 1);
 }
 
 void print_source(const LdfRecordView& record) {
-    std::printf("\t%.*s:%.*s[%u]\n", printable_length(record.filename), record.filename.data(),
-                printable_length(record.function), record.function.data(), record.header.line_no);
+    char number[16];
+    const char* end = std::to_chars(number, std::end(number), record.header.line_no).ptr;
+    LineBuffer line(stdout);
+    line.append('\t');
+    line.append(source_field(record.filename));
+    line.append(':');
+    line.append(source_field(record.function));
+    line.append('[');
+    line.append({number, static_cast<size_t>(end - number)});
+    line.append("]\n");
+    (void)line.send(); // nobody to tell
 }
 
 // A report of limited length, built piece by piece.
 class Report {
 public:
     template <class... Args>
-    void add(const char* format, Args... args) {
+    void format(const char* format, Args... args) {
         const int length = std::snprintf(_text + _used, sizeof _text - _used, format, args...);
         if (length > 0) _used = std::min(_used + static_cast<size_t>(length), sizeof _text - 1);
+    }
+    void add(std::string_view piece) {
+        _used += piece.copy(_text + _used, sizeof _text - 1 - _used);
+        _text[_used] = '\0';
     }
     const char* text() const { return _text; }
 
 private:
-    char _text[TAQMSG_TEXT_SIZE] = "";
     size_t _used = 0;
+    char _text[TAQMSG_TEXT_SIZE]; // terminated once something was added
 };
+
+const char* local_time(time_t t) {
+    static LocalTimeText times("%c"); // as QENUtils::i18n_localtime, for thousands of records
+    return times.at(t).empty() ? "" : times.at(t).data();
+}
 
 void dump_record(const LdfRecordView& record) {
     const ldf_msg_header_t& h = record.header;
-    const long timestamp = h.timestamp;
-    char time_text[TIME_SIZE] = "";
-    QENUtils::i18n_localtime(&timestamp, time_text, sizeof time_text);
-
     Report report;
-    report.add("data size   = %d\n", static_cast<int>(h.data_size));
-    report.add("version     = 0x%x\n", static_cast<unsigned>(h.version));
-    report.add("severity    = %s\n", Log::app_sev_name(static_cast<ulog_app_sev>(h.sev)));
-    report.add("timestamp   = %s\n", static_cast<const char*>(time_text));
-    report.add("message ID  = %d\n", static_cast<int>(h.msgcat_id));
-    report.add("object type = %d\n", static_cast<int>(h.obj_type));
-    report.add("seq number  = %d\n", static_cast<int>(h.seq));
+    report.format("data size   = %d\n"
+                  "version     = 0x%x\n"
+                  "severity    = %s\n"
+                  "timestamp   = %s\n"
+                  "message ID  = %d\n"
+                  "object type = %d\n"
+                  "seq number  = %d\n",
+                  static_cast<int>(h.data_size), static_cast<unsigned>(h.version),
+                  Log::app_sev_name(static_cast<ulog_app_sev>(h.sev)), local_time(h.timestamp),
+                  static_cast<int>(h.msgcat_id), static_cast<int>(h.obj_type), static_cast<int>(h.seq));
     int number = 0;
     record.for_each_arg([&](std::string_view arg) {
-        report.add("    arg %d   = %.*s\n", ++number, static_cast<int>(arg.size()), arg.data());
+        report.format("    arg %d   = ", ++number);
+        report.add(arg);
+        report.add("\n");
     });
     TAQMSG_RESULT(_unified_logerr_function__, "display_ldf", report.text());
 }

@@ -17,8 +17,7 @@ inline constexpr size_t TAQMSG_TEXT_SIZE = 4096; // of a report, its NUL include
 
 // Checks the arguments and runs what they ask for. Returns the exit status: 0, 1 for a wrong argument or
 // missing directories of -list, or the LDF result (5, 7, 8, 10) of a file that cannot be read. Arguments that
-// begin with
-// "%" lose it in place. filename and lineno set the globals of the same purpose.
+// begin with "%" lose it in place. filename and lineno set the globals of the same purpose.
 int taqmsg_process_args(int argc, char** argv, const char* filename, int lineno);
 extern const char* current_filename;
 extern int current_lineno;
