@@ -18,9 +18,11 @@ Directory open_directory(const char* path) {
     return {opendir(path), closedir};
 }
 
-bool is_listed(const char* dirname, const char* name) {
+bool is_listed(const char* dirname, const dirent& entry) {
+    const char* name = entry.d_name;
     const char* extension = std::strrchr(name, '.');
     if (name[0] == '.' || extension == nullptr || std::strcmp(extension, LDF_EXTENSION) != 0) return false;
+    if (entry.d_type == DT_REG) return true; // no directory, and told without opening it
     return open_directory((std::string(dirname) + "/" + name).c_str()) == nullptr;
 }
 
@@ -34,7 +36,7 @@ int list_ldfs(const char* dirname) {
     char text[TAQMSG_TEXT_SIZE] = "#Log data files\n";
     bool found = false;
     while (const dirent* entry = readdir(dir.get())) {
-        if (!is_listed(dirname, entry->d_name)) continue;
+        if (!is_listed(dirname, *entry)) continue;
         found = true;
         qenstrlcat(text, discard_ext(entry->d_name), sizeof text);
         qenstrlcat(text, "\n", sizeof text);
