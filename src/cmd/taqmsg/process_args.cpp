@@ -195,8 +195,9 @@ int Arguments::_list() const {
     if (QENGetenv(QEN_ENV_LDF_ROOT, root, sizeof root) != 0)
         qenstrlcpy(root, QEN_DEFAULT_DATA_ROOT, sizeof root);
     if (!QENCheckDir(root)) return TAQMSG_USAGE_ERROR;
-    qenstrlcat(root, LDF_SUBDIR, sizeof root);
-    if (!QENCheckDir(root)) return TAQMSG_USAGE_ERROR;
+    const bool cut =
+        qenstrlcat(root, LDF_SUBDIR, sizeof root) >= sizeof root; // the rest may name another one
+    if (cut || !QENCheckDir(root)) return TAQMSG_USAGE_ERROR;
     return list_ldfs(root);
 }
 
