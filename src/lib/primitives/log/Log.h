@@ -296,6 +296,7 @@ private:
     void _write_message(const LogMessage& m);
     void _write_line(const LogMessage& m);
     void _put_head(const LogMessage& m, LineBuffer& line);
+    void _put_severity(const LogMessage& m, LineBuffer& line);
     bool _put_localized(const LogMessage& m, LineBuffer& line);
     static void _put_source(const LogMessage& m, LineBuffer& line);
     void _copy_to_ldf(const LogMessage& m);

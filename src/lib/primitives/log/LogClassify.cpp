@@ -67,7 +67,6 @@ bool Log::_classify_plain(LogMessage& m) {
     if (m.is_debug) {
         m.level = m.sev;
         m.logical_sev = m.sev + SEV_APP_END;
-        m.word = ulog_dbg_lev_name(m.level);
         m.text = m.debug_text != nullptr ? std::string_view(m.debug_text) : std::string_view();
         return true;
     }
@@ -77,7 +76,6 @@ bool Log::_classify_plain(LogMessage& m) {
     if (get_int(m.structp, MSGID_MSGCAT_ID, own_id)) m.msgcat_id = static_cast<uint32_t>(own_id);
     m.obj_tag = QENLogFlagToObjTag(m.flags);
     m.logical_sev = m.sev;
-    m.word = _sev_word(m.sev);
     if (_cache_enabled) _cache_add(m, MSGID_ARGS);
     return true;
 }
@@ -99,7 +97,6 @@ bool Log::_classify_log_add(LogMessage& m) {
     m.obj_tag = obj_tag;
     m.time = timestamp;
     m.msgcat_id = static_cast<uint32_t>(own_id);
-    m.word = m.is_debug ? ulog_dbg_lev_name(m.level) : _sev_word(sev);
     if (!m.is_debug && _cache_enabled) _cache_add(m, MSGID_LOG_ADD_ARGS);
     return true;
 }
@@ -112,6 +109,5 @@ bool Log::_classify_identified(LogMessage& m) {
     m.msgcat_id = static_cast<uint32_t>(melemp->gets32());
     m.obj_tag = QENLogFlagToObjTag(m.flags);
     m.logical_sev = m.sev;
-    m.word = _sev_word(m.sev);
     return true;
 }

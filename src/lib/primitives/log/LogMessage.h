@@ -32,7 +32,6 @@ struct LogMessage {
     uint32_t msgcat_id = 0;
     int line_flags = 0;        // the flags that rule the parts of the line
     std::string_view text{};   // English
-    std::string_view word{};   // severity word
     std::string_view source{}; // file name without directories; empty when there is none
 
     unsigned catalog() const { return msgcat_id >> 16; }

@@ -147,12 +147,17 @@ void Log::_put_head(const LogMessage& m, LineBuffer& line) {
         line.append(_mnemonic());
         line.append(' ');
     }
-    if (!m.leaves_out(ULOG_NO_SEVERITY) && !m.word.empty()) {
-        line.append(m.word);
-        line.append(' ');
-    }
+    if (!m.leaves_out(ULOG_NO_SEVERITY)) _put_severity(m, line);
     if (!m.leaves_out(ULOG_NO_UMI))
         line.advance(put_umi(line.room(UMI_SIZE), UMI_SIZE, _originator(), m.catalog(), m.number()));
+}
+
+// Looked up only here: a bare text needs no catalog.
+void Log::_put_severity(const LogMessage& m, LineBuffer& line) {
+    const std::string_view word = m.is_debug ? ulog_dbg_lev_name(m.level) : _sev_word(m.logical_sev);
+    if (word.empty()) return;
+    line.append(word);
+    line.append(' ');
 }
 
 // The text in the user's language, on standard output and standard error. False: there is none.
