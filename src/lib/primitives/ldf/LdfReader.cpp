@@ -39,7 +39,9 @@ inline Verdict judge_header(const LdfFilter& f, const ldf_msg_header_t& m) {
     return any && given ? Verdict::REJECT : Verdict::ACCEPT;
 }
 
+// The caller has asked for the whole argument, so one without ":" holds nothing new.
 bool some_piece_named(HashTable& names, std::string_view arg) {
+    if (arg.find(':') == std::string_view::npos) return false;
     for (size_t colon; (colon = arg.find(':')) != std::string_view::npos; arg.remove_prefix(colon + 1))
         if (colon > 0 && names.inquire(arg.substr(0, colon))) return true;
     return !arg.empty() && names.inquire(arg);
