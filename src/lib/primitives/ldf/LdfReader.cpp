@@ -80,23 +80,16 @@ int LdfReader::jumpto(int msg_ndx) {
     if (_msg_ndx > msg_ndx) (void)rewind(); // the file is open: cannot fail
 
     int64_t pos = _msg_ndx > 0 ? _curr_offset : static_cast<int64_t>(LDF_HEADER_SIZE);
-    int32_t ndx = _msg_ndx;
-    int rc = LDF_OK;
-    while (ndx < msg_ndx) {
+    for (; _msg_ndx < msg_ndx; ++_msg_ndx) {
+        _curr_offset = static_cast<int32_t>(pos);
         const unsigned char* bytes;
-        if (_window.want(pos, sizeof(uint32_t), bytes) < sizeof(uint32_t))
-            rc = LDF_EFAIL;
-        else if (get_be32(bytes) > LDF_TEXT_MAX)
-            rc = LDF_EFAIL;
-        else if (record_end(pos, get_be32(bytes)) > OFFSET_MAX)
-            rc = LDF_EFAIL;
-        if (rc) break;
-        pos = record_end(pos, get_be32(bytes));
-        ++ndx;
+        if (_window.want(pos, sizeof(uint32_t), bytes) < sizeof(uint32_t)) return LDF_EFAIL;
+        const uint32_t data_size = get_be32(bytes);
+        pos = record_end(pos, data_size);
+        if (data_size > LDF_TEXT_MAX || pos > OFFSET_MAX) return LDF_EFAIL;
     }
-    _msg_ndx = ndx;
     _curr_offset = static_cast<int32_t>(pos);
-    return rc;
+    return LDF_OK;
 }
 
 int LdfReader::tail(int msgs_from_end) {

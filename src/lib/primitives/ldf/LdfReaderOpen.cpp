@@ -94,13 +94,12 @@ int LdfReader::_open_file() {
     return LDF_OK;
 }
 
-// Deletes the file behind `fd` if the path still leads to it and it still is too short: a writer may have
-// put a whole file in its place, or filled it, since it was opened.
+// Deletes the regular file behind `fd` if the path itself, not a link, still leads to it and it still is too
+// short: a writer may have put a whole file in its place, or filled it, since it was opened.
 void LdfReader::_delete_short_file(int fd) {
     struct stat opened, named;
     if (lstat(_pathp.get(), &named) != 0 || fstat(fd, &opened) != 0) return;
-    const bool same =
-        S_ISREG(named.st_mode) && named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
+    const bool same = named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
     if (same && opened.st_size < static_cast<off_t>(LDF_HEADER_SIZE))
         (void)QENDeleteFile(_pathp.get(), nullptr); // the result of open is the same either way
 }

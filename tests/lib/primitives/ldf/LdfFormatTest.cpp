@@ -44,7 +44,8 @@ std::vector<std::string> naive_split(const std::string& text) {
 }
 
 std::vector<std::string> view_pieces(const std::string& text) {
-    std::string padded = text + std::string(LDF_SPLIT_SLACK, '\xFF'); // what lies behind must not matter
+    std::string padded =
+        text + "x" + std::string(LDF_SPLIT_SLACK, '\xFF'); // what lies behind must not matter
     LdfRecordView view;
     ldf_split_text(padded.data(), text.size(), view);
     std::vector<std::string> pieces;

@@ -175,7 +175,9 @@ TEST_F(LdfReaderTest, TailOfFilesWithoutRecordsOrWithWrongCounts) {
         {"empty", LdfBuilder(), LDF_OK},
         {"negative count", LdfBuilder().record().total_msgs(INT32_MIN), LDF_OK},
         {"more counted than there are", LdfBuilder().record().total_msgs(1000), LDF_EFAIL},
-        {"hostile length on the way", LdfBuilder().record({.data_size = 0xFFFFFFE9}).records(30), LDF_EFAIL}};
+        {"hostile length on the way", LdfBuilder().record({.data_size = 0xFFFFFFE9}).records(30), LDF_EFAIL},
+        {"length just too large on the way", LdfBuilder().record({.text = text_of(4097)}).records(30),
+         LDF_EFAIL}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         LdfReader reader;
@@ -184,6 +186,16 @@ TEST_F(LdfReaderTest, TailOfFilesWithoutRecordsOrWithWrongCounts) {
         EXPECT_TRUE(c.rc != LDF_OK || read_all(reader).empty());
         EXPECT_EQ(LDF_OK, reader.rewind());
     }
+}
+
+TEST_F(LdfReaderTest, JumpThatFailsStopsBeforeTheBadRecord) {
+    LdfReader reader;
+    open(reader, LdfBuilder().records(2).record({.text = text_of(4097)}).records(30));
+    EXPECT_EQ(LDF_EFAIL, reader.jumpto(20));
+    LdfRecordView view;
+    EXPECT_EQ(LDF_EFAIL, reader.next_record({}, view));
+    EXPECT_EQ(LDF_OK, reader.jumpto(1));
+    EXPECT_EQ(LDF_OK, reader.next_record({}, view));
 }
 
 TEST_F(LdfReaderTest, WholeFileTakesOneReadAWindow) {

@@ -1,0 +1,129 @@
+// Reads and writes that fail, come up short or are interrupted at a chosen call. No file system does this on
+// demand, so this program's own pread and pwrite stand before those of the C library.
+#include <cerrno>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "LdfFixture.h"
+
+namespace {
+
+constexpr ssize_t WHOLE = -1;       // let the call pass
+constexpr ssize_t FAIL = -2;        // EIO
+constexpr ssize_t INTERRUPTED = -3; // EINTR
+
+// What happens to the next calls, in order; a size means that so many bytes are transferred.
+std::vector<ssize_t> read_plan, write_plan;
+int writes;
+
+// The number of bytes to transfer, or a negative result with errno set.
+ssize_t follow(std::vector<ssize_t>& plan, size_t size) {
+    if (plan.empty()) return static_cast<ssize_t>(size);
+    const ssize_t step = plan.front();
+    plan.erase(plan.begin());
+    if (step == WHOLE) return static_cast<ssize_t>(size);
+    if (step >= 0) return std::min(step, static_cast<ssize_t>(size));
+    errno = step == FAIL ? EIO : EINTR;
+    return -1;
+}
+
+} // namespace
+
+extern "C" ssize_t pread(int fd, void* buf, size_t size, off_t offset) {
+    const ssize_t n = follow(read_plan, size);
+    return n < 0 ? n : syscall(SYS_pread64, fd, buf, n, offset);
+}
+
+extern "C" ssize_t pwrite(int fd, const void* buf, size_t size, off_t offset) {
+    ++writes;
+    const ssize_t n = follow(write_plan, size);
+    return n < 0 ? n : syscall(SYS_pwrite64, fd, buf, n, offset);
+}
+
+class LdfFault : public LdfFixture {
+protected:
+    ~LdfFault() override {
+        read_plan.clear();
+        write_plan.clear();
+    }
+};
+
+TEST_F(LdfFault, ARecordIsTwoWrites) {
+    LdfWriter w;
+    ASSERT_EQ(LDF_OK, w.open("log", 0));
+    writes = 0;
+    for (unsigned seq = 0; seq < 10; ++seq) write(w, seq);
+    EXPECT_EQ(20, writes);
+}
+
+TEST_F(LdfFault, FailedWriteCostsItsRecordOnly) {
+    const struct {
+        const char* name;
+        std::vector<ssize_t> plan;
+        bool written;
+    } cases[] = {
+        {"record fails", {FAIL}, false},
+        {"record comes up short, then fails", {10, FAIL}, false},
+        {"record takes nothing", {0}, false},
+        {"header fails", {WHOLE, FAIL}, false},
+        {"header fails behind the record count", {WHOLE, 64, FAIL}, false},
+        {"record in pieces", {1, 10, 20}, true},
+        {"header in pieces", {WHOLE, 1, 60}, true},
+        {"interrupted before each", {INTERRUPTED, WHOLE, INTERRUPTED, INTERRUPTED}, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::filesystem::remove(path("log_A"));
+        LdfWriter w;
+        ASSERT_EQ(LDF_OK, w.open("log", 0));
+        write(w, 1);
+        write_plan = c.plan;
+        write(w, 2, "longer than the others", 1, 3);
+        EXPECT_TRUE(write_plan.empty());
+        EXPECT_EQ(c.written ? 2u : 1u, read_file("log_A").size()); // right even before the next write
+        EXPECT_EQ(c.written, header_of("log_A").total_error == 1);
+        EXPECT_EQ(c.written, header_of("log_A").total_grp_msg == 1);
+        write(w, 3);
+        EXPECT_EQ(c.written ? (std::vector<unsigned>{1, 2, 3}) : (std::vector<unsigned>{1, 3}),
+                  seqs(read_file("log_A")));
+    }
+}
+
+TEST_F(LdfFault, FailedNewFileLeavesNoTrace) {
+    write_plan = {50, FAIL, FAIL}; // the first header, and the one that setting aside would make
+    LdfWriter w;
+    EXPECT_EQ(LDF_EFAIL, w.open("log", 0));
+    EXPECT_TRUE(std::filesystem::is_empty(root + "/ldf"));
+}
+
+TEST_F(LdfFault, ReadsInPiecesAndFailures) {
+    const struct {
+        const char* name;
+        std::vector<ssize_t> plan; // behind the read of the header
+        size_t records;
+        int end;
+    } cases[] = {
+        {"in pieces", {3, 1, 30, 2, 60, 7}, 3, LDF_EEND},
+        {"interrupted", {INTERRUPTED, 10, INTERRUPTED, WHOLE}, 3, LDF_EEND},
+        {"fails at once", {FAIL}, 0, LDF_EFAIL},
+        {"fails within a fixed part", {10, FAIL}, 0, LDF_EFAIL},
+        {"fails within a text", {30, FAIL}, 0, LDF_EFAIL},
+    };
+    LdfBuilder().records(3, {.args = {"a", "bc"}}).write(path("f"));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        LdfReader reader;
+        ASSERT_EQ(LDF_OK, reader.open(nullptr, "f"));
+        read_plan = c.plan;
+        int end = 0;
+        EXPECT_EQ(c.records, read_all(reader, {}, &end).size());
+        EXPECT_EQ(c.end, end);
+        read_plan.clear();
+        EXPECT_EQ(3 - c.records, read_all(reader).size()); // a failure that has passed costs nothing
+    }
+    for (ssize_t step : {FAIL, ssize_t{116}}) {
+        read_plan = {step};
+        LdfReader reader;
+        EXPECT_EQ(LDF_EFAIL, reader.open(nullptr, "f"));
+    }
+}
