@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <latch>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -96,10 +97,12 @@ TEST(Memory, CountersFollowTheBlocks) {
 TEST(Memory, CountersAgreeAfterManyThreads) {
     Memory memory;
     void* kept = memory.get(0, 32, MEM_FFDC);
+    std::latch start(4); // together, or each would be done before the next begins
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&] {
-            for (size_t i = 0; i < 5000; ++i) memory.release(memory.get(0, i % 64, MEM_FFDC), MEM_FFDC);
+            start.arrive_and_wait();
+            for (size_t i = 0; i < 300'000; ++i) memory.release(memory.get(0, i % 64, MEM_FFDC), MEM_FFDC);
         });
     for (auto& thread : threads) thread.join();
     EXPECT_EQ(32, memory.total_bytes());
