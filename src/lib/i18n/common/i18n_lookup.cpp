@@ -136,8 +136,13 @@ int get_safe(void** i18nhp, u32 catID, u32 msgID, target to, const char* const (
     return get_safe(i18nhp, catID, msgID, to, arguments{argv, argc}, msgp, sizep);
 }
 
+// A va_list that can be passed on like any value, which a bare one, an array, cannot.
+struct variable_args {
+    va_list _list;
+};
+
 // Takes as many arguments as the text reaches; a null pointer ends them earlier.
-int get_unsafe(void** i18nhp, u32 catID, u32 msgID, target to, char** msgp, s32* sizep, va_list args) {
+int get_unsafe(void** i18nhp, u32 catID, u32 msgID, target to, char** msgp, s32* sizep, variable_args& args) {
     i18n_t* i18np = i18n_record(i18nhp);
     i18n_text* textp = nullptr;
     if (i18np == nullptr) return fail(I18N_EBADHANDLE, msgp, sizep);
@@ -147,7 +152,7 @@ int get_unsafe(void** i18nhp, u32 catID, u32 msgID, target to, char** msgp, s32*
     size_t argc = 0;
     for (const size_t reached = std::min(i18n_args_reached(textp->_text), I18N_MAX_ARGS); argc < reached;
          ++argc) {
-        const char* argp = va_arg(args, const char*);
+        const char* argp = va_arg(args._list, const char*);
         if (argp == nullptr) break;
         argv[argc] = argp;
     }
@@ -221,25 +226,25 @@ int i18nGetSimpleMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* size
 }
 
 int i18nGetMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, ...) {
-    va_list args;
-    va_start(args, sizep);
+    variable_args args;
+    va_start(args._list, sizep);
     const int rc = get_unsafe(i18nhp, catID, msgID, SYSTEM_CODESET, msgp, sizep, args);
-    va_end(args);
+    va_end(args._list);
     return rc;
 }
 
 int i18nGetMsgV(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, va_list args) {
-    va_list copy;
-    va_copy(copy, args);
+    variable_args copy;
+    va_copy(copy._list, args);
     const int rc = get_unsafe(i18nhp, catID, msgID, SYSTEM_CODESET, msgp, sizep, copy);
-    va_end(copy);
+    va_end(copy._list);
     return rc;
 }
 
 int i18nGetUTF8Msg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, ...) {
-    va_list args;
-    va_start(args, sizep);
+    variable_args args;
+    va_start(args._list, sizep);
     const int rc = get_unsafe(i18nhp, catID, msgID, UTF8, msgp, sizep, args);
-    va_end(args);
+    va_end(args._list);
     return rc;
 }
