@@ -212,7 +212,7 @@ TEST_F(LogWriteTest, RecordBesideTheLine) {
                           int64_t{v.header.obj_type}, int64_t{v.header.line_no}, int64_t{v.header.seq}})
             line += std::to_string(n) + " ";
         line += std::string(v.filename) + " " + std::string(v.function);
-        v.for_each_arg([&](std::string_view arg) { line += "|" + std::string(arg); });
+        v.for_each_arg([&](std::string_view arg) { (line += '|') += arg; });
         records.push_back(line);
     }
     const std::string none = " 4294967295 ";
