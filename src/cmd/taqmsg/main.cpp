@@ -9,7 +9,6 @@
 #include <clocale>
 #include <csignal>
 #include <cstdio>
-#include <memory>
 #include <unistd.h>
 #include <vector>
 

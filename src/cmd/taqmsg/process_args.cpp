@@ -15,7 +15,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <strings.h>
 
 const char* current_filename = nullptr;
 int current_lineno = 0;
