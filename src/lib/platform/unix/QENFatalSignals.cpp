@@ -17,7 +17,8 @@ constexpr int FATAL_SIGNALS[] = {SIGSEGV, SIGBUS, SIGABRT};
 constexpr unsigned DUMP_SECONDS = 4;        // then the watchdog ends the process by the fatal signal,
 constexpr unsigned LAST_RESORT_SECONDS = 1; // and if even that hangs, SIGALRM does
 
-constexpr size_t SUFFICIENT_STACK = 16 * 1024; // the dump works with buffers of some kilobytes
+// The dump works with some ten kilobytes of buffers, beside the registers that the kernel saves.
+constexpr size_t SUFFICIENT_STACK = 32 * 1024;
 constexpr size_t SIGNAL_STACK_SIZE = 128 * 1024;
 constexpr size_t GUARD_SIZE = 4096 * 16; // whole pages for every page size in use
 

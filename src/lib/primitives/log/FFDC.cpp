@@ -35,15 +35,25 @@ void name_process(char (&name)[FFDC_NAME_SIZE], const char* module) {
     qenstrlcpy(name, process != nullptr ? process.get() : UNNAMED_PROCESS, sizeof name);
 }
 
+// The text that the next entry of the ring displaces, no longer the ring's; null while there is room. It
+// stays readable in its cell until then.
+char* take_oldest(CList& ring) {
+    const CElem* newest = ring.tail();
+    if (newest == nullptr || newest->value()->vtype() != VTYPE_STR) return nullptr;
+    ValueElem* oldest = ring.head()->value();
+    oldest->set_ref(1);
+    return oldest->getstr();
+}
+
 } // namespace
 
 FFDC::FFDC(const char* module, const char* logdir, char print_seqno)
     : _hashtblp(new IntHashTable("FFDCIntHashTable", THREAD_BUCKETS, iht_func)), RoleToBuf{},
-      pid(QENGetPid()), _seqno(0), _print_seqno(print_seqno != 0) {
+      pid(QENGetPid()), lastlogtime{}, _seqno(0), _print_seqno(print_seqno != 0) {
     qenstrlcpy(ffdc_dir, logdir != nullptr ? logdir : ".", sizeof ffdc_dir);
     QENGetSysInfo(sysinfo, sizeof sysinfo);
     QENGetSystemName(hostname, sizeof hostname);
-    if (FFDC_Time(lastlogtime, sizeof lastlogtime) != FFDC_SUCCESS) lastlogtime[0] = '\0';
+    (void)FFDC_Time(lastlogtime, sizeof lastlogtime); // without a clock it stays empty
     name_process(processname, module);
     QENLockInit(&_seq_lock);
     QENLockInit(&_reg_lock);
@@ -52,7 +62,8 @@ FFDC::FFDC(const char* module, const char* logdir, char print_seqno)
 FFDC::~FFDC() {
     for (const uint32_t key : _registered) (void)_hashtblp->remove(key); // the table frees no entries itself
     delete _hashtblp;
-    for (FFDCBufPropT* descriptor : RoleToBuf) {
+    for (const RoleSlot& slot : RoleToBuf) {
+        FFDCBufPropT* descriptor = slot.load(std::memory_order_relaxed);
         if (descriptor == nullptr) continue;
         QENLockDeinit(&descriptor->_rdwr_lock);
         delete descriptor->buffer;
@@ -64,12 +75,13 @@ FFDC::~FFDC() {
 
 // The descriptor of the role, made at its first registration. Null: no memory. Under _reg_lock.
 FFDCBufPropT* FFDC::_descriptor_of(FFDCRoleT role, unsigned int numElem) {
-    if (RoleToBuf[role] != nullptr) return RoleToBuf[role];
-    auto* descriptor = new (std::nothrow) FFDCBufPropT;
+    FFDCBufPropT* descriptor = RoleToBuf[role].load(std::memory_order_relaxed);
+    if (descriptor != nullptr) return descriptor;
+    descriptor = new (std::nothrow) FFDCBufPropT;
     if (descriptor == nullptr) return nullptr;
     descriptor->buffer = new CList(numElem);
     QENLockInit(&descriptor->_rdwr_lock);
-    RoleToBuf[role] = descriptor;
+    RoleToBuf[role].store(descriptor, std::memory_order_release);
     return descriptor;
 }
 
@@ -104,20 +116,32 @@ void FFDC::FFDC_Log(const char* msgp, const char* local_timep) {
     void* found;
     if (_hashtblp->inquire(key_of(pthread_self()), &found) != IHT_OK) return;
     auto* descriptor = static_cast<FFDCBufPropT*>(found);
-
     const size_t size = std::strlen(msgp) + 1;
     std::unique_ptr<char[]> copy(new char[size]);
     std::memcpy(copy.get(), msgp, size);
+
+    char* displaced = nullptr;
     {
         const QENLockGuard guard(&descriptor->_rdwr_lock);
         if (_dying.load(std::memory_order_acquire)) return;
+        displaced = take_oldest(*descriptor->buffer);
         if (descriptor->buffer->write(copy.get()) != nullptr) copy.release(); // the ring's from now on
     }
     if (copy != nullptr) QENSyslog(SEV_INFO, "FFDC_Log: Unsuccessful attempt to write log");
-    if (local_timep != nullptr) {
-        const QENLockGuard guard(&_seq_lock);
-        qenstrlcpy(lastlogtime, local_timep, sizeof lastlogtime);
-    }
+    _free_displaced(displaced);
+    if (local_timep != nullptr) _set_last_time(local_timep);
+}
+
+// A dump in a signal handler that began before the text was displaced may still read it. Whoever finds no
+// such dump here can be sure that a later one finds the new text.
+void FFDC::_free_displaced(const char* text) {
+    std::atomic_thread_fence(std::memory_order_seq_cst);
+    if (!_dying.load(std::memory_order_relaxed)) delete[] text;
+}
+
+void FFDC::_set_last_time(const char* local_timep) {
+    const QENLockGuard guard(&_seq_lock);
+    qenstrlcpy(lastlogtime, local_timep, sizeof lastlogtime);
 }
 
 unsigned long FFDC::seqno() {

@@ -44,9 +44,8 @@ using FFDCBufPropT = ffdc_buf_t;
 // any function; construction and destruction happen while no other thread uses the object. Failures are
 // reported to the system log.
 //
-// Dump file, DIR/FFDC_<role>_<pid>_<process>.log, readable by its owner only: five header lines beginning
-// with
-// "#", then the captured entries, the oldest first.
+// Dump file, DIR/FFDC_<role>_<pid>_<process>.log, readable by its owner only: six header lines that begin
+// with "#", then the captured entries, the oldest first.
 class FFDC : public Pooled<MEM_FFDC> {
 public:
     // module: names the dump files, null for the process's name. logdir: holds them, null for ".". Both are
@@ -67,6 +66,7 @@ public:
     void FFDC_Log(const char* msgp, const char* local_timep);
 
     // Writes the ring of a role, or with FFDC_ROLE_MAX those of all roles up to the first failure, to files.
+    // A file of an earlier dump is replaced; a link, another user's file or anything else is left alone.
     // With sig_recd the call comes from a signal handler: no lock is taken, nothing is allocated or reported,
     // and capturing ends for good. FFDC_FAILURE: no such ring, or a file could not be written.
     int FFDC_DumpLogs(FFDCRoleT role, bool sig_recd);
@@ -79,15 +79,19 @@ public:
     bool print_seqno() const { return _print_seqno; }
 
 private:
+    // Roles can be added while others are dumped.
+    using RoleSlot = std::atomic<FFDCBufPropT*>;
+    static_assert(RoleSlot::is_always_lock_free);
+
     int _dump_all(bool sig_recd);
     int _dump_role(FFDCRoleT role, bool sig_recd);
-    bool _has_ring(int role) const {
-        return RoleToBuf[role] != nullptr && RoleToBuf[role]->buffer != nullptr;
-    }
+    FFDCBufPropT* _ring_of(int role) const; // null: no thread has registered the role
     FFDCBufPropT* _descriptor_of(FFDCRoleT role, unsigned int numElem);
+    void _free_displaced(const char* text);
+    void _set_last_time(const char* local_timep);
 
-    IntHashTable* _hashtblp;                // low 32 bits of the thread identifier -> descriptor of its role
-    FFDCBufPropT* RoleToBuf[FFDC_ROLE_MAX]; // by role; entry 0 is never set
+    IntHashTable* _hashtblp;           // low 32 bits of the thread identifier -> descriptor of its role
+    RoleSlot RoleToBuf[FFDC_ROLE_MAX]; // by role; entry 0 is never set
     int pid;
     char ffdc_dir[FFDC_NAME_SIZE];
     char sysinfo[FFDC_NAME_SIZE];

@@ -5,6 +5,7 @@
 
 #include "platform/unix/QENAssert.h"
 #include "platform/unix/QENPlatform.h"
+#include "primitives/log/FixedText.h"
 #include "primitives/message/severity.h"
 #include "primitives/values/CList.h"
 
@@ -15,35 +16,6 @@
 #include <unistd.h>
 
 namespace {
-
-// Text in a fixed buffer; what does not fit is left out.
-template <size_t Size>
-class FixedText {
-public:
-    FixedText& operator<<(const char* s) {
-        const size_t length = strnlen(s, Size - 1 - _used);
-        std::memcpy(_text + _used, s, length);
-        _used += length;
-        _text[_used] = '\0';
-        return *this;
-    }
-    FixedText& operator<<(int number) {
-        char digits[12];
-        char* at = digits + sizeof digits - 1;
-        *at = '\0';
-        auto rest = number < 0 ? 0u - static_cast<unsigned>(number) : static_cast<unsigned>(number);
-        do *--at = static_cast<char>('0' + rest % 10);
-        while ((rest /= 10) != 0);
-        if (number < 0) *--at = '-';
-        return *this << at;
-    }
-    const char* text() const { return _text; }
-    size_t size() const { return _used; }
-
-private:
-    char _text[Size] = "";
-    size_t _used = 0;
-};
 
 // Collects entries, which are some hundred bytes each, into fewer writes.
 class Output {
@@ -69,14 +41,17 @@ private:
     char _buffer[8192];
 };
 
-// A file of our own, for its owner's eyes only, whatever stood there before: links are not followed, and what
-// is no regular file is refused.
+// A regular file of this user under no second name: writing it changes nothing that lies elsewhere.
+bool is_our_own(int fd) {
+    struct stat st;
+    return fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_nlink == 1 && st.st_uid == geteuid();
+}
+
+// For its owner's eyes only, whatever stood there before. The folder may be one in which everybody can write.
 int open_dump(const char* path) {
     const int fd = open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
     if (fd < 0) return -1;
-    struct stat st;
-    if (fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && fchmod(fd, 0600) == 0 && ftruncate(fd, 0) == 0)
-        return fd;
+    if (is_our_own(fd) && fchmod(fd, 0600) == 0 && ftruncate(fd, 0) == 0) return fd;
     close(fd);
     return -1;
 }
@@ -112,22 +87,30 @@ private:
 
 int FFDC::FFDC_DumpLogs(FFDCRoleT role, bool sig_recd) {
     QEN_CHECK((role > FFDC_ROLE_MIN) && (role <= FFDC_ROLE_MAX));
-    if (sig_recd) _dying.store(true, std::memory_order_release);
+    if (sig_recd) {
+        _dying.store(true, std::memory_order_release);
+        std::atomic_thread_fence(std::memory_order_seq_cst); // see _free_displaced
+    }
     if (role == FFDC_ROLE_MAX) return _dump_all(sig_recd);
-    if (_has_ring(role)) return _dump_role(role, sig_recd);
+    if (_ring_of(role) != nullptr) return _dump_role(role, sig_recd);
     if (!sig_recd) QENSyslog(SEV_INFO, "FFDC_DumpLogs: Invalid buffer for %s role", ubo_FFDCRoleName[role]);
     return FFDC_FAILURE;
 }
 
+FFDCBufPropT* FFDC::_ring_of(int role) const {
+    FFDCBufPropT* descriptor = RoleToBuf[role].load(std::memory_order_acquire);
+    return descriptor != nullptr && descriptor->buffer != nullptr ? descriptor : nullptr;
+}
+
 int FFDC::_dump_all(bool sig_recd) {
     for (int role = FFDC_ROLE_MIN + 1; role < FFDC_ROLE_MAX; ++role)
-        if (_has_ring(role) && _dump_role(static_cast<FFDCRoleT>(role), sig_recd) != FFDC_SUCCESS)
+        if (_ring_of(role) != nullptr && _dump_role(static_cast<FFDCRoleT>(role), sig_recd) != FFDC_SUCCESS)
             return FFDC_FAILURE;
     return FFDC_SUCCESS;
 }
 
 int FFDC::_dump_role(FFDCRoleT role, bool sig_recd) {
-    if (FFDC_DumpLogToFile(RoleToBuf[role], role, sig_recd) == FFDC_SUCCESS) return FFDC_SUCCESS;
+    if (FFDC_DumpLogToFile(_ring_of(role), role, sig_recd) == FFDC_SUCCESS) return FFDC_SUCCESS;
     if (!sig_recd)
         QENSyslog(SEV_INFO, "FFDC_DumpLogs: Error in dumping log to file for %s role",
                   ubo_FFDCRoleName[role]);
@@ -138,7 +121,6 @@ int FFDC::FFDC_DumpLogToFile(FFDCBufPropT* bufpropp, FFDCRoleT role, bool sig_re
     FixedText<3 * FFDC_NAME_SIZE> path;
     path << ffdc_dir << "/FFDC_" << ubo_FFDCRoleName[role] << "_" << pid << "_" << processname << ".log";
     const MaybeLocked guard(&bufpropp->_rdwr_lock, sig_recd);
-
     const int fd = open_dump(path.text());
     if (fd < 0) {
         if (!sig_recd) QENSyslog(SEV_INFO, "FFDC_DumpLogToFile: Could not open file %s", path.text());
@@ -146,7 +128,13 @@ int FFDC::FFDC_DumpLogToFile(FFDCBufPropT* bufpropp, FFDCRoleT role, bool sig_re
     }
     FixedText<8 * FFDC_NAME_SIZE> header;
     header << "#\n# Log File Name:     " << path.text() << "\n# System:       " << hostname
-           << "\n# SysInfo:      " << sysinfo << "\n# Created:      " << lastlogtime << "\n#\n";
+           << "\n# SysInfo:      " << sysinfo << "\n# Created:      ";
+    {
+        const MaybeLocked time_guard(&_seq_lock, sig_recd);
+        header << std::string_view(lastlogtime, strnlen(lastlogtime, sizeof lastlogtime)); // may be torn
+    }
+    header << "\n#\n";
+
     Output output(fd);
     const bool written = output.put(header.text(), header.size()) && put_entries(output, *bufpropp->buffer);
     const bool flushed = written && output.flush();

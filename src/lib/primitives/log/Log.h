@@ -330,6 +330,8 @@ private:
     static void _post(vlog_msg_t* msgp);
 
     // LogFFDC.cpp
+    static void _capture(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,
+                         std::string_view text);
     static void _delete_ffdc();
 
     static constexpr char LOG_DEFAULT_MNEMONIC[] = "QEN";

@@ -3,11 +3,9 @@
 
 #include "platform/unix/QENPlatform.h"
 #include "primitives/log/FFDC.h"
-#include "primitives/message/MsgStruct.h"
-#include "primitives/values/ValueElem.h"
+#include "primitives/log/FixedText.h"
+#include "primitives/log/LogText.h"
 
-#include <algorithm>
-#include <cstdio>
 #include <ctime>
 #include <mutex>
 
@@ -15,8 +13,6 @@ std::atomic<bool> Log::_enable_ffdc{false};
 std::atomic<FFDC*> Log::_ffdc_instance{nullptr};
 
 namespace {
-
-constexpr short MSG_TEXT_ELEMENT = 21;
 
 std::mutex instance_lock; // held while the object is made
 
@@ -72,37 +68,35 @@ void Log::dump_ffdc(int role, bool sig_handler) {
 
 void Log::write_ffdc(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,
                      const char* msgp) {
-    FFDC* ffdc = _ffdc_instance.load(std::memory_order_acquire);
-    if (!is_ffdc_enabled() || ffdc == nullptr || msgp == nullptr) return;
-
-    char entry[LOG_TEXT_SIZE];
-    const char* const now = time_text();
-    const auto thread = static_cast<unsigned>(pthread_self());
-    const int msgcat_id = static_cast<int>(static_cast<unsigned>(cat) << 16 | static_cast<unsigned>(id));
-    int used;
-    if (flags & ULOG_DEBUG)
-        used = std::snprintf(entry, sizeof entry, "%s [FFDC] [%u] %s %s %s\n", now, thread, _mnemp,
-                             level_name(sev), msgp);
-    else
-        used = std::snprintf(entry, sizeof entry, "%s [FFDC] [%u] %s %s %d %s\n", now, thread, _mnemp,
-                             severity_name(sev), msgcat_id, msgp);
-    const size_t end = std::min(static_cast<size_t>(std::max(used, 0)), sizeof entry - 1);
-    if (whop != nullptr && filep != nullptr) {
-        if (ffdc->print_seqno())
-            std::snprintf(entry + end, sizeof entry - end, "\t%s:%s[%d]:%lu\n", filep, whop, line,
-                          ffdc->seqno());
-        else
-            std::snprintf(entry + end, sizeof entry - end, "\t%s:%s[%d]\n", filep, whop, line);
-    }
-    ffdc->FFDC_Log(entry, now);
+    if (msgp != nullptr && is_ffdc_enabled()) _capture(sev, whop, filep, line, flags, cat, id, msgp);
 }
 
 void Log::write_ffdc(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,
                      const MsgStruct* msgp) {
-    if (msgp == nullptr) return;
-    const MsgElem* text = msgp->find(MSG_TEXT_ELEMENT);
-    if (text != nullptr && text->gettype() == VTYPE_STR)
-        write_ffdc(sev, whop, filep, line, flags, cat, id, text->getstr());
+    if (!is_ffdc_enabled()) return;
+    const std::string_view text = message_text(msgp);
+    if (text.data() != nullptr) _capture(sev, whop, filep, line, flags, cat, id, text);
+}
+
+void Log::_capture(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,
+                   std::string_view text) {
+    FFDC* ffdc = _ffdc_instance.load(std::memory_order_acquire);
+    if (ffdc == nullptr) return;
+    const char* const now = time_text();
+    FixedText<LOG_TEXT_SIZE> entry;
+    entry << now << " [FFDC] [" << static_cast<unsigned>(pthread_self()) << "] " << _mnemonic() << " ";
+    if ((flags & ULOG_DEBUG) != 0)
+        entry << level_name(sev) << " " << text << "\n";
+    else
+        entry << severity_name(sev) << " "
+              << static_cast<int>(static_cast<unsigned>(cat) << 16 | static_cast<unsigned>(id)) << " " << text
+              << "\n";
+    if (whop != nullptr && filep != nullptr) {
+        entry << "\t" << filep << ":" << whop << "[" << line << "]";
+        if (ffdc->print_seqno()) entry << ":" << ffdc->seqno();
+        entry << "\n";
+    }
+    ffdc->FFDC_Log(entry.text(), now);
 }
 
 void Log::_delete_ffdc() {
