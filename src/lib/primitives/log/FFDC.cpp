@@ -19,7 +19,6 @@ const char* const ubo_FFDCRoleName[FFDC_ROLE_MAX + 1] = {"MinFFDC",   "AGFWMain"
 namespace {
 
 constexpr uint32_t THREAD_BUCKETS = 1024;
-constexpr uint32_t LAST_SEQNO = 4'294'967'293u;
 constexpr char UNNAMED_PROCESS[] = "KAVOubo";
 
 uint32_t key_of(pthread_t tid) {
@@ -146,8 +145,7 @@ void FFDC::_set_last_time(const char* local_timep) {
 
 unsigned long FFDC::seqno() {
     const QENLockGuard guard(&_seq_lock);
-    if (++_seqno > LAST_SEQNO) _seqno = 0;
-    return _seqno;
+    return _seqno = seqno_after(_seqno);
 }
 
 int FFDC::FFDC_Time(char* bufp, unsigned int size) {

@@ -31,7 +31,8 @@ using FFDCResult = _ffdc_result;
 extern const char* const ubo_FFDCRoleName[FFDC_ROLE_MAX + 1];
 
 inline constexpr unsigned FFDC_RING_SIZE = 1024; // entries kept for a role
-inline constexpr size_t FFDC_NAME_SIZE = 256;    // of the object's texts, NUL included
+inline constexpr uint32_t FFDC_LAST_SEQNO = 4'294'967'293u;
+inline constexpr size_t FFDC_NAME_SIZE = 256; // of the object's texts, NUL included
 
 // What the threads of one role share.
 struct ffdc_buf_t {
@@ -75,7 +76,11 @@ public:
     // Current local time as "%m_%d_%Y.%H_%M_%S". FFDC_FAILURE: the clock cannot be read, or no room.
     static int FFDC_Time(char* bufp, unsigned int size);
 
-    unsigned long seqno(); // the next sequence number: 1, 2, ... 4,294,967,293, 0, 1, ...
+    // Sequence numbers run 1, 2, ... 4,294,967,293, 0, 1, ...
+    static constexpr uint32_t seqno_after(uint32_t number) {
+        return number < FFDC_LAST_SEQNO ? number + 1 : 0;
+    }
+    unsigned long seqno(); // the next one
     bool print_seqno() const { return _print_seqno; }
 
 private:
@@ -83,6 +88,7 @@ private:
     using RoleSlot = std::atomic<FFDCBufPropT*>;
     static_assert(RoleSlot::is_always_lock_free);
 
+    int _open_dump(const char* path, bool sig_recd) const;
     int _dump_all(bool sig_recd);
     int _dump_role(FFDCRoleT role, bool sig_recd);
     FFDCBufPropT* _ring_of(int role) const; // null: no thread has registered the role

@@ -1,5 +1,5 @@
 // Writing the rings to files. The same code serves a request of the program and a handler of a fatal signal,
-// so it is written for the latter: open, write and close, no stdio, no allocation; only the former locks and
+// so it is written for the latter: system calls only, no stdio, no allocation; only the former locks and
 // reports.
 #include "primitives/log/FFDC.h"
 
@@ -16,6 +16,8 @@
 #include <unistd.h>
 
 namespace {
+
+constexpr int OPEN_FLAGS = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 
 // Collects entries, which are some hundred bytes each, into fewer writes.
 class Output {
@@ -47,13 +49,16 @@ bool is_our_own(int fd) {
     return fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_nlink == 1 && st.st_uid == geteuid();
 }
 
-// For its owner's eyes only, whatever stood there before. The folder may be one in which everybody can write.
-int open_dump(const char* path) {
-    const int fd = open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
-    if (fd < 0) return -1;
-    if (is_our_own(fd) && fchmod(fd, 0600) == 0 && ftruncate(fd, 0) == 0) return fd;
-    close(fd);
-    return -1;
+// The last dump makes a file of its own, so that one which is under way cannot spoil it. That one may be just
+// about to make its file, at most once per thread.
+int open_last_dump(const char* path) {
+    int fd = -1;
+    for (int attempt = 0; fd < 0 && attempt < 8; ++attempt) {
+        (void)unlink(path); // there may be none
+        fd = open(path, OPEN_FLAGS | O_EXCL, 0600);
+        if (fd < 0 && errno != EEXIST) break;
+    }
+    return fd;
 }
 
 bool put_entries(Output& output, const CList& ring) {
@@ -117,11 +122,24 @@ int FFDC::_dump_role(FFDCRoleT role, bool sig_recd) {
     return FFDC_FAILURE;
 }
 
+// A file for its owner's eyes only, whatever stood there before. The folder may be one in which everybody can
+// write, hence the checks.
+int FFDC::_open_dump(const char* path, bool sig_recd) const {
+    if (sig_recd) return open_last_dump(path);
+    if (_dying.load()) return -1;
+    const int fd = open(path, OPEN_FLAGS, 0600);
+    if (fd < 0) return -1;
+    // Asked again: what was opened may by now be the file of the last dump.
+    if (!_dying.load() && is_our_own(fd) && fchmod(fd, 0600) == 0 && ftruncate(fd, 0) == 0) return fd;
+    close(fd);
+    return -1;
+}
+
 int FFDC::FFDC_DumpLogToFile(FFDCBufPropT* bufpropp, FFDCRoleT role, bool sig_recd) {
     FixedText<3 * FFDC_NAME_SIZE> path;
     path << ffdc_dir << "/FFDC_" << ubo_FFDCRoleName[role] << "_" << pid << "_" << processname << ".log";
     const MaybeLocked guard(&bufpropp->_rdwr_lock, sig_recd);
-    const int fd = open_dump(path.text());
+    const int fd = _open_dump(path.text(), sig_recd);
     if (fd < 0) {
         if (!sig_recd) QENSyslog(SEV_INFO, "FFDC_DumpLogToFile: Could not open file %s", path.text());
         return FFDC_FAILURE;
