@@ -150,7 +150,8 @@ TEST_F(OptionsTest, AcceptedShapes) {
         {{"-sev", "i", "f"}, of_f},
         {{"-sev", "I", "-otype", "qEn", "f"}, of_f},
         {{"-path", root() + "/ldf", "-info", "f"}, of_f}, // -info elsewhere counts for nothing
-        {{"-any", "-any", "-any", "-sev", "i", "-tail", "1", "f"}, of_f}, // neither does -tail in a crowd
+        {{"-dbg", "-dbg", "-dbg", "-tail", "1", "f"}, of_f},
+        {{"-dbg", "-dbg", "-dbg", "-dbg", "-tail", "1", "f"}, of_f + "\tLog:open[42]\n"}, // -tail in a crowd
         {{"-msgid", "%-1", "f"}, of_f},
         {{"-category", "25", "-msgid", "0", "f"}, of_f},
     };
