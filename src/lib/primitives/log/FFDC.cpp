@@ -122,7 +122,7 @@ void FFDC::FFDC_Log(const char* msgp, const char* local_timep) {
     char* displaced = nullptr;
     {
         const QENLockGuard guard(&descriptor->_rdwr_lock);
-        if (_dying.load(std::memory_order_acquire)) return;
+        if (_dying.load(std::memory_order_acquire) != 0) return;
         displaced = take_oldest(*descriptor->buffer);
         if (descriptor->buffer->write(copy.get()) != nullptr) copy.release(); // the ring's from now on
     }
@@ -131,11 +131,10 @@ void FFDC::FFDC_Log(const char* msgp, const char* local_timep) {
     if (local_timep != nullptr) _set_last_time(local_timep);
 }
 
-// A dump in a signal handler that began before the text was displaced may still read it. Whoever finds no
-// such dump here can be sure that a later one finds the new text.
+// A dump in a signal handler that began before the text was displaced may still read it. Both sides change
+// _dying: either the dump comes later, and finds what the ring holds now, or it is seen here.
 void FFDC::_free_displaced(const char* text) {
-    std::atomic_thread_fence(std::memory_order_seq_cst);
-    if (!_dying.load(std::memory_order_relaxed)) delete[] text;
+    if (_dying.fetch_add(0, std::memory_order_acq_rel) == 0) delete[] text;
 }
 
 void FFDC::_set_last_time(const char* local_timep) {

@@ -109,5 +109,5 @@ private:
     QENLock _seq_lock;
     QENLock _reg_lock;
     std::vector<uint32_t> _registered; // keys in _hashtblp; guarded by _reg_lock
-    std::atomic<bool> _dying{false};   // a signal handler walks the rings: they stay as they are
+    std::atomic<int> _dying{0};        // 1: a signal handler walks the rings: they stay as they are
 };

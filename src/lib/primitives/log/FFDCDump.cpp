@@ -92,10 +92,7 @@ private:
 
 int FFDC::FFDC_DumpLogs(FFDCRoleT role, bool sig_recd) {
     QEN_CHECK((role > FFDC_ROLE_MIN) && (role <= FFDC_ROLE_MAX));
-    if (sig_recd) {
-        _dying.store(true, std::memory_order_release);
-        std::atomic_thread_fence(std::memory_order_seq_cst); // see _free_displaced
-    }
+    if (sig_recd) _dying.exchange(1, std::memory_order_acq_rel); // see _free_displaced
     if (role == FFDC_ROLE_MAX) return _dump_all(sig_recd);
     if (_ring_of(role) != nullptr) return _dump_role(role, sig_recd);
     if (!sig_recd) QENSyslog(SEV_INFO, "FFDC_DumpLogs: Invalid buffer for %s role", ubo_FFDCRoleName[role]);
@@ -126,11 +123,11 @@ int FFDC::_dump_role(FFDCRoleT role, bool sig_recd) {
 // write, hence the checks.
 int FFDC::_open_dump(const char* path, bool sig_recd) const {
     if (sig_recd) return open_last_dump(path);
-    if (_dying.load()) return -1;
+    if (_dying.load() != 0) return -1;
     const int fd = open(path, OPEN_FLAGS, 0600);
     if (fd < 0) return -1;
     // Asked again: what was opened may by now be the file of the last dump.
-    if (!_dying.load() && is_our_own(fd) && fchmod(fd, 0600) == 0 && ftruncate(fd, 0) == 0) return fd;
+    if (_dying.load() == 0 && is_our_own(fd) && fchmod(fd, 0600) == 0 && ftruncate(fd, 0) == 0) return fd;
     close(fd);
     return -1;
 }

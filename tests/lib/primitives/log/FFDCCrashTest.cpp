@@ -20,10 +20,11 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 
 #if defined(__SANITIZE_THREAD__)
-constexpr bool OVERFLOWS_ARE_SIGNALLED = false; // a deep recursion ends in the sanitizer's own call stack
+constexpr bool UNDER_TSAN = true;
 #else
-constexpr bool OVERFLOWS_ARE_SIGNALLED = true;
+constexpr bool UNDER_TSAN = false;
 #endif
+constexpr bool OVERFLOWS_ARE_SIGNALLED = !UNDER_TSAN; // there a deep recursion overruns its own call stack
 
 constexpr size_t PAGE = 4096;
 volatile int zero = 0;
@@ -48,14 +49,18 @@ void access_behind_the_file() {
 }
 
 // A bug that writes over the end of a block is found when the block is freed.
-[[gnu::no_sanitize("address"), gnu::noinline]] void overrun(volatile char* block, size_t size) {
-    for (size_t i = 0; i < 8; ++i) block[size + i] = 'x';
+struct Block : Pooled<MEM_MISC> {
+    char text[32];
+};
+
+[[gnu::no_sanitize("address", "thread", "undefined"), gnu::noinline]] void overrun(volatile char* text) {
+    for (size_t i = 0; i < sizeof(Block::text) + 8; ++i) text[i] = 'x';
 }
 
 void free_damaged_block() {
-    char* block = new char[32];
-    overrun(block, 32);
-    delete[] block;
+    auto* block = new Block;
+    overrun(block->text);
+    delete block;
 }
 
 class FFDCCrash : public FFDCFixture {
@@ -153,6 +158,7 @@ TEST_F(FFDCCrash, WithoutADumpTheSignalEndsTheProcessAsWell) {
 // The signal meets a thread anywhere within capture: in the allocator, under the lock of the ring, between
 // the steps that replace an entry; other threads go on capturing, or dump.
 TEST_F(FFDCCrash, WhileThreadsCaptureAndDump) {
+    if (UNDER_TSAN) GTEST_SKIP() << "a dump in a signal handler reads without locks, on purpose";
     constexpr int ROUNDS = 30;
     for (int round = 0; round < ROUNDS; ++round) {
         SCOPED_TRACE(round);
