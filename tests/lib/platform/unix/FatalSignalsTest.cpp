@@ -65,17 +65,27 @@ Outcome run(void (*dump)(int), const std::function<void()>& crash) {
     return outcome;
 }
 
-void dump(int) {
+void trace_dump(int) {
     write_mark('d');
 }
+void slow_dump(int) {
+    write_mark('d'), usleep(200'000), write_mark('e');
+}
+void hanging_dump(int) {
+    write_mark('d');
+    for (;;) pause();
+}
 
-TEST(FatalSignals, DumpRunsOnceAndTheSignalEndsTheProcess) {
+TEST(FatalSignals, DumpRunsOnceAndTheFirstSignalEndsTheProcess) {
+    const auto segv = [] { raise(SIGSEGV); };
     const struct {
         const char* name;
         std::function<void()> crash;
         int signal;
+        void (*dump)(int) = trace_dump;
+        const char* marks = "d";
     } cases[] = {
-        {"raised SIGSEGV", [] { raise(SIGSEGV); }, SIGSEGV},
+        {"raised SIGSEGV", segv, SIGSEGV},
         {"raised SIGBUS", [] { raise(SIGBUS); }, SIGBUS},
         {"abort", [] { std::abort(); }, SIGABRT},
         {"sent from outside", [] { kill(getpid(), SIGSEGV), pause(); }, SIGSEGV},
@@ -88,68 +98,33 @@ TEST(FatalSignals, DumpRunsOnceAndTheSignalEndsTheProcess) {
              }).join();
          },
          SIGSEGV},
+        {"nothing to dump", segv, SIGSEGV, nullptr, ""},
+        {"dump aborts", segv, SIGABRT, [](int) { write_mark('d'), std::abort(); }},
+        {"dump faults", segv, SIGSEGV, [](int) { write_mark('d'), raise(SIGBUS); }},
+        {"second thread waits for the dump of the first",
+         [] {
+             std::thread other([] { usleep(50'000), raise(SIGBUS); });
+             raise(SIGSEGV);
+             other.join();
+         },
+         SIGSEGV, slow_dump, "de"},
+        {"hanging dump, all signals blocked",
+         [] {
+             std::signal(SIGALRM, SIG_IGN); // nothing that the program does with alarms matters
+             sigset_t all;
+             sigfillset(&all);
+             sigprocmask(SIG_BLOCK, &all, nullptr);
+             std::abort();
+         },
+         SIGABRT, hanging_dump},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const Outcome outcome = run(dump, c.crash);
+        const Outcome outcome = run(c.dump, c.crash);
         EXPECT_EQ(c.signal, outcome.signal);
-        EXPECT_EQ("d", outcome.marks);
-        EXPECT_LT(outcome.took, 4s);
+        EXPECT_EQ(c.marks, outcome.marks);
+        EXPECT_LT(outcome.took, c.dump == hanging_dump ? 6s : 4s); // five, and a slow machine
     }
-    EXPECT_EQ(SIGSEGV, run(nullptr, [] { raise(SIGSEGV); }).signal);
-}
-
-TEST(FatalSignals, FailingDumpStillEndsInTheFirstSignal) {
-    const struct {
-        const char* name;
-        void (*dump)(int);
-        int signal;
-    } cases[] = {
-        {"aborts", [](int) { write_mark('d'), std::abort(); }, SIGABRT},
-        {"faults", [](int) { write_mark('d'), raise(SIGBUS), write_mark('e'); }, SIGSEGV},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        const Outcome outcome = run(c.dump, [] { raise(SIGSEGV); });
-        EXPECT_EQ(c.signal, outcome.signal);
-        EXPECT_EQ('d', outcome.marks.at(0));
-        EXPECT_LT(outcome.took, 4s);
-    }
-}
-
-TEST(FatalSignals, SecondThreadWaitsForTheDumpOfTheFirst) {
-    const auto slow_dump = [](int) {
-        write_mark('d');
-        usleep(200'000);
-        write_mark('e');
-    };
-    const Outcome outcome = run(slow_dump, [] {
-        std::thread other([] {
-            usleep(50'000);
-            raise(SIGBUS);
-        });
-        raise(SIGSEGV);
-        other.join();
-    });
-    EXPECT_EQ(SIGSEGV, outcome.signal);
-    EXPECT_EQ("de", outcome.marks);
-}
-
-TEST(FatalSignals, HangingDumpIsCutShort) {
-    const auto hang = [](int) {
-        write_mark('d');
-        for (;;) pause();
-    };
-    const Outcome outcome = run(hang, [] {
-        std::signal(SIGALRM, SIG_IGN); // nothing that the program does with alarms matters
-        sigset_t all;
-        sigfillset(&all);
-        sigprocmask(SIG_BLOCK, &all, nullptr);
-        std::abort();
-    });
-    EXPECT_EQ(SIGABRT, outcome.signal);
-    EXPECT_EQ("d", outcome.marks);
-    EXPECT_LT(outcome.took, 6s); // five, and a slow machine
 }
 
 TEST(Signals, IgnoredSignalsDoNotEndTheProcess) {

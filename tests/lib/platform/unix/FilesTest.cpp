@@ -36,79 +36,49 @@ protected:
     fs::path _home, _dir;
 };
 
-TEST_F(Files, CheckDirFollowsLinksAndRefusesTheRest) {
-    make_file("file", 1);
-    fs::create_directory("dir");
-    fs::create_symlink("dir", "link-to-dir");
-    fs::create_symlink("nowhere", "dangling");
-    EXPECT_EQ(1, QENCheckDir("dir"));
-    EXPECT_EQ(1, QENCheckDir("link-to-dir"));
-    for (const char* name : {"file", "dangling", "missing", "file/below", ""})
-        EXPECT_EQ(0, QENCheckDir(name)) << name;
-    EXPECT_EQ(0, QENCheckDir(nullptr));
-}
-
-TEST_F(Files, FileSizeSaturatesInsteadOfWrapping) {
-    const struct {
-        off_t size;
-        int32_t expect;
-    } cases[] = {{0, 0},
-                 {117, 117},
-                 {2147483646, 2147483646},
-                 {2147483647, 2147483647},
-                 {2147483648, 2147483647},
-                 {4294967296 + 5, 2147483647}};
-    for (const auto& c : cases) {
-        make_file("file", c.size);
-        EXPECT_EQ(c.expect, QENGetFileSize("file")) << c.size;
-    }
-    EXPECT_EQ(-1, QENGetFileSize("missing"));
-    EXPECT_EQ(-1, QENGetFileSize(nullptr));
-}
-
-TEST_F(Files, DeleteReportsWhyNothingWasRemoved) {
-    make_file("file", 0);
+TEST_F(Files, EachNameHasItsAnswers) {
+    make_file("file", 117);
+    make_file("last", 2147483647);
+    make_file("beyond", 4294967296 + 5); // saturates instead of wrapping
     fs::create_directories("full/sub");
     fs::create_directory("empty");
+    fs::create_symlink("full", "link");
+    fs::create_symlink("nowhere", "dangling");
+    constexpr int ANY = -2;
     const struct {
         const char* name;
-        int expect, error;
-    } cases[] = {{"file", 0, 0},
-                 {"empty", 0, 0},
-                 {"file", -1, ENOENT},
-                 {"full", -1, ENOTEMPTY},
-                 {nullptr, -1, EINVAL}};
+        int is_dir, size, removed, error;
+    } cases[] = {{"file", 0, 117, 0, 0},          {"last", 0, 2147483647, 0, 0},
+                 {"beyond", 0, 2147483647, 0, 0}, {"file", 0, -1, -1, ENOENT}, // gone
+                 {"link", 1, ANY, 0, 0},          {"full", 1, ANY, -1, ENOTEMPTY},
+                 {"empty", 1, ANY, 0, 0},         {"dangling", 0, -1, 0, 0},
+                 {"", 0, -1, -1, ENOENT},         {nullptr, 0, -1, -1, EINVAL}};
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.name != nullptr ? c.name : "null");
+        EXPECT_EQ(c.is_dir, QENCheckDir(c.name));
+        EXPECT_TRUE(c.size == ANY || c.size == QENGetFileSize(c.name));
         int error = 0;
-        EXPECT_EQ(c.expect, QENDeleteFile(c.name, &error));
-        EXPECT_EQ(c.error, error) << (c.name != nullptr ? c.name : "null");
+        EXPECT_EQ(c.removed, QENDeleteFile(c.name, &error));
+        EXPECT_EQ(c.error, error);
     }
     EXPECT_EQ(-1, QENDeleteFile("missing"));
 }
 
 // Each name passes through a shell and must arrive byte for byte.
 TEST_F(Files, MakeDirCreatesExactlyTheNamedDirectory) {
-    const char* names[] = {"a/b/c",          "with blank",      "quo\"te",
-                           "$(touch pwned)", "`touch pwned`",   "; touch pwned",
-                           "back\\slash",    "trailing\\",      "-p",
-                           "--help",         "$HOME",           "new\nline",
-                           "'single'",       "* ? [x] ~ ! # &", "\\$(touch pwned)",
-                           "\xC3\xA4\xFF"};
-    for (const char* name : names) {
+    for (const char* name :
+         {"a/b/c", "with blank", "quo\"te", "$(touch pwned)", "`touch pwned`", "; touch pwned", "back\\slash",
+          "trailing\\", "-p", "--help", "$HOME", "new\nline", "'single'", "* ? [x] ~ ! # &",
+          "\\$(touch pwned)", "\xC3\xA4\xFF"}) {
         EXPECT_EQ(0, QENMakeDir(name));
         EXPECT_EQ(1, QENCheckDir(name)) << name;
         EXPECT_EQ(0, QENMakeDir(name)) << "existing: " << name;
         fs::remove_all(*fs::path(name).begin());
     }
     EXPECT_TRUE(fs::is_empty("."));
-}
-
-TEST_F(Files, MakeDirTellsOnlyWhetherTheChildRan) {
     make_file("file", 0);
-    EXPECT_EQ(0, QENMakeDir("file/below"));
-    EXPECT_EQ(0, QENCheckDir("file/below"));
+    EXPECT_EQ(0, QENMakeDir("file/below")) << "it tells only whether the child ran";
     EXPECT_EQ(-1, QENMakeDir(nullptr));
-
     const auto old = std::signal(SIGCHLD, SIG_IGN); // nothing is left to wait for then
     EXPECT_EQ(0, QENMakeDir("ignoring"));
     std::signal(SIGCHLD, old);
@@ -116,30 +86,20 @@ TEST_F(Files, MakeDirTellsOnlyWhetherTheChildRan) {
 }
 
 TEST_F(Files, BasenameOfPaths) {
-    const struct {
-        const char *path, *expect;
-    } cases[] = {{"/usr/bin/taqmsg", "taqmsg"}, {"taqmsg", "taqmsg"}, {"/a/b//", "b"}, {"/", "/"}, {"", "."}};
-    for (const auto& c : cases) {
-        std::string path = c.path;
-        EXPECT_STREQ(c.expect, QENCLIBasename(path.data())) << c.path;
-    }
+    const std::pair<std::string, const char*> cases[] = {
+        {"/usr/bin/taqmsg", "taqmsg"}, {"taqmsg", "taqmsg"}, {"/a/b//", "b"}, {"/", "/"}, {"", "."}};
+    for (auto [path, base] : cases) EXPECT_STREQ(base, QENCLIBasename(path.data())) << path;
 }
 
 TEST_F(Files, WriteAllEndsAtTheFirstError) {
-    const std::string data(100'000, 'x');
-    int fd = open("out", O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
-    EXPECT_TRUE(QENWriteAll(fd, data.data(), data.size()));
-    close(fd);
-    EXPECT_EQ(100'000, QENGetFileSize("out"));
-    fd = open("/dev/full", O_WRONLY | O_CLOEXEC);
-    EXPECT_FALSE(QENWriteAll(fd, "x", 1));
+    const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    EXPECT_FALSE(QENWriteAll(full, "x", 1));
     EXPECT_EQ(ENOSPC, errno);
-    close(fd);
+    close(full);
 }
 
 TEST(Environment, GetenvCopiesCutsAndClears) {
     setenv("QEN_TEST_VARIABLE", "0123456789", 1);
-    setenv("QEN_TEST_EMPTY", "", 1);
     const struct {
         const char* name;
         size_t size;
@@ -147,9 +107,7 @@ TEST(Environment, GetenvCopiesCutsAndClears) {
         const char* text;
     } cases[] = {{"QEN_TEST_VARIABLE", 11, 0, "0123456789"},
                  {"QEN_TEST_VARIABLE", 10, 0, "012345678"},
-                 {"QEN_TEST_VARIABLE", 1, 0, ""},
                  {"QEN_TEST_VARIABLE", 0, 0, "zzz"},
-                 {"QEN_TEST_EMPTY", 8, 0, ""},
                  {"QEN_TEST_UNSET", 8, -1, ""},
                  {nullptr, 8, -1, ""}};
     for (const auto& c : cases) {

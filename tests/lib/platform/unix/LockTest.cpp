@@ -10,6 +10,8 @@
 
 namespace {
 
+using namespace std::chrono_literals;
+
 struct Locked : testing::Test {
     Locked() {
         QENLockInit(&lock);
@@ -27,26 +29,34 @@ using LockTest = Locked;
 using LockDeathTest = Locked;
 
 TEST_F(LockTest, OwnerIsTheHolderAndNullWhileFree) {
-    EXPECT_EQ(nullptr, lock.owner);
-    QENLockAcquire(&lock);
-    ASSERT_NE(nullptr, lock.owner);
-    EXPECT_TRUE(pthread_equal(*lock.owner, pthread_self()));
-    int taken = -1;
-    std::thread([&] { taken = QENLockTryAcquire(&lock); }).join();
-    EXPECT_EQ(0, taken);
-    EXPECT_TRUE(pthread_equal(*lock.owner, pthread_self()));
-    QENLockAssertCallerIsOwner(&lock);
-    QENLockRelease(&lock);
+    const auto taken_by_another = [&] {
+        int taken = -1;
+        std::thread([&] {
+            taken = QENLockTryAcquire(&lock);
+            if (taken) QENLockRelease(&lock);
+        }).join();
+        return taken;
+    };
+    EXPECT_EQ(1, taken_by_another());
     EXPECT_EQ(nullptr, lock.owner);
     EXPECT_EQ(1, QENLockTryAcquire(&lock));
+    EXPECT_EQ(0, taken_by_another());
     EXPECT_EQ(0, QENLockTryAcquire(&lock));
+    QENLockAssertCallerIsOwner(&lock);
+    ASSERT_NE(nullptr, lock.owner);
+    EXPECT_TRUE(pthread_equal(*lock.owner, pthread_self()));
     QENLockRelease(&lock);
+    EXPECT_EQ(nullptr, lock.owner);
+    EXPECT_EQ(1, QENMutexTryLock(&lock.mutex)); // the bare mutex too tells busy from taken
+    EXPECT_EQ(0, QENMutexTryLock(&lock.mutex));
+    QENMutexUnlock(&lock.mutex);
 }
 
 TEST_F(LockDeathTest, MisuseEndsTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     static constexpr const char* OTHERS =
         "ASSERTION FAILED: file .*QENLock.cpp, line [0-9]+, expression \\(0\\)";
+    static pthread_cond_t other = PTHREAD_COND_INITIALIZER;
     const struct {
         const char* name;
         std::function<void(QENLock&)> misuse;
@@ -54,22 +64,11 @@ TEST_F(LockDeathTest, MisuseEndsTheProcess) {
     } cases[] = {
         {"release of a free lock", [](QENLock& l) { QENLockRelease(&l); }},
         {"release by another thread",
-         [](QENLock& l) {
-             QENLockAcquire(&l);
-             std::thread([&] { QENLockRelease(&l); }).join();
-         }},
+         [](QENLock& l) { QENLockAcquire(&l), std::thread([&] { QENLockRelease(&l); }).join(); }},
         {"acquired twice", [](QENLock& l) { QENLockAcquire(&l), QENLockAcquire(&l); }},
         {"owner of a free lock", [](QENLock& l) { QENLockAssertCallerIsOwner(&l); }},
-        {"wait without the lock",
-         [](QENLock& l) {
-             pthread_cond_t other = PTHREAD_COND_INITIALIZER;
-             QENCondCvwait(&other, &l, 1);
-         }},
-        {"acquired when it records an owner",
-         [](QENLock& l) {
-             l.owner = &l._holder;
-             QENLockAcquire(&l);
-         }},
+        {"wait without the lock", [](QENLock& l) { QENCondCvwait(&other, &l, 1); }},
+        {"free, but with an owner", [](QENLock& l) { l.owner = &l._holder, QENLockAcquire(&l); }},
         {"deinit while held", [](QENLock& l) { QENLockAcquire(&l), QENLockDeinit(&l); },
          "expression \\(lockp->owner == NULL\\)"},
         {"destroying a held mutex", [](QENLock& l) { QENMutexLock(&l.mutex), QENMutexDestroy(&l.mutex); }},
@@ -80,7 +79,7 @@ TEST_F(LockDeathTest, MisuseEndsTheProcess) {
 TEST_F(LockTest, ExcludesThreads) {
     constexpr int THREADS = 4, ROUNDS = 5000;
     long counter = 0;
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int t = 0; t < THREADS; ++t)
         threads.emplace_back([&, t] {
             for (int i = 0; i < ROUNDS; ++i) {
@@ -92,21 +91,8 @@ TEST_F(LockTest, ExcludesThreads) {
                 QENLockRelease(&lock);
             }
         });
-    for (auto& thread : threads) thread.join();
+    threads.clear();
     EXPECT_EQ(THREADS * ROUNDS, counter);
-}
-
-TEST_F(LockTest, BareMutexTellsBusyFromTaken) {
-    pthread_mutex_t mutex;
-    QENMutexInit(&mutex);
-    QENMutexLock(&mutex);
-    int taken = -1;
-    std::thread([&] { taken = QENMutexTryLock(&mutex); }).join();
-    EXPECT_EQ(0, taken);
-    QENMutexUnlock(&mutex);
-    EXPECT_EQ(1, QENMutexTryLock(&mutex));
-    QENMutexUnlock(&mutex);
-    QENMutexDestroy(&mutex);
 }
 
 TEST(CondDeadline, CarriesIntoTheSeconds) {
@@ -128,27 +114,18 @@ TEST(CondDeadline, CarriesIntoTheSeconds) {
 }
 
 TEST_F(LockTest, TimedWaitsEndByThemselvesWithTheLockHeld) {
-    using std::chrono::steady_clock;
     const timeval span = {0, 30'999}; // whole milliseconds count
-    const struct {
-        const char* name;
-        std::function<void()> wait;
-    } cases[] = {
-        {"lock", [&] { EXPECT_EQ(ETIMEDOUT, QENCondCvwait(&cond, &lock, 30)); }},
-        {"span", [&] { QENCondCvwait(&cond, &lock, &span); }},
-        {"mutex", [&] { EXPECT_EQ(ETIMEDOUT, QENCondCvwait(&cond, &lock.mutex, 30)); }},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        const QENLockGuard guard(&lock);
-        const auto start = steady_clock::now();
-        c.wait();
-        EXPECT_GE(steady_clock::now() - start, std::chrono::milliseconds(25)); // the clocks differ a little
+    const QENLockGuard guard(&lock);
+    for (const std::function<int()>& wait :
+         std::vector<std::function<int()>>{[&] { return QENCondCvwait(&cond, &lock, 30); },
+                                           [&] { return QENCondCvwait(&cond, &lock, &span), ETIMEDOUT; },
+                                           [&] { return QENCondCvwait(&cond, &lock.mutex, 30); }}) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(ETIMEDOUT, wait());
+        EXPECT_GE(std::chrono::steady_clock::now() - start, 25ms); // the clocks differ a little
         QENLockAssertCallerIsOwner(&lock);
     }
-    const QENLockGuard guard(&lock);
-    EXPECT_EQ(ETIMEDOUT, QENCondCvwait(&cond, &lock, 0));
-    EXPECT_EQ(ETIMEDOUT, QENCondCvwait(&cond, &lock, -2));
+    for (const int at_once : {0, -2}) EXPECT_EQ(ETIMEDOUT, QENCondCvwait(&cond, &lock, at_once));
 }
 
 // The waiter lets the other thread own the lock meanwhile, and is its owner again afterwards.
@@ -162,12 +139,9 @@ TEST_F(LockTest, WaitHandsTheLockOverAndTakesItBack) {
             by_span ? QENCondCvbcast(&cond) : QENCondCvsignal(&cond);
             QENLockRelease(&lock);
         });
-        while (!ready) {
-            if (by_span)
-                QENCondCvwait(&cond, &lock, static_cast<const timeval*>(nullptr));
-            else
-                QENCondCvwait(&cond, &lock, -1);
-        }
+        const timeval* for_ever = nullptr;
+        while (!ready)
+            by_span ? QENCondCvwait(&cond, &lock, for_ever) : (void)QENCondCvwait(&cond, &lock, -1);
         QENLockAssertCallerIsOwner(&lock);
         QENLockRelease(&lock);
         other.join();

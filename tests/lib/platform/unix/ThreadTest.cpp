@@ -4,7 +4,7 @@
 #include "platform/unix/QENHooks.h"
 
 #include <cerrno>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <string>
 #include <syslog.h>
 #include <vector>
@@ -17,12 +17,9 @@ constexpr bool THREAD_SANITIZER = false;
 
 namespace {
 
-struct Report {
-    int number;
-    std::string text, function;
-    std::vector<std::string> args;
-};
-std::vector<Report> reports;
+using testing::ElementsAre;
+
+std::vector<std::string> reports; // "number function: text [first argument, second argument]"
 
 struct ThreadTest : testing::Test {
     ThreadTest() {
@@ -30,10 +27,10 @@ struct ThreadTest : testing::Test {
         syslog_lines.clear();
         QENHooks hooks;
         hooks.thread_failure = [](const QENThreadFailure& f) {
-            Report report = {f.number, f.text, f.function, {}};
+            std::string args;
             for (const char* arg : f.args)
-                if (arg != nullptr) report.args.push_back(arg);
-            reports.push_back(report);
+                if (arg != nullptr) args += std::string("|") + arg;
+            reports.push_back(std::to_string(f.number) + " " + f.function + ": " + f.text + args);
         };
         QENSetHooks(hooks);
         QENThreadInit(&attr);
@@ -55,45 +52,20 @@ void* exits(void* arg) {
 
 TEST_F(ThreadTest, ValueOfAThreadReachesTheJoiner) {
     int state;
-    ASSERT_NE(nullptr, attr);
     ASSERT_EQ(0, pthread_attr_getdetachstate(attr, &state));
     EXPECT_EQ(PTHREAD_CREATE_JOINABLE, state);
     char base[3];
-    const struct {
-        void* (*body)(void*);
-        char* expect;
-    } cases[] = {{plus_one, base + 1}, {exits, base + 2}};
-    for (const auto& c : cases) {
+    const std::pair<void* (*)(void*), char*> cases[] = {{plus_one, base + 1}, {exits, base + 2}};
+    for (const auto& [body, expect] : cases) {
         pthread_t tid;
         void* value = nullptr;
-        ASSERT_EQ(0, QENThreadCreate(attr, &tid, c.body, base, 0));
-        EXPECT_FALSE(pthread_equal(tid, QENThreadGetCurrent()));
+        ASSERT_EQ(0, QENThreadCreate(attr, &tid, body, base, 0));
         EXPECT_EQ(0, QENThreadJoin(tid, &value));
-        EXPECT_EQ(c.expect, value);
+        EXPECT_EQ(expect, value);
+        ASSERT_EQ(0, QENThreadCreate(nullptr, &tid, body, base, 0));
+        EXPECT_EQ(0, QENThreadJoin(tid, nullptr));
     }
-    pthread_t tid;
-    ASSERT_EQ(0, QENThreadCreate(nullptr, &tid, plus_one, base, 0));
-    EXPECT_EQ(0, QENThreadJoin(tid, nullptr));
-    EXPECT_TRUE(reports.empty());
-}
-
-TEST_F(ThreadTest, JoinOfNoThreadIsReported) {
-    if (THREAD_SANITIZER) GTEST_SKIP();
-    pthread_t ended;
-    ASSERT_EQ(0, QENThreadCreate(attr, &ended, plus_one, nullptr, 0));
-    ASSERT_EQ(0, QENThreadJoin(ended, nullptr));
-    for (const pthread_t tid :
-         {pthread_t{0}, pthread_t{1}, pthread_t{0x1000}, ~pthread_t{0}, ~pthread_t{15}, ended}) {
-        reports.clear();
-        void* value = &value;
-        EXPECT_EQ(ESRCH, QENThreadJoin(tid, &value));
-        EXPECT_EQ(nullptr, value);
-        ASSERT_EQ(1u, reports.size());
-        EXPECT_EQ(13163, reports[0].number);
-        EXPECT_EQ("QENThreadJoin", reports[0].function);
-        EXPECT_EQ("Could not join thread(" + std::to_string(tid) + ") - No such thread", reports[0].text);
-        EXPECT_EQ((std::vector<std::string>{std::to_string(tid), "No such thread"}), reports[0].args);
-    }
+    EXPECT_THAT(reports, ElementsAre());
 }
 
 void* waits_for_lock(void* mutex) {
@@ -102,45 +74,48 @@ void* waits_for_lock(void* mutex) {
     return nullptr;
 }
 
-TEST_F(ThreadTest, JoinOfADetachedThreadIsReported) {
+TEST_F(ThreadTest, JoinOfNoThreadOrADetachedOneIsReported) {
     if (THREAD_SANITIZER) GTEST_SKIP();
     static pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER; // outlives the thread
     QENMutexLock(&mutex);
+    pthread_t ended, detached;
     ASSERT_EQ(0, pthread_attr_setdetachstate(attr, PTHREAD_CREATE_DETACHED));
-    pthread_t tid;
-    ASSERT_EQ(0, QENThreadCreate(attr, &tid, waits_for_lock, &mutex, 0));
-    EXPECT_EQ(EINVAL, QENThreadJoin(tid, nullptr));
+    ASSERT_EQ(0, QENThreadCreate(attr, &detached, waits_for_lock, &mutex, 0));
+    ASSERT_EQ(0, QENThreadCreate(nullptr, &ended, plus_one, nullptr, 0));
+    ASSERT_EQ(0, QENThreadJoin(ended, nullptr));
+    const std::pair<pthread_t, int> cases[] = {
+        {0, ESRCH}, {1, ESRCH}, {0x1000, ESRCH}, {~pthread_t{0}, ESRCH}, {ended, ESRCH}, {detached, EINVAL}};
+    for (const auto& [tid, error] : cases) {
+        reports.clear();
+        void* value = &value;
+        EXPECT_EQ(error, QENThreadJoin(tid, &value));
+        EXPECT_EQ(nullptr, value);
+        const std::string id = std::to_string(tid);
+        const std::string why = error == ESRCH ? "No such thread" : "Thread is not joinable";
+        EXPECT_THAT(reports, ElementsAre("13163 QENThreadJoin: Could not join thread(" + id + ") - " + why +
+                                         "|" + id + "|" + why));
+    }
     QENMutexUnlock(&mutex);
-    ASSERT_EQ(1u, reports.size());
-    EXPECT_EQ("Thread is not joinable", reports[0].args.at(1));
 }
 
-TEST_F(ThreadTest, CreateFailureIsReportedToTheLogOrElseTheSystemLog) {
+TEST_F(ThreadTest, FailuresAreReportedToTheLogOrElseTheSystemLog) {
+    QENThreadInit(nullptr);
+    EXPECT_THAT(reports, ElementsAre("17357 QENThreadInit: Thread attributes object is NULL"));
+    reports.clear();
     ASSERT_EQ(0, pthread_attr_setstacksize(attr, size_t{1} << 46)); // no address space has that much left
     pthread_t tid;
     EXPECT_EQ(-1, QENThreadCreate(attr, &tid, plus_one, nullptr, 0));
-    ASSERT_EQ(1u, reports.size());
-    EXPECT_EQ(13162, reports[0].number);
-    EXPECT_EQ("Could not create thread", reports[0].text);
+    EXPECT_THAT(reports, ElementsAre("13162 QENThreadCreate: Could not create thread"));
     EXPECT_TRUE(syslog_lines.empty());
 
     QENSetHooks({});
     EXPECT_EQ(-1, QENThreadCreate(attr, &tid, plus_one, nullptr, 0));
-    EXPECT_EQ(1u, reports.size());
     ASSERT_EQ(1u, syslog_lines.size());
     EXPECT_EQ(LOG_WARNING, syslog_lines[0].priority);
     EXPECT_EQ("Could not create thread", syslog_lines[0].text);
-}
-
-TEST_F(ThreadTest, AttributesNeedAPlace) {
-    QENThreadInit(nullptr);
-    ASSERT_EQ(1u, reports.size());
-    EXPECT_EQ(17357, reports[0].number);
-    EXPECT_EQ("Thread attributes object is NULL", reports[0].text);
     QENThreadDeinit(&attr);
+    QENThreadDeinit(&attr); // nothing is left
     EXPECT_EQ(nullptr, attr);
-    QENThreadDeinit(&attr);
-    QENThreadDeinit(nullptr);
 }
 
 TEST_F(ThreadTest, TsdKeysLiveUntilDeinit) {
