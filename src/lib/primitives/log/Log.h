@@ -128,6 +128,11 @@ public:
     void write_app(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
                    int id, MsgStruct* ipm_msg_in) override;
 
+    // As write_app with process_va_args(fmtp, args). While the logger thread runs it builds the structure,
+    // not the caller.
+    void write_formatted(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
+                         int id, const char* fmtp, QENVaList& args);
+
     // A debug text. With ULOG_HAND_OVER it was made with new[] and becomes the log's. Does not ask
     // is_enabled.
     void write_dbg(ulog_dbg_lev lev, const char* whop, const char* filep, int line, int flags, int cat,

@@ -6,6 +6,7 @@
 #include "platform/unix/QENAssert.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/LogText.h"
+#include "primitives/log/PackedMessage.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/message/ipm_messages.h"
 #include "primitives/strings/QENString.h"
@@ -92,6 +93,8 @@ MsgStruct* Log::process_args(const char* fmtp, ...) {
 }
 
 MsgStruct* Log::process_va_args(const char* fmtp, QENVaList& args) {
+    PackedMessage packed;
+    if (packed.pack(fmtp, args)) return packed.message();
     char text[LOG_TEXT_SIZE];
     format_text(text, fmtp, args);
     auto* msgp = new MsgStruct;

@@ -173,6 +173,7 @@ void Log::_write_record(vlog_msg_t* record) {
         write_admin(r->timet, r->sev, r->whop, r->filep, r->line, r->cat, r->id, msgp.get());
         return;
     }
+    if (r->packed_args >= 0) msgp.reset(unpack_message(r->packed(), r->packed_args));
     const bool is_handed_over = (r->flags & ULOG_HAND_OVER) != 0;
     MsgStruct* structp = is_handed_over ? msgp.release() : msgp.get(); // write_log deletes it, or we do
     r->logp->write_log(r->timet, r->sev, r->whop, r->filep, r->line, r->flags, r->cat, r->id, text.get(),

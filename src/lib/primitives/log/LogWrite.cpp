@@ -13,6 +13,7 @@
 #include "primitives/log/LogMessage.h"
 #include "primitives/log/LogQueue.h"
 #include "primitives/log/LogText.h"
+#include "primitives/log/PackedMessage.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/utils/msg_log_add.h"
 
@@ -62,6 +63,15 @@ void Log::write_app(ulog_app_sev sev, const char* whop, const char* filep, int l
     const bool copy = (flags & ULOG_HAND_OVER) == 0 && ipm_msg_in != nullptr;
     MsgStruct* msgp = copy ? ipm_msg_in->deep_dup() : ipm_msg_in;
     _post(new vlog_msg_t(this, now, sev, whop, filep, line, flags, cat, id, /*debug_text=*/nullptr, msgp));
+}
+
+void Log::write_formatted(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
+                          int id, const char* fmtp, QENVaList& args) {
+    flags |= ULOG_HAND_OVER;
+    PackedMessage packed;
+    if (!_mt.load(std::memory_order_acquire) || !packed.pack(fmtp, args))
+        return write_app(sev, whop, filep, line, flags, cat, id, process_va_args(fmtp, args));
+    _post(new (packed) vlog_msg_t(this, time(nullptr), sev, whop, filep, line, flags, cat, id, packed));
 }
 
 void Log::write_dbg(ulog_dbg_lev lev, const char* whop, const char* filep, int line, int flags, int cat,

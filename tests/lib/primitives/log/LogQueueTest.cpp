@@ -1,3 +1,4 @@
+#include <climits>
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
@@ -7,6 +8,8 @@
 
 #include "LogFixture.h"
 #include "primitives/log/LogQueue.h"
+#include "primitives/log/MessageSite.h"
+#include "primitives/values/VList.h"
 
 namespace {
 
@@ -153,6 +156,45 @@ TEST_F(LogQueueTest, NobodyOvertakesWhatTheFinishingThreadStillHasToWrite) {
     producer.join();
     stopper.join();
     EXPECT_THAT(gated.texts(), testing::ElementsAre("first", "second", "third"));
+}
+
+// Whichever way a message takes, its text and arguments must be those that the C library's formatter makes.
+TEST_F(LogQueueTest, FormattedMessagesAreTheSameOnBothWays) {
+    const std::string longest(4095, 'x'), longer(5000, 'y');
+    const char* null = nullptr;
+    log.set_cache_enabled();
+    std::vector<std::string> expected;
+    for (bool queued : {false, true}) {
+        if (queued) Log::start_logger();
+        QEN_MESSAGE(&log, SEV_INFO, BARE, 25, 1, "plain 100%%");
+        QEN_MESSAGE(&log, SEV_INFO, BARE, 25, 1, "%s%d|%i|%u|%ld|%li|%lu", "", INT_MIN, 7, UINT_MAX, LONG_MIN,
+                    -1L, ULONG_MAX);
+        QEN_MESSAGE(&log, SEV_INFO, BARE, 25, 1, "%s and %5d", null, 42);
+        QEN_MESSAGE(&log, SEV_INFO, BARE, 25, 1, "<%s>%d", longest.c_str(), 5);
+        QEN_MESSAGE(&log, SEV_INFO, BARE, 25, 1, "%s", longer.c_str());
+        QEN_MESSAGE(&log, SEV_INFO, BARE, 25, 1, "%s", "");
+        if (queued) Log::stop_logger();
+        expected.insert(expected.end(),
+                        {"plain 100%",
+                         "-2147483648|7|4294967295|-9223372036854775808|-1|18446744073709551615",
+                         "(null) and    42", "<" + longest.substr(1), longer.substr(0, 4095), ""});
+    }
+    EXPECT_EQ(expected, lines());
+    const std::vector<std::vector<std::string>> args = {
+        {},
+        {"", "-2147483648", "7", "4294967295", "-9223372036854775808", "-1", "18446744073709551615"},
+        {"(null)", "   42"},
+        {longest, "5"},
+        {longer.substr(0, 4095)},
+        {""}};
+    ASSERT_EQ(12, log.cache_vlistp()->count());
+    const VElem* entry = log.cache_vlistp()->head();
+    for (size_t i = 0; i < 12; ++i, entry = entry->next()) {
+        std::vector<std::string> found;
+        for (const MsgElem* e = entry->getmsg()->find(22); e != nullptr; e = e->next())
+            found.emplace_back(e->getstr());
+        EXPECT_EQ(args[i % 6], found) << i;
+    }
 }
 
 TEST_F(LogQueueTest, AdminMessagesAndSwitchesPassThroughTheThread) {
