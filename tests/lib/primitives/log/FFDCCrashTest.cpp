@@ -53,7 +53,7 @@ struct Block : Pooled<MEM_MISC> {
     char text[32];
 };
 
-[[gnu::no_sanitize("address", "thread", "undefined"), gnu::noinline]] void overrun(volatile char* text) {
+__attribute__((no_sanitize("address", "thread", "undefined"), noinline)) void overrun(volatile char* text) {
     for (size_t i = 0; i < sizeof(Block::text) + 8; ++i) text[i] = 'x';
 }
 

@@ -72,7 +72,7 @@ TEST_F(LogFileTest, LimitCountsEveryByteOfALine) {
                  {"no_time", 0x2, 4 + 5 + 10 + 1}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        for (size_t missing : {0, 1}) {
+        for (const size_t missing : {0u, 1u}) {
             const std::string name = c.name + std::to_string(missing);
             const std::string a = name + "_A.log", b = name + "_B.log";
             Log log;

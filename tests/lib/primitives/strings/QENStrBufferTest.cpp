@@ -75,7 +75,8 @@ TEST(QENStrBuffer, BeyondTheLimitNothingIsAddedUntilTheFlagIsCleared) {
     buffer << 'z';
     EXPECT_FALSE(buffer);
     EXPECT_EQ(0, buffer.insert(buffer.str(), 'z', 1));
-    EXPECT_EQ(0, buffer.append("z", "z" + 1));
+    const char more[] = "z";
+    EXPECT_EQ(0, buffer.append(more, more + 1));
     buffer.reset();
     EXPECT_TRUE(buffer);
     EXPECT_STREQ("", buffer.str());

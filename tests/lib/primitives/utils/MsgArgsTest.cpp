@@ -89,7 +89,7 @@ TEST(MsgArgs, FlagsWidthAndPrecisionAreThePrintersOwn) {
 
 TEST(MsgArgs, LongTextsAreCut) {
     const std::string text(5000, 'x');
-    for (const size_t len : {4094, 4095, 4096, 5000}) {
+    for (const size_t len : {4094u, 4095u, 4096u, 5000u}) {
         const std::string arg = text.substr(0, len);
         const std::string cut = text.substr(0, std::min<size_t>(len, 4095));
         EXPECT_THAT(encode("%s%d", arg.c_str(), 1), ElementsAre(cut, "1")) << len;
