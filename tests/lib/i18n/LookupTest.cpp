@@ -8,42 +8,41 @@ namespace {
 
 using Lookup = I18nTest;
 
-TEST_F(Lookup, ArgumentsThatDoNotFitBecomeQuestionMarks) {
+TEST_F(Lookup, TextsTakeTheirArgumentsWithin4096Bytes) {
     std::string percents; // too many pieces for the cache
     for (int i = 0; i < 40; ++i) percents += "%%";
-    const std::string forty_a = std::string(40, '%') + "a";
-    tree()
-        .catalog("core", 25,
-                 CatalogBuilder()
-                     .text(1, "%s on %s")
-                     .text(2, "none")
-                     .text(3, "%2$s, %1$s")
-                     .text(4, "%s%s%s%s%s%s")
-                     .text(5, "%s%s%s%s%s%s%s")
-                     .text(6, "")
-                     .text(7, percents + "%s"))
-        .write();
+    const std::string forty = std::string(40, '%') + "a", b4093(4093, 'b');
+    const std::string fits(4091, 'a'), exceeds(4092, 'a'), a3000(3000, 'a');
+    const char* texts[] = {"%s on %s",       "none", "%2$s, %1$s", "%s%s%s%s%s%s",
+                           "%s%s%s%s%s%s%s", "",     "%1$s%1$s",   "%s"};
+    CatalogBuilder file;
+    for (u32 n = 1; n <= 8; ++n) file.text(n, texts[n - 1]);
+    file.text(9, percents + "%s").text(10, b4093).text(11, b4093 + "b").text(12, b4093 + "bb%s%s%s");
+    tree().catalog("core", 25, file).write();
     ASSERT_EQ(I18N_SOK, open());
     const struct {
         u32 number;
         std::vector<const char*> args;
-        const char* expect;
+        std::string expect;
     } cases[] = {
         {1, {"a", "b"}, "a on b"},
         {1, {"a"}, "??? on ???"},
-        {1, {}, "??? on ???"},
         {1, {"a", "b", "c"}, "??? on ???"},
         {1, {"%s", "%n"}, "%s on %n"},
-        {2, {}, "none"},
         {2, {"a"}, "none"},
         {3, {"a", "b"}, "b, a"},
         {3, {"a"}, "???, ???"},
         {4, {"a", "b", "c", "d", "e", "f"}, "abcdef"},
         {5, {"a", "b", "c", "d", "e", "f"}, "<1>"},
         {5, {}, "<1>"},
-        {6, {}, ""},
-        {6, {"a"}, ""},
-        {7, {"a"}, forty_a.c_str()},
+        {9, {"a"}, forty},
+        // Text and arguments, each with one byte for a NUL, stay below 4096.
+        {8, {fits.c_str()}, fits}, // 1 + 4091 + 3
+        {8, {exceeds.c_str()}, "???"},
+        {10, {}, b4093},
+        {11, {}, "<1>"},
+        {12, {}, "<1>"},
+        {7, {a3000.c_str(), "x"}, std::string(4095, 'a')}, // a repetition outgrows the check: cut
     };
     for (const auto& c : cases)
         EXPECT_EQ(c.expect, text(25, c.number, c.args)) << c.number << ", " << c.args.size();
@@ -52,34 +51,6 @@ TEST_F(Lookup, ArgumentsThatDoNotFitBecomeQuestionMarks) {
     ASSERT_EQ(I18N_SOK,
               i18nGetSafeMsg(&handle, 25, 1, &p, &size, "a", nullptr, "b")); // the first null ends them
     EXPECT_STREQ("??? on ???", p);
-}
-
-// The longest text that is shown: record and arguments, each with one byte for a NUL, stay below 4096.
-TEST_F(Lookup, TextAndArgumentsShare4096Bytes) {
-    const std::string b4093(4093, 'b'), b4094(4094, 'b'), b4095(4095, 'b'), b2000(2000, 'b');
-    tree()
-        .catalog("core", 25,
-                 CatalogBuilder()
-                     .text(1, "%s")
-                     .text(2, b4093)
-                     .text(3, b4094)
-                     .text(4, "%1$s%1$s%2$s")
-                     .text(5, b4095 + "%s%s%s"))
-        .write();
-    ASSERT_EQ(I18N_SOK, open());
-    const std::string fits(4091, 'a'), exceeds(4092, 'a'); // 1 + 4091 + 3 is the last below 4096
-    EXPECT_EQ(fits, text(25, 1, {fits.c_str()}));
-    EXPECT_EQ("???", text(25, 1, {exceeds.c_str()}));
-    EXPECT_EQ(b4093, text(25, 2));
-    EXPECT_EQ("<1>", text(25, 3));
-    EXPECT_EQ("<1>", text(25, 5));
-    // A repeated position outgrows the check: cut at the buffer's end. (4 + 3000 + 14 bytes, but 6001 of
-    // text)
-    const std::string a3000(3000, 'a');
-    tree().catalog("core", 25, CatalogBuilder().text(1, "%1$s%1$s")).write();
-    i18nClose(&handle);
-    ASSERT_EQ(I18N_SOK, open());
-    EXPECT_EQ(std::string(4095, 'a'), text(25, 1, {a3000.c_str(), "x"}));
 }
 
 TEST_F(Lookup, CallersBufferBoundsTheText) {
@@ -98,32 +69,26 @@ TEST_F(Lookup, CallersBufferBoundsTheText) {
 }
 
 TEST_F(Lookup, OtherFormsReturnTheTextTheirWay) {
-    const std::string b3000(3000, 'b');
+    const std::string b3000(3000, 'b'), a4000(4000, 'a');
     tree()
         .catalog("core", 25, CatalogBuilder().text(1, "%s: %s, 5%%").text(2, b3000).text(3, "%s%s%s%s%s%s%s"))
         .write();
     ASSERT_EQ(I18N_SOK, open());
     char* p = nullptr;
     s32 size = 0;
-    for (int i = 0; i < 2;
-         ++i) { // read, then kept; what the caller does to a text must not reach the kept one
+    for (int i = 0; i < 2; ++i) { // read, then kept
         ASSERT_EQ(I18N_SOK, i18nGetSimpleMsg(&handle, 25, 1, &p, &size));
         EXPECT_EQ("%s: %s, 5%%", shown(I18N_SOK, p, size));
-        *p = 'X';
+        *p = 'X'; // must not reach the kept one
     }
-    ASSERT_EQ(I18N_SOK, i18nGetSimpleMsg(&handle, 25, 2, &p, &size)); // longer than the first buffer
-    EXPECT_EQ(b3000, shown(I18N_SOK, p, size));
-    ASSERT_EQ(I18N_SOK, i18nGetMsg(&handle, 25, 1, &p, &size, "a", "b"));
-    EXPECT_EQ("a: b, 5%", shown(I18N_SOK, p, size));
-    ASSERT_EQ(I18N_SOK, i18nGetMsg(&handle, 25, 1, &p, &size, "a", nullptr));
-    EXPECT_EQ("a: ???, 5%", shown(I18N_SOK, p, size));
-    ASSERT_EQ(I18N_SOK, i18nGetUTF8Msg(&handle, 25, 3, &p, &size, "1", "2", "3", "4", "5", "6"));
-    EXPECT_EQ("123456???", shown(I18N_SOK, p, size));
-    const std::string a4000(4000, 'a');
-    ASSERT_EQ(I18N_SOK, i18nGetMsg(&handle, 25, 1, &p, &size, a4000.c_str(), a4000.c_str()));
-    EXPECT_EQ(4096, size);
-    EXPECT_EQ(I18N_ENOTFOUND, i18nGetSimpleMsg(&handle, 25, 9, &p, &size));
-    EXPECT_EQ("<3>", shown(I18N_ENOTFOUND, p, size));
+    const auto expect = [&](const std::string& text, int rc) { EXPECT_EQ(text, shown(rc, p, size)); };
+    expect(b3000, i18nGetSimpleMsg(&handle, 25, 2, &p, &size)); // longer than the first buffer
+    expect("<3>", i18nGetSimpleMsg(&handle, 25, 9, &p, &size));
+    expect("a: b, 5%", i18nGetMsg(&handle, 25, 1, &p, &size, "a", "b"));
+    expect("a: ???, 5%", i18nGetMsg(&handle, 25, 1, &p, &size, "a", nullptr));
+    expect("123456???", i18nGetUTF8Msg(&handle, 25, 3, &p, &size, "1", "2", "3", "4", "5", "6"));
+    expect(a4000 + ": " + a4000.substr(0, 93),
+           i18nGetMsg(&handle, 25, 1, &p, &size, a4000.c_str(), a4000.c_str()));
 }
 
 TEST_F(Lookup, WithoutHandleNothingIsFound) {
@@ -177,9 +142,7 @@ TEST_F(Lookup, LeastUsedOfSixCatalogsIsClosed) {
     EXPECT_EQ((std::set<std::string>{"a", "b", "c", "d", "f"}), open_catalogs());
     use("g", 1); // c has one use
     use("e", 1); // seen before, so its file stays closed
-    EXPECT_EQ((std::set<std::string>{"a", "b", "d", "f", "g"}), open_catalogs());
-    use("g", 2);
-    use("g", 2);
+    use("gg", 2);
     use("c", 3); // a, b, d, f and g have three uses each: the first slot goes
     EXPECT_EQ((std::set<std::string>{"b", "c", "d", "f", "g"}), open_catalogs());
     EXPECT_EQ(5, i18nGetOpenHandleCount(&handle));
@@ -204,10 +167,8 @@ TEST_F(Lookup, LanguageChangesAndComesBack) {
     tree("en").catalog("core", 25, CatalogBuilder().text(1, "yes")).write();
     tree("de").catalog("core", 25, CatalogBuilder().text(1, "ja")).write();
     ASSERT_EQ(I18N_SOK, open());
-    EXPECT_EQ("yes", text(25, 1));
-    void* const before = handle;
     EXPECT_EQ(I18N_SOK, i18nChangeLang(&handle, "en"));
-    EXPECT_EQ(before, handle);
+    EXPECT_EQ("yes", text(25, 1));
     EXPECT_EQ(I18N_SOK, i18nChangeLang(&handle, "de"));
     EXPECT_EQ("ja", text(25, 1));
     EXPECT_EQ(I18N_EFAIL, i18nChangeLang(&handle, "xx"));
