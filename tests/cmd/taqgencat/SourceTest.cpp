@@ -64,13 +64,8 @@ TEST(SourceParser, LaterFileReplacesAndDeletes) {
     EXPECT_THAT(flat(messages), ElementsAre("1:2=B", "1:3=d"));
     EXPECT_EQ("t.msg", *messages[1][2].pos.file);
     EXPECT_EQ(4u, messages[1][2].pos.line);
-}
-
-TEST(SourceParser, DefaultSetTakesWhatPrecedesSet) {
-    Messages messages;
-    Diagnostics faults;
-    EXPECT_TRUE(parse_source("s.msg", "5 a\n$set 3\n5 b\n", DefaultSet::First, messages, faults));
-    EXPECT_THAT(flat(messages), ElementsAre("1:5=a", "3:5=b"));
+    EXPECT_TRUE(parse_source("u.msg", "5 a\n$set 3\n5 b\n", DefaultSet::First, messages, faults));
+    EXPECT_THAT(flat(messages), ElementsAre("1:2=B", "1:3=d", "1:5=a", "3:5=b"));
 }
 
 TEST(SourceParser, FaultsNameTheirLine) {
@@ -86,21 +81,15 @@ TEST(SourceParser, FaultsNameTheirLine) {
     } cases[] = {{"1 a\n", 1, "a message stands outside any set; $set must come first"},
                  {"$set 1\n$delset 2\n1 a\n", 3, "a message stands outside any set; $set must come first"},
                  {"$set 0\n1 a\n2 b\n", 1, set},
-                 {"$set 65536\n", 1, set},
                  {"$set 4294967297\n", 1, set},
-                 {"$set x\n", 1, set},
-                 {"$set\n", 1, set},
                  {"$set -1\n", 1, set},
                  {"$set 2\n$set 2\n", 2, "set 2 must come before set 2"},
-                 {"$set 2\n$set 1\n", 2, "set 1 must come before set 2"},
                  {"$delset 0\n", 1, "$delset takes a category from 1 to 65535"},
                  {"$sets 1\n", 1, "unknown directive; a comment has a blank behind $"},
-                 {"$quote ab\n", 1, quote},
                  {"$quote \\\n", 1, quote},
                  {"$quote \xC2\xAB\n", 1, quote},
                  {" 1 a\n", 1, "a line begins with a message number or with $"},
                  {"$set 1\n65536 a\n", 2, number},
-                 {"$set 1\n99999999999 a\n", 2, number},
                  {"$set 1\n1a\n", 2, number},
                  {"$set 1\n4 a\n3 b\n", 3, order},
                  {"$set 1\n4 a\\\n\\\nc\n4 b\n", 5, "message 4 is given twice"},
@@ -134,29 +123,20 @@ TEST(Checker, RefusesWhatTheLookupCannotFill) {
                  {"%s%s%s%s%s%s", ""},
                  {"%6$s%5$s%4$s%3$s%2$s%1$s", ""},
                  {"%% %s%% %%%%", ""},
-                 {"%%d", ""},
                  {"%s%s%s%s%s%s%s", "more than six specifiers"},
                  {"%1$s%2$s%3$s%4$s%5$s%6$s%7$s", "more than six specifiers"},
                  {"%7$s", once},
-                 {"%2$s", once},
                  {"%1$s %1$s", once},
                  {"%1$s %3$s", once},
                  {"%s %2$s", mixed},
-                 {"%1$s %s", mixed},
                  {"%%s", doubled},
                  {"%%1$s", doubled},
                  {"%d", stray},
-                 {"%-5s", stray},
                  {"%.3s", stray},
                  {"%0$s", stray},
-                 {"%1$d", stray},
-                 {"%n", stray},
                  {"100%", stray},
                  {"%%%", stray},
-                 {"% s", stray},
                  {"\xFF", "not valid UTF-8"},
-                 {"\xC0\xAF", "not valid UTF-8"},
-                 {"\xED\xA0\x80", "not valid UTF-8"},
                  {x(4093), ""},
                  {x(4094), room},
                  {x(4088) + "%s", ""},
@@ -167,10 +147,9 @@ TEST(Checker, RefusesWhatTheLookupCannotFill) {
         messages[7][3] = {c.text, {std::make_shared<const std::string>("f"), 9}};
         Diagnostics faults;
         EXPECT_EQ(c.reason.empty(), check_texts(messages, faults));
-        if (c.reason.empty())
-            EXPECT_THAT(faults.lines(), ElementsAre());
-        else
-            EXPECT_THAT(faults.lines(), ElementsAre("f:9: message 3 of set 7: " + c.reason));
+        std::vector<std::string> expected;
+        if (!c.reason.empty()) expected.push_back("f:9: message 3 of set 7: " + c.reason);
+        EXPECT_EQ(expected, faults.lines());
     }
 }
 
@@ -185,8 +164,7 @@ TEST(Checker, TranslationsKeepTheMessagesAndTheirSpecifiers) {
                                             "t.msg:4: message 4 of set 1 is not in the reference",
                                             "s.msg:4: message 3 of set 1 has no translation",
                                             "s.msg:6: message 1 of set 2 has no translation"));
-    Diagnostics none;
-    EXPECT_TRUE(check_translation(reference, reference, none));
+    EXPECT_TRUE(check_translation(reference, reference, faults));
 }
 
 } // namespace
