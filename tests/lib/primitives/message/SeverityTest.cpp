@@ -7,26 +7,10 @@
 TEST(Severity, NamesFollowTheNumbers) {
     const struct {
         int number;
-        const char* app;
-        const char* dbg;
-    } cases[] = {
-        {0, "CRITICAL", "DBG_1"},
-        {4, "INFO", "DBG_5"},
-        {5, "", "DBG_6"},
-        {20, "", "DBG_21"},
-        {21, "", "DBG_AGTRACE"},
-        {27, "", "DBG_CFM"},
-        {33, "", "DBG_IPM"},
-        {36, "", "DBG_NT_EVENT"},
-        {39, "", "DBG_TPC"},
-        {44, "", "DBG_NETWORK1"},
-        {49, "", "DBG_CVN"},
-        {52, "", "DBG_RES2"},
-        {53, "", ""},
-        {-1, "", ""},
-        {INT_MIN, "", ""},
-        {INT_MAX, "", ""},
-    };
+        const char *app, *dbg;
+    } cases[] = {{0, "CRITICAL", "DBG_1"}, {4, "INFO", "DBG_5"}, {20, "", "DBG_21"}, {21, "", "DBG_AGTRACE"},
+                 {36, "", "DBG_NT_EVENT"}, {52, "", "DBG_RES2"}, {53, "", ""},       {-1, "", ""},
+                 {INT_MIN, "", ""},        {INT_MAX, "", ""}};
     for (const auto& c : cases) {
         EXPECT_STREQ(c.app, ulog_app_sev_name(c.number)) << c.number;
         EXPECT_STREQ(c.dbg, ulog_dbg_lev_name(c.number)) << c.number;
