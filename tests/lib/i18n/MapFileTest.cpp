@@ -65,19 +65,6 @@ TEST(MapEntry, ValueMayHave4095Bytes) {
 
 using MapFile = I18nTest;
 
-TEST_F(MapFile, GivesTheCatalogsInItsOrder) {
-    std::string map = tree().catalog("core", 25, {}, 1, 900).catalog("sev", 65534, {}, 0, 4).map();
-    const stream in(map + "\nwhatever follows = is not read");
-    bmc_table table;
-    ASSERT_EQ(I18N_SOK, bmcmap_read(in.fp, "/dir/", "EN", "kore", &table));
-    ASSERT_EQ(2u, table.size());
-    EXPECT_EQ("/dir/core.bmc", table[0]._pathp);
-    EXPECT_EQ("1.0", table[0]._versionp);
-    EXPECT_EQ(65534u, table[1]._category);
-    EXPECT_EQ(4u, table[1]._msg_id_max);
-    EXPECT_EQ(-1, table[1]._mru_ndx);
-}
-
 TEST_F(MapFile, WrongContentsAreRefused) {
     const std::string head = "language=en\nKORE=a\n", group = "a.v=1\na.c=7\na.l=1\na.h=2\n";
     const struct {

@@ -19,7 +19,7 @@ namespace {
 
 using testing::ElementsAre;
 
-std::vector<std::string> reports; // "number function: text [first argument, second argument]"
+std::vector<std::string> reports; // "number function: text|first argument|second argument"
 
 struct ThreadTest : testing::Test {
     ThreadTest() {

@@ -1,7 +1,5 @@
 #include "primitives/values/DList.h"
 
-#include <regex>
-
 #include "ValuesSupport.h"
 
 namespace {
@@ -93,23 +91,6 @@ TEST(DListDeath, MisuseNamesTheBrokenRule) {
     EXPECT_DEATH(linked.append(&linked), "expression \\(dlink->_dlist == NULL\\)");
     EXPECT_DEATH(alone.insert(new DLink), "expression \\(_dlist != NULL\\)");
     EXPECT_DEATH(alone.unlink(), "expression \\(_dlist != NULL\\)");
-}
-
-TEST(DList, DumpIndentsByLevelsButNotTheCount) {
-    DList empty, list;
-    DLink link;
-    list.append(&link);
-    testing::internal::CaptureStdout();
-    empty.print("empty", nullptr, 1);
-    list.print("one", nullptr, 0);
-    fflush(stdout);
-    const std::string dump = testing::internal::GetCapturedStdout();
-    const std::string of_link = " {\n        this=*\n        _dlist=*\n        _object=(nil)\n"
-                                "        _next=(nil)\n        _prev=(nil)\n    }\n";
-    EXPECT_EQ(std::regex_replace(dump, std::regex("0x[0-9a-f]{6,}"), "*"),
-              "    DList(empty) {\n        this=*\ncount=0x0\n        _head=0x0\n        _tail=0x0\n    }\n"
-              "DList(one) {\n    this=*\ncount=0x1\n    DLink(_head)" +
-                  of_link + "    DLink(_tail)" + of_link + "}\n");
 }
 
 } // namespace

@@ -10,12 +10,8 @@ TEST(ValueElem, ArgumentTypePicksTheValueType) {
     int ends = 0;
     Probe object(&ends);
     unsigned char bytes[4] = {};
-    VList all;
-    EXPECT_EQ(all.append(short{2})->vtype(), VTYPE_S16);
-    EXPECT_EQ(all.append('c')->vtype(), VTYPE_S8);
-    EXPECT_EQ(all.append("literal", 1)->vtype(), VTYPE_STR);
-    EXPECT_EQ(all.append(bytes, 1)->vtype(), VTYPE_PTR);
-    EXPECT_EQ(all.append(&object, 1)->vtype(), VTYPE_OBJECT);
+    EXPECT_EQ(ValueElem(bytes, 1).vtype(), VTYPE_PTR);
+    EXPECT_EQ(ValueElem(&object, 1).vtype(), VTYPE_OBJECT);
     static_assert(!CellValue<long> && !CellValue<unsigned> && !CellValue<double>, "no silent narrowing");
     static_assert(!CellValue<std::nullptr_t, int> && !CellValue<const char*>, "no guessing");
 }
