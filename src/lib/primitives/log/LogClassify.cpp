@@ -24,7 +24,8 @@ uint32_t identifier(int cat, int id) {
 
 // False when the message has no such integer.
 bool get_int(const MsgStruct* msgp, int16_t id, int32_t& value) {
-    const MsgElem* elemp = msgp->find(id);
+    const MsgElem* elemp =
+        msgp->find(id); // NOLINT(clang-analyzer-core.CallAndMessage): a type comes from a message
     if (elemp == nullptr || elemp->gettype() != VTYPE_S32) return false;
     value = elemp->gets32();
     return true;

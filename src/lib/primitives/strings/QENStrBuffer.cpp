@@ -43,7 +43,7 @@ size_t QENStrBuffer::_capacity_for(size_t added) const {
 // in a new array, so that text stays as it is until it was copied.
 void QENStrBuffer::_grow_with(size_t capacity, size_t at, const char* text, size_t length) {
     char* larger = new char[capacity];
-    if (at != 0) std::memcpy(larger, storage, at);
+    if (storage != nullptr) std::memcpy(larger, storage, at);
     if (length != 0) std::memcpy(larger + at, text, length);
     if (size_ != at) std::memcpy(larger + at + length, storage + at, size_ - at);
     delete[] storage;

@@ -19,7 +19,7 @@ enum key_case { FOLD_CASE, KEEP_CASE };
 // are signed: those from 0x80 on are below "a".
 template <key_case CASE>
 uint32_t step(uint32_t h, char c) {
-    int value = static_cast<signed char>(c);
+    int value = static_cast<signed char>(c); // NOLINT(bugprone-signed-char-misuse)
     if (CASE == FOLD_CASE && value <= '`') value += 'a' - 'A';
     h = (h << 4) + static_cast<uint32_t>(value);
     const uint32_t high = h & 0xF0000000u;

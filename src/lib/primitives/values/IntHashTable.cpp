@@ -58,7 +58,7 @@ int IntHashTable::insert(uint32_t key, void* value) {
     DList& bucket = _bucket_of(key);
     if (_find(bucket, key) != nullptr) return IHT_EEXISTS;
     bucket.insert(link.release());
-    entry.release(); // the link carries it
+    (void)entry.release(); // the link carries it
     return IHT_OK;
 }
 
