@@ -1,18 +1,12 @@
-#include "commoncmd/commoncmd.h"
-
 #include <csignal>
-#include <cstdio>
 #include <gtest/gtest.h>
+#include <string>
 
+#include "commoncmd/commoncmd.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/MessageSite.h"
 
 namespace {
-
-using testing::internal::CaptureStderr;
-using testing::internal::CaptureStdout;
-using testing::internal::GetCapturedStderr;
-using testing::internal::GetCapturedStdout;
 
 class CommoncmdTest : public ::testing::Test {
 protected:
@@ -25,38 +19,31 @@ protected:
         Log::destroy();
     }
 
-    static std::string error_line() {
-        CaptureStderr();
+    // The pair goes by these names and writes to the standard streams, without times.
+    static void expect_pair(const char* name, const char* err_name) {
+        ASSERT_NE(nullptr, Log_obj(name));
+        EXPECT_EQ(Log_obj(name), _unified_log_function__);
+        EXPECT_EQ(Log_obj(err_name), _unified_logerr_function__);
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        QEN_MESSAGE(_unified_log_function__, SEV_INFO, 0, 25, 0, "ready");
         QEN_MESSAGE(_unified_logerr_function__, SEV_WARN, 0, 25, 30001, "no %s", "file");
-        return GetCapturedStderr();
+        EXPECT_EQ("QEN INFO K-16-25-0 ready\n", testing::internal::GetCapturedStdout());
+        EXPECT_EQ("QEN WARNING K-16-25-30001 no file\n", testing::internal::GetCapturedStderr());
     }
 };
 
-TEST_F(CommoncmdTest, PairStandsOnTheStandardStreamsWithoutTimes) {
+TEST_F(CommoncmdTest, MakesAPairThatCanBeReplaced) {
     struct sigaction action;
-    ASSERT_EQ(0, sigaction(SIGIO, nullptr, &action));
+    sigaction(SIGIO, nullptr, &action);
     EXPECT_EQ(SIG_IGN, action.sa_handler);
-    EXPECT_EQ(_unified_log_function__, Log_obj("cmd"));
-    EXPECT_EQ(_unified_logerr_function__, Log_obj("cmd-err"));
-    ASSERT_NE(_unified_log_function__, _unified_logerr_function__);
-
-    EXPECT_EQ("QEN WARNING K-16-25-30001 no file\n", error_line());
-    CaptureStdout();
-    QEN_MESSAGE(_unified_log_function__, SEV_INFO, 0, 25, 0, "ready");
-    EXPECT_EQ("QEN INFO K-16-25-0 ready\n", GetCapturedStdout());
-}
-
-TEST_F(CommoncmdTest, AnotherPairReplacesTheFirst) {
+    expect_pair("cmd", "cmd-err");
     use_log_pair("other", "other-err");
     EXPECT_EQ(nullptr, Log_obj("cmd"));
     EXPECT_EQ(nullptr, Log_obj("cmd-err"));
-    EXPECT_EQ(_unified_log_function__, Log_obj("other"));
-    EXPECT_EQ(_unified_logerr_function__, Log_obj("other-err"));
-    EXPECT_EQ("QEN WARNING K-16-25-30001 no file\n", error_line()); // the stream stayed open
-
-    use_log_pair("other", "other-err"); // the names are free again
-    EXPECT_EQ(_unified_log_function__, Log_obj("other"));
-    EXPECT_NE(nullptr, Log_obj("other-err"));
+    expect_pair("other", "other-err"); // the streams stayed open
+    use_log_pair("other", "other-err");
+    expect_pair("other", "other-err"); // the names were free again
 }
 
 TEST_F(CommoncmdTest, OneLogInBothPlacesIsDeletedOnce) {
@@ -66,16 +53,6 @@ TEST_F(CommoncmdTest, OneLogInBothPlacesIsDeletedOnce) {
     EXPECT_EQ(nullptr, _unified_log_function__);
     EXPECT_EQ(nullptr, _unified_logerr_function__);
     EXPECT_EQ(nullptr, Log_obj("cmd"));
-}
-
-TEST(L10nConversion, LeavesTheArgumentsAsTheyAre) {
-    char name[] = "taqmsg", word[] = "\xC3\xA4%x";
-    char* argv[] = {name, word, nullptr};
-    char* converted[] = {nullptr, nullptr};
-    EXPECT_EQ(0, l10nconversion(converted, 2, argv));
-    EXPECT_EQ(nullptr, converted[0]);
-    EXPECT_EQ(nullptr, converted[1]);
-    EXPECT_STREQ("\xC3\xA4%x", argv[1]);
 }
 
 } // namespace
