@@ -43,6 +43,12 @@ protected:
         std::filesystem::remove_all(root);
     }
 
+    // An open log; it need not have a file yet.
+    static std::unique_ptr<Log> opened(const char* name, FILE* fp = nullptr, int flags = 0) {
+        auto log = std::make_unique<Log>();
+        EXPECT_EQ(ULOG_OK, log->open(name, fp, flags, nullptr));
+        return log;
+    }
     static std::string slurp(const std::string& path) {
         std::ifstream in(path, std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
