@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <sys/stat.h>
 #include <unistd.h>
 
 class FFDCFixture : public LogFixture {
@@ -49,11 +50,13 @@ protected:
         }
         return numbers;
     }
-    static std::vector<std::string> files_in(const std::string& folder) {
-        std::vector<std::string> names;
-        for (const auto& file : std::filesystem::directory_iterator(folder))
-            names.push_back(file.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
+    size_t dump_count() const {
+        const std::filesystem::directory_iterator files(dumps());
+        return static_cast<size_t>(std::distance(begin(files), end(files)));
+    }
+    static unsigned mode_of(const std::string& path) {
+        struct stat st = {};
+        EXPECT_EQ(0, lstat(path.c_str(), &st)) << path;
+        return st.st_mode & 07777u;
     }
 };
