@@ -52,7 +52,12 @@ void QENInitEventLog(const char* module);
 // 2 warning, 3 notice, 4 information, others debug. Second byte: a facility code, e.g. LOG_LOCAL0 << 8.
 void QENSyslog(int sev, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-// Mirrors a message to the administrator's log when it is serious (severity 0, 1 or 41), through the hook
+// Whether messages of a severity are events, serious enough for the administrator: 0, 1 and 41.
+constexpr bool QENIsEvent(int logical_sev) {
+    return logical_sev == 0 || logical_sev == 1 || logical_sev == 41;
+}
+
+// Mirrors a message to the administrator's log when it is an event, through the hook
 // that the logging framework provides (QENHooks.h). Without hook or text it does nothing. The message stays
 // the caller's.
 void QENReportEvent(int logical_sev, uint32_t dwEventID, MsgStruct* msg_structp);

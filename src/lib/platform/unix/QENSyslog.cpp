@@ -24,10 +24,6 @@ int level_of(int sev) {
     return code < levels.size() ? levels[code] : LOG_DEBUG;
 }
 
-bool is_serious(int logical_sev) {
-    return logical_sev == 0 || logical_sev == 1 || logical_sev == 41;
-}
-
 } // namespace
 
 // openlog() keeps the pointer that it is given for as long as anybody may write, so every identity is kept,
@@ -61,7 +57,7 @@ void QENSyslog(int sev, const char* format, ...) {
 }
 
 void QENReportEvent(int logical_sev, uint32_t dwEventID, MsgStruct* msg_structp) {
-    if (msg_structp == nullptr || !is_serious(logical_sev)) return;
+    if (msg_structp == nullptr || !QENIsEvent(logical_sev)) return;
     const auto report = QENGetHooks().report_event;
     if (report != nullptr) report(logical_sev, dwEventID, msg_structp, EVENT_FILE, EVENT_LINE);
 }

@@ -24,6 +24,10 @@ constexpr int32_t ldf_header_t::*object_totals[] = {
     &ldf_header_t::total_res_msg};
 static_assert(std::size(object_totals) == OBJTAG_RES + 1);
 
+std::string_view view_of(const char* s) {
+    return s != nullptr ? std::string_view(s) : std::string_view();
+}
+
 // Counters come from a file and may stand anywhere.
 void count_one(int32_t& total) {
     if (total < COUNT_MAX) ++total;
@@ -40,25 +44,33 @@ void count_record(ldf_header_t& h, unsigned char sev, unsigned char obj_tag) {
 void LdfWriter::write(char sev, int time_stamp, char obj_tag, unsigned msgcatID, const char* filep,
                       int line_no, unsigned seq, const char* func, const char* arg1, const char* arg2,
                       const char* arg3, const char* arg4, const char* arg5, const char* arg6) {
+    const std::string_view args[] = {view_of(arg1), view_of(arg2), view_of(arg3),
+                                     view_of(arg4), view_of(arg5), view_of(arg6)};
+    append({.data_size = 0,
+            .version = 0,
+            .sev = static_cast<int8_t>(sev),
+            .timestamp = time_stamp,
+            .msgcat_id = msgcatID,
+            .obj_type = static_cast<int8_t>(obj_tag),
+            .line_no = static_cast<uint32_t>(line_no),
+            .seq = seq},
+           view_of(filep), view_of(func), args);
+}
+
+void LdfWriter::append(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
+                       std::span<const std::string_view> args) {
     if (_active) return;
     if (!_opened && !_rotation_failed) return;
+    const int8_t obj_tag = fixed.obj_type;
     QEN_CHECK(obj_tag >= OBJTAG_QEN && obj_tag <= OBJTAG_RES);
     _active = 1;
     if (_ready_for_write()) {
         unsigned char record[LDF_RECORD_MAX];
         char* text = reinterpret_cast<char*>(record) + LDF_RECORD_HEADER_SIZE;
-        const size_t length =
-            ldf_encode_text(filep, func, {arg1, arg2, arg3, arg4, arg5, arg6}, text, LDF_TEXT_MAX);
-        const ldf_msg_header_t fixed = {.data_size = static_cast<uint32_t>(length + 1),
-                                        .version = LDF_RECORD_VERSION,
-                                        .sev = static_cast<int8_t>(sev),
-                                        .timestamp = time_stamp,
-                                        .msgcat_id = msgcatID,
-                                        .obj_type = static_cast<int8_t>(obj_tag),
-                                        .line_no = static_cast<uint32_t>(line_no),
-                                        .seq = seq};
+        fixed.data_size = static_cast<uint32_t>(ldf_encode_text(file, func, args, text, LDF_TEXT_MAX) + 1);
+        fixed.version = LDF_RECORD_VERSION;
         ldf_encode_record(fixed, record);
-        _append(record, LDF_RECORD_HEADER_SIZE + fixed.data_size, sev, obj_tag);
+        _put_record(record, LDF_RECORD_HEADER_SIZE + fixed.data_size, fixed.sev, obj_tag);
     }
     _active = 0;
 }
@@ -71,7 +83,7 @@ bool LdfWriter::_ready_for_write() {
 
 // Record first, header after: whatever happens in between, the header on disk describes whole records only.
 // Memory follows the disk, so a failure leaves the next record the place of this one.
-void LdfWriter::_append(const unsigned char* record, size_t size, char sev, char obj_tag) {
+void LdfWriter::_put_record(const unsigned char* record, size_t size, int8_t sev, int8_t obj_tag) {
     if (_ldf_header.offset_end > static_cast<size_t>(COUNT_MAX) - size) return; // readers go no further
     if (!ldf_write_at(fileno(_fp), record, size, _ldf_header.offset_end)) return;
 

@@ -48,6 +48,11 @@ public:
                unsigned seq, const char* func, const char* arg1, const char* arg2, const char* arg3,
                const char* arg4, const char* arg5, const char* arg6);
 
+    // The same with the record's fixed part, whose data_size and version are filled in here, and with views,
+    // which hold no NUL; one with null data ends the arguments.
+    void append(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
+                std::span<const std::string_view> args);
+
     // Sets the size in bytes at which the file is rotated, at least LDF_MIN_MAXLEN. Only while open.
     void set_maxlen(int maxlen);
 
@@ -72,7 +77,7 @@ private:
     int _write_header(ldf_header_t& header);
     bool _ready_for_write();
     int _next();
-    void _append(const unsigned char* record, size_t size, char sev, char obj_tag);
+    void _put_record(const unsigned char* record, size_t size, int8_t sev, int8_t obj_tag);
     void _unregister();
     void _close();
 

@@ -1,5 +1,6 @@
 #include "primitives/ldf/ldf_format.h"
 
+#include <algorithm>
 #include <cstring>
 #include <iterator>
 
@@ -70,33 +71,30 @@ int ldf_decode_header(const unsigned char* in, int64_t filesize, ldf_header_t& h
 namespace {
 
 // Appends field and separator at `used`; false when they and a closing NUL do not fit.
-bool append_field(const char* field, char* buf, size_t bufsize, size_t& used) {
+bool append_field(std::string_view field, char* buf, size_t bufsize, size_t& used) {
+    if (field.empty()) field = " ";
     const size_t room = bufsize - used; // at least 1, for the NUL
-    const size_t len = strnlen(field, room);
-    if (len + 2 > room) return false;
+    if (room < 2 || field.size() > room - 2) return false;
     char* to = buf + used;
-    std::memcpy(to, field, len);
-    for (void* stray = std::memchr(to, LDF_SEPARATOR, len); stray;
-         stray = std::memchr(to, LDF_SEPARATOR, len))
+    std::memcpy(to, field.data(), field.size());
+    for (void* stray = std::memchr(to, LDF_SEPARATOR, field.size()); stray;
+         stray = std::memchr(to, LDF_SEPARATOR, field.size()))
         *static_cast<char*>(stray) = '?';
-    to[len] = static_cast<char>(LDF_SEPARATOR);
-    used += len + 1;
+    to[field.size()] = static_cast<char>(LDF_SEPARATOR);
+    used += field.size() + 1;
     return true;
-}
-
-const char* or_blank(const char* s) {
-    return s && *s ? s : " ";
 }
 
 } // namespace
 
-size_t ldf_encode_text(const char* filep, const char* func, const char* const (&args)[LDF_MAX_ARGS],
+size_t ldf_encode_text(std::string_view file, std::string_view func, std::span<const std::string_view> args,
                        char* buf, size_t bufsize) {
     size_t used = 0;
-    bool fits =
-        append_field(or_blank(filep), buf, bufsize, used) && append_field(or_blank(func), buf, bufsize, used);
-    for (size_t i = 0; fits && i < LDF_MAX_ARGS && args[i]; ++i)
-        fits = append_field(or_blank(args[i]), buf, bufsize, used);
+    bool fits = append_field(file, buf, bufsize, used) && append_field(func, buf, bufsize, used);
+    for (std::string_view arg : args.first(std::min(args.size(), LDF_MAX_ARGS))) {
+        if (!fits || arg.data() == nullptr) break;
+        fits = append_field(arg, buf, bufsize, used);
+    }
     if (!fits) used = 0;
     buf[used] = '\0';
     return used;

@@ -36,6 +36,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <string_view>
 
 #include "platform/unix/ByteOrder.h"
 
@@ -155,9 +157,9 @@ inline void ldf_decode_record(const unsigned char* in, ldf_msg_header_t& m) {
     m.seq = get_be32(in + 19);
 }
 
-// Builds a text part in `buf` (`bufsize` >= 1 bytes): file and function (null or empty: " "), then the
-// arguments up to the first null one (empty: " "), each followed by LDF_SEPARATOR, and a NUL. A byte 0xFF
-// inside a field would split it, so it is stored as "?". Returns the length without the NUL; 0 with an
-// empty text when the whole does not fit.
-size_t ldf_encode_text(const char* filep, const char* func, const char* const (&args)[LDF_MAX_ARGS],
+// Builds a text part in `buf` (`bufsize` >= 1 bytes): file, function and at most LDF_MAX_ARGS arguments up
+// to the first one with null data, each (" " for an empty one) followed by LDF_SEPARATOR, and a NUL. Fields
+// hold no NUL; a byte 0xFF inside one would split it, so it is stored as "?". Returns the length without the
+// NUL; 0 with an empty text when the whole does not fit.
+size_t ldf_encode_text(std::string_view file, std::string_view func, std::span<const std::string_view> args,
                        char* buf, size_t bufsize);

@@ -20,6 +20,7 @@ class DList;
 class FFDC;
 class LineBuffer;
 class NVList;
+class PackedMessage;
 class VElem;
 struct LogMessage;
 struct vlog_msg_t;
@@ -128,10 +129,9 @@ public:
     void write_app(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
                    int id, MsgStruct* ipm_msg_in) override;
 
-    // As write_app with process_va_args(fmtp, args). While the logger thread runs it builds the structure,
-    // not the caller.
-    void write_formatted(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
-                         int id, const char* fmtp, QENVaList& args);
+    // As write_app with the message's structure, which is built only when something asks for it.
+    void write_packed(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
+                      int id, const PackedMessage& message);
 
     // A debug text. With ULOG_HAND_OVER it was made with new[] and becomes the log's. Does not ask
     // is_enabled.
@@ -298,7 +298,8 @@ private:
 
     // LogWrite.cpp
     bool _accepts(int sev, int flags) const;
-    void _write_message(const LogMessage& m);
+    void _log(LogMessage& m);
+    void _write_message(LogMessage& m);
     void _write_line(const LogMessage& m);
     void _put_head(const LogMessage& m, LineBuffer& line);
     void _put_severity(const LogMessage& m, LineBuffer& line);
@@ -307,7 +308,7 @@ private:
     void _copy_to_ldf(const LogMessage& m);
 
     // LogCache.cpp
-    void _cache_add(const LogMessage& m, int16_t args_id);
+    void _cache_add(LogMessage& m, int16_t args_id);
 
     // LogDisplay.cpp
     void _display_line(int sev, time_t time_stamp, uint32_t msgcat_id, const std::string_view* argv,

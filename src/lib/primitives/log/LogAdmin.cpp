@@ -22,7 +22,6 @@ constexpr struct {
 } FACILITIES[] = {{"LOG_LOCAL0", 32768}, {"LOG_LOCAL1", 34816}, {"LOG_LOCAL2", 36864}, {"LOG_LOCAL3", 38912},
                   {"LOG_LOCAL4", 40960}, {"LOG_LOCAL5", 43008}, {"LOG_LOCAL6", 45056}, {"LOG_LOCAL7", 47104}};
 
-constexpr int EVENT_SEVERITY_41 = 41;
 constexpr int ALL_ROLES = 7;
 
 // The text of a message as a format for the system log. False: no text, or too long for the buffer.
@@ -50,7 +49,6 @@ void report_thread_failure(const QENThreadFailure& failure) {
 // Mirrors a serious message to the administrator.
 void report_event(int logical_sev, uint32_t event_id, MsgStruct* msg_structp, const char* filep, int line) {
     const auto number = static_cast<int>(event_id);
-    if (logical_sev != SEV_CRIT && logical_sev != SEV_ERR && logical_sev != EVENT_SEVERITY_41) return;
     char format[LOG_TEXT_SIZE];
     if (!escaped_text(msg_structp, format)) return;
     if (Log::is_ffdc_enabled()) {

@@ -20,18 +20,19 @@ void Log::reset_cache() {
 }
 
 // args_id: the element of the message that holds its arguments.
-void Log::_cache_add(const LogMessage& m, int16_t args_id) {
+void Log::_cache_add(LogMessage& m, int16_t args_id) {
     const std::string text(m.text);
     MsgStruct* entry = mk_ucast_msg(MSG_LOG_ADD, /*sender=*/0);
     QENVaList no_args;
     mk_vararg_msg_log_add(entry, /*logflags=*/0, m.logical_sev, m.obj_tag, static_cast<int>(m.time),
                           static_cast<int>(m.catalog()), static_cast<int>(m.number()), text.c_str(), no_args);
-    const MsgHdr_t* given = m.structp->gethdr();
+    MsgStruct* const structp = m.structure();
+    const MsgHdr_t* given = structp->gethdr();
     if (m.type == MSG_LOG_ADD && given->getFlagsBits(MSGHDR_CATALOG_ID) == 0)
         entry->gethdr()->clearFlagsBits(MSGHDR_CATALOG_ID);
     else
         entry->gethdr()->setFlagsBits(MSGHDR_CATALOG_ID);
-    const std::unique_ptr<VList> args(m.structp->get_vlist(args_id));
+    const std::unique_ptr<VList> args(structp->get_vlist(args_id));
     if (args != nullptr) entry->append_elem(args_id, args.get());
 
     while (_cache_vlistp->count() >= LOG_CACHE_MAX) delete _cache_vlistp->head();

@@ -7,6 +7,7 @@
 #include "primitives/log/Log.h"
 #include "primitives/log/LogMessage.h"
 #include "primitives/log/LogText.h"
+#include "primitives/log/PackedMessage.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/utils/msg_log_add.h"
 #include "primitives/values/ValueElem.h"
@@ -71,10 +72,11 @@ bool Log::_classify_plain(LogMessage& m) {
         m.text = m.debug_text != nullptr ? std::string_view(m.debug_text) : std::string_view();
         return true;
     }
-    m.text = message_text(m.structp);
+    m.text = m.packed != nullptr ? m.packed->text : message_text(m.structp);
     if (m.text.data() == nullptr) return false;
     int32_t own_id;
-    if (get_int(m.structp, MSGID_MSGCAT_ID, own_id)) m.msgcat_id = static_cast<uint32_t>(own_id);
+    if (m.packed == nullptr && get_int(m.structp, MSGID_MSGCAT_ID, own_id))
+        m.msgcat_id = static_cast<uint32_t>(own_id);
     m.obj_tag = QENLogFlagToObjTag(m.flags);
     m.logical_sev = m.sev;
     if (_cache_enabled) _cache_add(m, MSGID_ARGS);

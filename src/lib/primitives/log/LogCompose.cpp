@@ -94,7 +94,7 @@ MsgStruct* Log::process_args(const char* fmtp, ...) {
 
 MsgStruct* Log::process_va_args(const char* fmtp, QENVaList& args) {
     PackedMessage packed;
-    if (packed.pack(fmtp, args)) return packed.message();
+    if (packed.pack(fmtp, args)) return packed.view().structure();
     char text[LOG_TEXT_SIZE];
     format_text(text, fmtp, args);
     auto* msgp = new MsgStruct;

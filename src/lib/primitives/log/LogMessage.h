@@ -1,14 +1,26 @@
-// One message on its way through Log::write_log.
+// One message on its way through a log.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <ctime>
+#include <memory>
 #include <string_view>
 
 #include "primitives/log/ILog.h"
+#include "primitives/log/LogText.h"
+#include "primitives/message/MsgStruct.h"
 
-class MsgStruct;
+struct PackedView;
+
+// The arguments of a message that its text can use.
+struct LogArguments {
+    std::array<std::string_view, ULOG_MAX_ARGS> views; // null data for one that is no string
+    size_t count = 0;
+    bool more = false; // the message has others behind them
+
+    ArgViews span() const { return {views.data(), count}; }
+};
 
 struct LogMessage {
     // What the caller gave.
@@ -21,7 +33,8 @@ struct LogMessage {
     int cat;
     int id;
     const char* debug_text;
-    MsgStruct* structp; // may be null
+    MsgStruct* structp;       // may be null
+    const PackedView* packed; // an application message of type 0 without a structure, or null
 
     // What was found out about it.
     int type = 0; // message number of the structure's header
@@ -37,4 +50,9 @@ struct LogMessage {
     unsigned catalog() const { return msgcat_id >> 16; }
     unsigned number() const { return msgcat_id & 0xFFFF; }
     bool leaves_out(int part) const { return (line_flags & part) != 0; }
+    LogArguments arguments() const;
+
+    // The message as a structure, built on the first call if there was none; refers only.
+    MsgStruct* structure();
+    std::unique_ptr<MsgStruct> built{};
 };

@@ -6,6 +6,7 @@
 
 #include "platform/unix/QENThread.h"
 #include "primitives/log/Log.h"
+#include "primitives/log/LogMessage.h"
 #include "primitives/message/MsgStruct.h"
 
 std::atomic<bool> Log::_mt{false};
@@ -140,12 +141,11 @@ DList* Log::deq(int ms) {
 void* Log::_logger_loop(void*) {
     is_logger_thread = true;
     register_for_ffdc(FFDC_ROLE_LOGGER, /*module=*/nullptr, /*logdir=*/nullptr, /*print_seqno=*/0);
-    bool had_records = false;
-    while (run_thread() || had_records) {
-        DList* records = deq(WAIT_MS);
-        had_records = records != nullptr;
-        if (had_records) _write_records(records);
-    }
+    DList* records;
+    do { // at least once: the end may have been asked for before the thread ran
+        records = deq(WAIT_MS);
+        if (records != nullptr) _write_records(records);
+    } while (records != nullptr || run_thread());
     unregister_for_ffdc();
     QENThreadExit(nullptr);
 }
@@ -173,7 +173,21 @@ void Log::_write_record(vlog_msg_t* record) {
         write_admin(r->timet, r->sev, r->whop, r->filep, r->line, r->cat, r->id, msgp.get());
         return;
     }
-    if (r->packed_args >= 0) msgp.reset(unpack_message(r->packed(), r->packed_args));
+    if (r->packed_args >= 0) {
+        const PackedView packed = PackedMessage::view_of(r->packed(), r->packed_args);
+        LogMessage m{r->timet,
+                     r->sev,
+                     r->whop,
+                     r->filep,
+                     r->line,
+                     r->flags,
+                     r->cat,
+                     r->id,
+                     /*debug_text=*/nullptr,
+                     /*structp=*/nullptr,
+                     &packed};
+        return static_cast<Log*>(r->logp)->_log(m); // only a Log packs
+    }
     const bool is_handed_over = (r->flags & ULOG_HAND_OVER) != 0;
     MsgStruct* structp = is_handed_over ? msgp.release() : msgp.get(); // write_log deletes it, or we do
     r->logp->write_log(r->timet, r->sev, r->whop, r->filep, r->line, r->flags, r->cat, r->id, text.get(),

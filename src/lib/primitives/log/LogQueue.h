@@ -24,7 +24,7 @@ struct vlog_msg_t : Pooled<MEM_MISC> {
                int flag_word, int catalog, int number, const PackedMessage& message)
         : vlog_msg_t(log, t, severity, who, file, line_no, flag_word, catalog, number,
                      /*debug_text=*/nullptr, /*structp=*/nullptr) {
-        packed_args = message.count();
+        packed_args = message.view().count;
         message.copy_to(packed());
     }
     using Pooled<MEM_MISC>::operator new;

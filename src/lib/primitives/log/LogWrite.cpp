@@ -1,10 +1,8 @@
 // Writing: from the call of a program to the line in the stream and the record beside it.
-#include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <forward_list>
 #include <memory>
-#include <string>
 
 #include "platform/unix/QENPlatform.h"
 #include "primitives/log/LineBuffer.h"
@@ -23,32 +21,8 @@ constexpr size_t UMI_SIZE = 255;
 constexpr char NULL_NAME[] = "(null)"; // what printf makes of a missing function name
 constexpr int MSG_INVALID_MESSAGE = 50879;
 
-// Collects the strings of the elements 22, at most ULOG_MAX_ARGS. False when there are more.
-bool collect_args(const MsgStruct* msgp, std::array<std::string_view, ULOG_MAX_ARGS>& args, size_t& count) {
-    count = 0;
-    for (const MsgElem* elemp = msgp->find(MSGID_ARGS); elemp != nullptr; elemp = elemp->next()) {
-        if (count == args.size()) return false;
-        args[count++] = elem_text(elemp);
-    }
-    return true;
-}
-
-// String elements as C strings. Almost every text has its NUL in the message; the others are copied.
-class TerminatedTexts {
-public:
-    const char* c_str(const MsgElem* elemp) { // null for an element of another type
-        const std::string_view text = elem_text(elemp);
-        if (text.data() == nullptr || text.size() < static_cast<size_t>(elemp->getnwsize()))
-            return text.data();
-        return _copies.emplace_front(text).c_str();
-    }
-
-private:
-    std::forward_list<std::string> _copies;
-};
-
-char one_byte(int code) {
-    return static_cast<char>(code >= 0 && code <= SCHAR_MAX ? code : -1);
+int8_t one_byte(int code) {
+    return static_cast<int8_t>(code >= 0 && code <= INT8_MAX ? code : -1);
 }
 
 } // namespace
@@ -65,13 +39,15 @@ void Log::write_app(ulog_app_sev sev, const char* whop, const char* filep, int l
     _post(new vlog_msg_t(this, now, sev, whop, filep, line, flags, cat, id, /*debug_text=*/nullptr, msgp));
 }
 
-void Log::write_formatted(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
-                          int id, const char* fmtp, QENVaList& args) {
-    flags |= ULOG_HAND_OVER;
-    PackedMessage packed;
-    if (!_mt.load(std::memory_order_acquire) || !packed.pack(fmtp, args))
-        return write_app(sev, whop, filep, line, flags, cat, id, process_va_args(fmtp, args));
-    _post(new (packed) vlog_msg_t(this, time(nullptr), sev, whop, filep, line, flags, cat, id, packed));
+void Log::write_packed(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
+                       int id, const PackedMessage& message) {
+    const time_t now = time(nullptr);
+    if (_mt.load(std::memory_order_acquire))
+        return _post(new (message) vlog_msg_t(this, now, sev, whop, filep, line, flags, cat, id, message));
+    const PackedView packed = message.view();
+    LogMessage m{now,    sev, whop, filep, line, flags, cat, id, /*debug_text=*/nullptr, /*structp=*/nullptr,
+                 &packed};
+    _log(m);
 }
 
 void Log::write_dbg(ulog_dbg_lev lev, const char* whop, const char* filep, int line, int flags, int cat,
@@ -114,23 +90,27 @@ bool Log::_accepts(int sev, int flags) const {
 void Log::write_log(time_t timet, int sev, const char* whop, const char* filep, int line, int flags, int cat,
                     int id, const char* msgp, MsgStruct* msg_structp) {
     const std::unique_ptr<MsgStruct> ours((flags & ULOG_HAND_OVER) != 0 ? msg_structp : nullptr);
-    if (!_accepts(sev, flags)) return;
+    LogMessage m{timet, sev, whop, filep, line, flags, cat, id, msgp, msg_structp, /*packed=*/nullptr};
+    _log(m);
+}
+
+void Log::_log(LogMessage& m) {
+    if (!_accepts(m.sev, m.flags)) return;
     _active = 1;
     if (_count >= _maxlen || _fp == nullptr) _next();
-    if (_fp == nullptr) {
+    if (_fp == nullptr)
         QENSyslog(SEV_ERR, "Log File Pointer is NULL");
-    } else {
-        LogMessage m{timet, sev, whop, filep, line, flags, cat, id, msgp, msg_structp};
-        if (_classify(m)) _write_message(m);
-    }
+    else if (_classify(m))
+        _write_message(m);
     _active = 0;
 }
 
-void Log::_write_message(const LogMessage& m) {
+void Log::_write_message(LogMessage& m) {
     _write_line(m);
     if (!m.is_debug && !_on_terminal_stream()) {
         if (_ldf_enabled && _ldfp != nullptr && _ldfp->is_opened()) _copy_to_ldf(m);
-        if (!m.leaves_out(ULOG_NO_EVENT)) QENReportEvent(m.logical_sev, m.number(), m.structp);
+        if (!m.leaves_out(ULOG_NO_EVENT) && QENIsEvent(m.logical_sev))
+            QENReportEvent(m.logical_sev, m.number(), m.structure());
     }
     if (!m.is_debug || _has_debug_flag(m.level, LOG_DBG_FLUSH)) fflush(_fp);
 }
@@ -173,9 +153,8 @@ void Log::_put_severity(const LogMessage& m, LineBuffer& line) {
 // The text in the user's language, on standard output and standard error. False: there is none.
 bool Log::_put_localized(const LogMessage& m, LineBuffer& line) {
     if (!_on_terminal_stream() || m.is_debug || m.number() == 0) return false;
-    std::array<std::string_view, ULOG_MAX_ARGS> args;
-    size_t count;
-    return collect_args(m.structp, args, count) && _put_catalog_text(m.msgcat_id, args.data(), count, line);
+    const LogArguments args = m.arguments();
+    return !args.more && _put_catalog_text(m.msgcat_id, args.views.data(), args.count, line);
 }
 
 void Log::_put_source(const LogMessage& m, LineBuffer& line) {
@@ -191,17 +170,16 @@ void Log::_put_source(const LogMessage& m, LineBuffer& line) {
 
 // A message without a number is recorded with its text, any other with the arguments of its text.
 void Log::_copy_to_ldf(const LogMessage& m) {
-    TerminatedTexts texts;
-    const char* args[ULOG_MAX_ARGS] = {};
-    const char* filep = m.filep;
-    if (m.number() == 0) {
-        args[0] = texts.c_str(m.structp->find(MSGID_TEXT));
-    } else {
-        filep = m.source.data();
-        const MsgElem* elemp = m.structp->find(MSGID_ARGS);
-        for (size_t i = 0; i < ULOG_MAX_ARGS && elemp != nullptr; ++i, elemp = elemp->next())
-            args[i] = texts.c_str(elemp);
-    }
-    _ldfp->write(one_byte(m.logical_sev), static_cast<int>(m.time), one_byte(m.obj_tag), m.msgcat_id, filep,
-                 m.line, LDF_NO_SEQ, m.whop, args[0], args[1], args[2], args[3], args[4], args[5]);
+    ldf_msg_header_t fixed = {};
+    fixed.sev = one_byte(m.logical_sev);
+    fixed.timestamp = static_cast<int32_t>(m.time);
+    fixed.msgcat_id = m.msgcat_id;
+    fixed.obj_type = one_byte(m.obj_tag);
+    fixed.line_no = static_cast<uint32_t>(m.line);
+    fixed.seq = LDF_NO_SEQ;
+    const std::string_view whop = m.whop != nullptr ? m.whop : std::string_view();
+    if (m.number() == 0)
+        _ldfp->append(fixed, m.filep != nullptr ? m.filep : std::string_view(), whop, {&m.text, 1});
+    else
+        _ldfp->append(fixed, m.source, whop, m.arguments().span());
 }

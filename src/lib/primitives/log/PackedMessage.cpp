@@ -10,23 +10,6 @@ namespace {
 
 constexpr char NULL_TEXT[] = "(null)"; // what printf makes of a null string
 
-// Copies a string with its NUL into the message and returns the place behind it.
-template <class Add>
-const char* put_string(const char* s, Add add) {
-    const size_t size = strlen(s) + 1;
-    add(s, static_cast<int32_t>(size));
-    return s + size;
-}
-
-MsgStruct* build(const char* text, const char* args, int count) {
-    auto* msgp = new MsgStruct;
-    put_string(text, [msgp](const char* s, int32_t size) { msgp->add_elem(MSGID_TEXT, s, size); });
-    while (count-- > 0)
-        args =
-            put_string(args, [msgp](const char* s, int32_t size) { msgp->append_elem(MSGID_ARGS, s, size); });
-    return msgp;
-}
-
 } // namespace
 
 bool PackedMessage::pack(const char* fmtp, QENVaList& args) {
@@ -96,10 +79,19 @@ void PackedMessage::copy_to(char* bytes) const {
     memcpy(bytes + _text_len + 1, _args, _args_len);
 }
 
-MsgStruct* PackedMessage::message() const {
-    return build(_text, _args, _count);
+PackedView PackedMessage::view_of(const char* bytes, int count) {
+    const std::string_view text = bytes;
+    return {text, bytes + text.size() + 1, count};
 }
 
-MsgStruct* unpack_message(const char* bytes, int count) {
-    return build(bytes, bytes + strlen(bytes) + 1, count);
+MsgStruct* PackedView::structure() const {
+    auto* msgp = new MsgStruct;
+    msgp->add_elem(MSGID_TEXT, text.data(), static_cast<int32_t>(text.size() + 1));
+    const char* arg = args;
+    for (int left = count; left > 0; --left) {
+        const size_t size = strlen(arg) + 1;
+        msgp->append_elem(MSGID_ARGS, arg, static_cast<int32_t>(size));
+        arg += size;
+    }
+    return msgp;
 }

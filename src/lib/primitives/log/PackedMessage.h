@@ -2,13 +2,24 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 #include "primitives/log/ILog.h"
 #include "primitives/utils/QENVaList.h"
 
+// A packed message, wherever its bytes lie. Refers only.
+struct PackedView {
+    std::string_view text;      // a NUL follows it
+    const char* args = nullptr; // `count` strings back to back, each with its NUL
+    int count = 0;
+
+    // The message as a structure, new; the caller's. Text as element 21, arguments as elements 22.
+    MsgStruct* structure() const;
+};
+
 // Most messages have a format of plain conversions. Such a format is walked once, and each argument written
-// both into the text and behind it: no call of the C library's formatter, and one copy takes the message to
-// another thread, where building the structure disturbs nobody.
+// both into the text and behind it: no call of the C library's formatter, one copy takes the message to
+// another thread, and a log writes it without building a structure.
 class PackedMessage {
 public:
     static constexpr size_t TEXT_SIZE = 4096; // of text and of each argument, NUL included; more is cut
@@ -18,11 +29,11 @@ public:
     // %%, or the arguments do not fit; then nothing else may be asked.
     bool pack(const char* fmtp, QENVaList& args);
 
-    int count() const { return _count; } // of arguments
+    PackedView view() const { return {{_text, _text_len}, _args, _count}; }
+
     size_t size() const { return _text_len + 1 + _args_len; }
     void copy_to(char* bytes) const; // size() bytes
-
-    MsgStruct* message() const; // the structure, new; the caller's
+    static PackedView view_of(const char* bytes, int count);
 
 private:
     bool _put_conversion(const char*& p, QENVaList& walk);
@@ -37,7 +48,3 @@ private:
     char _text[TEXT_SIZE];
     char _args[ARGS_SIZE];
 };
-
-// The structure of a packed message of count arguments, new; the caller's. Text as element 21, arguments as
-// elements 22.
-MsgStruct* unpack_message(const char* bytes, int count);

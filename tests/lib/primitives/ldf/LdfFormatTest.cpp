@@ -24,6 +24,10 @@ const std::string GOLDEN =
     "\x00\x19\x75\x31\x03\x00\x00\x00\x2a\xff\xff\xff\xff"             // 25-30001, GRP, line, seq
     "Log\xFFopen\xFFres1\xFFONLINE\xFF\0"s;
 
+std::string_view view(const char* s) {
+    return s != nullptr ? std::string_view(s) : std::string_view();
+}
+
 LdfBuilder golden_builder() {
     return LdfBuilder().flags(5).record({.sev = 1, .obj = 3, .args = {"res1", "ONLINE"}});
 }
@@ -134,7 +138,9 @@ TEST(LdfFormat, TextPartKeepsItsShape) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         char buf[LDF_TEXT_MAX];
-        const size_t n = ldf_encode_text(c.file, c.func, c.args, buf, sizeof buf);
+        std::string_view args[LDF_MAX_ARGS];
+        for (size_t i = 0; i < LDF_MAX_ARGS; ++i) args[i] = view(c.args[i]);
+        const size_t n = ldf_encode_text(view(c.file), view(c.func), args, buf, sizeof buf);
         EXPECT_EQ(c.expect, std::string(buf, n));
         EXPECT_EQ('\0', buf[n]);
     }
@@ -144,8 +150,9 @@ TEST(LdfFormat, TextIsEmptyOnceItDoesNotFit) {
     for (size_t bufsize : {1ul, 2ul, 5ul, 6ul, 64ul, LDF_TEXT_MAX}) {
         for (size_t len = bufsize > 8 ? bufsize - 8 : 1; len < bufsize + 3; ++len) {
             const std::string arg(len, 'a');
+            const std::string_view view = arg;
             std::vector<char> buf(bufsize); // exact, so that a byte too many is caught
-            const size_t n = ldf_encode_text("f", "g", {arg.c_str()}, buf.data(), bufsize);
+            const size_t n = ldf_encode_text("f", "g", {&view, 1}, buf.data(), bufsize);
             const size_t full = 4 + len + 1; // without the NUL
             EXPECT_EQ(full < bufsize ? full : 0, n) << bufsize << " " << len;
             EXPECT_EQ('\0', buf[n]);
