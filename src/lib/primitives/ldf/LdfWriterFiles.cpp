@@ -93,16 +93,15 @@ int LdfWriter::_locate(const char* namep) {
     return LDF_OK;
 }
 
-// Makes file A ready for appending. On failure no file is open.
+// Makes file A ready for appending. On failure no file is open, and what cannot be continued is left to the
+// caller.
 int LdfWriter::_prepare_ldf() {
     _close();
-    switch (ldf_occupant(_pathAp.get())) {
-    case LdfOccupant::NOTHING:
-    case LdfOccupant::SHORT_FILE: return _create_file();
-    case LdfOccupant::LONG_FILE:
-    case LdfOccupant::FOREIGN: break; // what cannot be continued is reported and left to the caller
-    }
-    return _continue_file();
+    const LdfOccupant occupant = ldf_occupant(_pathAp.get());
+    const bool anew = occupant == LdfOccupant::NOTHING || occupant == LdfOccupant::SHORT_FILE;
+    const int rc = anew ? _create_file() : _continue_file();
+    if (rc == LDF_OK) _rotation_failed = 0; // the next failure is a new one, worth its own report
+    return rc;
 }
 
 int LdfWriter::_continue_file() {
@@ -112,7 +111,7 @@ int LdfWriter::_continue_file() {
                        : -1; // opening a device may have effects of its own
     if (fd >= 0 && !(_fp = fdopen(fd, "r+b"))) ::close(fd);
     if (!_fp) {
-        QENSyslog(SYSLOG_ERROR, "Could not open %s with mode r+b", _pathAp.get());
+        if (!_rotation_failed) QENSyslog(SYSLOG_ERROR, "Could not open %s with mode r+b", _pathAp.get());
         return LDF_EFAIL;
     }
     _opened = 1;
@@ -189,11 +188,11 @@ int LdfWriter::_recover() {
 
 namespace {
 
-// Renames `newer` to `older`, whose file goes in the same instant. A missing `newer`, which a writer that
-// died between two renames leaves, must not cost the older generation.
+// Renames `newer` to `older`, whose file goes in the same instant. A `newer` that is missing, as a writer
+// that died between two renames leaves it, or cannot be renamed at all must not cost the older generation.
 void replace_generation(const char* newer, const char* older) {
-    if (std::rename(newer, older) == 0 || errno == ENOENT) return;
-    (void)QENDeleteFile(older); // something that a rename does not replace
+    if (std::rename(newer, older) == 0 || (errno != EISDIR && errno != ENOTDIR)) return;
+    (void)QENDeleteFile(older); // a directory and a file do not replace each other
     (void)std::rename(newer, older);
 }
 

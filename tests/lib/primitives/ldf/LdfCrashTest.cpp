@@ -40,19 +40,6 @@ protected:
         }
     }
 
-    // Everything that is left, oldest first, each record checked for its content.
-    std::vector<unsigned> survivors() const {
-        std::vector<unsigned> all;
-        for (const char* name : {"log_C", "log_B", "log_A"}) {
-            if (!exists(path(name))) continue;
-            for (const auto& r : read_file(name)) {
-                all.push_back(r.header.seq);
-                EXPECT_EQ(std::vector<std::string>{argument(r.header.seq)}, r.args);
-            }
-        }
-        return all;
-    }
-
     uintmax_t bytes_left() const {
         uintmax_t n = 0;
         for (const auto& entry : fs::directory_iterator(root + "/ldf"))
@@ -83,7 +70,9 @@ TEST_F(LdfCrashTest, KilledWriterLosesNoFinishedRecord) {
         ASSERT_EQ(child, waitpid(child, &status, 0));
         ASSERT_TRUE(WIFSIGNALED(status));
 
-        const auto all = survivors();
+        const auto records = kept("log");
+        for (const auto& r : records) ASSERT_EQ(std::vector{argument(r.header.seq)}, r.args);
+        const Seqs all = seqs(records);
         if (all.empty()) {
             ASSERT_EQ(0u, shared->returned);
             shared->started = 0;

@@ -1,6 +1,7 @@
-// Reads and writes that fail, come up short or are interrupted at a chosen call. No file system does this on
-// demand, so this program's own pread and pwrite stand before those of the C library.
+// Reads, writes and renames that fail, come up short or are interrupted at a chosen call. No file system does
+// this on demand, so this program's own pread, pwrite and rename stand before those of the C library.
 #include <cerrno>
+#include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -15,6 +16,7 @@ constexpr ssize_t INTERRUPTED = -3; // EINTR
 // What happens to the next calls, in order; a size means that so many bytes are transferred.
 std::vector<ssize_t> read_plan, write_plan;
 int writes;
+std::string unmovable; // letters of the generations whose files cannot be renamed
 
 // The number of bytes to transfer, or a negative result with errno set.
 ssize_t follow(std::vector<ssize_t>& plan, size_t size) {
@@ -40,11 +42,21 @@ extern "C" ssize_t pwrite(int fd, const void* buf, size_t size, off_t offset) {
     return n < 0 ? n : syscall(SYS_pwrite64, fd, buf, n, offset);
 }
 
+extern "C" int rename(const char* from, const char* to) {
+    const std::string_view path = from;
+    if (path.ends_with(".ldf") && unmovable.find(path[path.size() - 5]) != std::string::npos) {
+        errno = EPERM;
+        return -1;
+    }
+    return renameat(AT_FDCWD, from, AT_FDCWD, to);
+}
+
 class LdfFault : public LdfFixture {
 protected:
     ~LdfFault() override {
         read_plan.clear();
         write_plan.clear();
+        unmovable.clear();
     }
 };
 
@@ -84,8 +96,7 @@ TEST_F(LdfFault, FailedWriteCostsItsRecordOnly) {
         EXPECT_EQ(c.written, header_of("log_A").total_error == 1);
         EXPECT_EQ(c.written, header_of("log_A").total_grp_msg == 1);
         write(w, 3);
-        EXPECT_EQ(c.written ? (std::vector<unsigned>{1, 2, 3}) : (std::vector<unsigned>{1, 3}),
-                  seqs(read_file("log_A")));
+        EXPECT_EQ(c.written ? (Seqs{1, 2, 3}) : (Seqs{1, 3}), seqs_in("log_A"));
     }
 }
 
@@ -94,6 +105,37 @@ TEST_F(LdfFault, FailedNewFileLeavesNoTrace) {
     LdfWriter w;
     EXPECT_EQ(LDF_EFAIL, w.open("log", 0));
     EXPECT_TRUE(std::filesystem::is_empty(root + "/ldf"));
+}
+
+// However often a rotation is tried in vain, it costs no more than the one generation that it may cost.
+TEST_F(LdfFault, FileThatCannotBeRenamedCostsNoGeneration) {
+    const struct {
+        const char* unmovable;
+        bool foreign_c; // a directory stands where the oldest generation belongs
+        Seqs a, b, c;
+    } cases[] = {{"A", false, {3, 4, 5, 6}, {}, {2}},
+                 {"A", true, {3, 4, 5, 6}, {2}, {}},
+                 {"B", false, {4, 5, 6}, {3}, {1}},
+                 {"AB", false, {3, 4, 5, 6}, {2}, {1}}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.unmovable) + (c.foreign_c ? " and a directory" : ""));
+        for (const char* name : {"log_A", "log_B", "log_C"}) std::filesystem::remove_all(path(name));
+        if (c.foreign_c)
+            std::filesystem::create_directories(path("log_C") + "/full");
+        else
+            LdfBuilder().record({.seq = 1}).write(path("log_C"));
+        LdfBuilder().record({.seq = 2}).write(path("log_B"));
+        LdfBuilder().record({.seq = 3}).append(std::string(LDF_MIN_MAXLEN, '-')).write(path("log_A"));
+        LdfWriter w;
+        ASSERT_EQ(LDF_OK, w.open("log", 0));
+        w.set_maxlen(LDF_MIN_MAXLEN);
+        unmovable = c.unmovable;
+        for (unsigned seq : {4, 5, 6}) write(w, seq);
+        EXPECT_EQ(c.a, seqs_in("log_A"));
+        EXPECT_EQ(c.b, exists(path("log_B")) ? seqs_in("log_B") : Seqs());
+        EXPECT_EQ(c.c, c.foreign_c ? Seqs() : seqs_in("log_C"));
+        EXPECT_FALSE(exists(path("log_A") + ".new"));
+    }
 }
 
 TEST_F(LdfFault, ReadsInPiecesAndFailures) {
@@ -109,11 +151,10 @@ TEST_F(LdfFault, ReadsInPiecesAndFailures) {
         {"fails within a fixed part", {10, FAIL}, 0, LDF_EFAIL},
         {"fails within a text", {30, FAIL}, 0, LDF_EFAIL},
     };
-    LdfBuilder().records(3, {.args = {"a", "bc"}}).write(path("f"));
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         LdfReader reader;
-        ASSERT_EQ(LDF_OK, reader.open(nullptr, "f"));
+        open(reader, LdfBuilder().records(3, {.args = {"a", "bc"}}));
         read_plan = c.plan;
         int end = 0;
         EXPECT_EQ(c.records, read_all(reader, {}, &end).size());

@@ -63,6 +63,10 @@ protected:
         if (end) *end = rc;
         return records;
     }
+    void open(LdfReader& reader, const LdfBuilder& file) const {
+        file.write(path("f"));
+        ASSERT_EQ(LDF_OK, reader.open(nullptr, "f"));
+    }
     std::vector<ReadRecord> read_file(const std::string& name) const {
         LdfReader reader;
         EXPECT_EQ(LDF_OK, reader.open(nullptr, name.c_str())) << name;
@@ -83,9 +87,20 @@ protected:
         w.write(sev, 1000, obj, 25u << 16 | 7, "f", 1, seq, "g", arg.c_str(), nullptr, nullptr, nullptr,
                 nullptr, nullptr);
     }
-    static std::vector<unsigned> seqs(const std::vector<ReadRecord>& records) {
-        std::vector<unsigned> all;
+    using Seqs = std::vector<unsigned>;
+    static Seqs seqs(const std::vector<ReadRecord>& records) {
+        Seqs all;
         for (const auto& r : records) all.push_back(r.header.seq);
+        return all;
+    }
+    Seqs seqs_in(const std::string& name) const { return seqs(read_file(name)); }
+
+    // What the generations of a log hold, oldest first.
+    std::vector<ReadRecord> kept(const std::string& log) const {
+        std::vector<ReadRecord> all;
+        for (const char* suffix : {"_C", "_B", "_A"})
+            if (std::filesystem::is_regular_file(path(log + suffix)))
+                for (auto& r : read_file(log + suffix)) all.push_back(std::move(r));
         return all;
     }
 
