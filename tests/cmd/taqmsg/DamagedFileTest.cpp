@@ -1,5 +1,6 @@
-// Whatever bytes a file holds, the command ends with one of its statuses.
-#include <set>
+// Whatever bytes a file holds, the command ends with one of its statuses and says why. The reader is tested
+// with every single byte; here a sample takes the whole way.
+#include <gmock/gmock.h>
 
 #include "cmd/taqmsg/CommandTest.h"
 
@@ -10,11 +11,10 @@ protected:
     DamagedFileTest() { env["TAQ_MESSAGES_DIR"] = TAQ_TEST_CATALOGS; }
 
     void expect_listed_status(const std::string& bytes) {
-        static const std::set<int> listed = {0, 7, 10};
         for (const std::vector<std::string>& args : modes) {
             std::ofstream(ldf_path("f"), std::ios::binary) << bytes; // anew: a short one is deleted
             const CommandResult result = run(args);
-            EXPECT_EQ(1u, listed.count(result.status)) << args[0] << " ended with " << result.status;
+            EXPECT_THAT(result.status, testing::AnyOf(0, 7, 10)) << args[0];
             if (result.status == 0) continue;
             const bool tail_failed = args[0] == "-tail" && result.status == 7; // the one silent failure
             EXPECT_TRUE(tail_failed || result.err.find("Unable to open file 'f'") != std::string::npos);
@@ -31,25 +31,18 @@ protected:
                                                          {"-trace", "f"}};
 };
 
-TEST_F(DamagedFileTest, EveryPrefix) {
+TEST_F(DamagedFileTest, CutAndFlippedFiles) {
     const std::string bytes = good.bytes();
-    for (size_t size = 0; size <= bytes.size(); ++size) {
-        SCOPED_TRACE(size);
-        expect_listed_status(bytes.substr(0, size));
-    }
-}
-
-TEST_F(DamagedFileTest, EveryByteFlipped) {
-    const size_t size = good.bytes().size();
-    for (size_t at = 0; at < size; ++at) {
+    for (size_t at = 0; at < bytes.size(); at += 13) {
         SCOPED_TRACE(at);
+        expect_listed_status(bytes.substr(0, at));
         expect_listed_status(LdfBuilder(good).flip(at).bytes());
     }
 }
 
 TEST_F(DamagedFileTest, LengthWordsAtTheirLimits) {
     for (const uint32_t size :
-         {0u, 1u, 4095u, 4096u, 4097u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFE8u, 0xFFFFFFFFu}) {
+         {0u, 4095u, 4096u, 4097u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFE8u, 0xFFFFFFFFu}) {
         SCOPED_TRACE(size);
         expect_listed_status(LdfBuilder(good).put32(117, size).append(std::string(5000, 'x')).bytes());
     }

@@ -60,6 +60,18 @@ TEST_F(ListTest, MissingDirectoriesAreSilent) {
     expect({"-list"}, 1, "", "");
 }
 
+TEST_F(ListTest, LongestRoot) {
+    touch("N_A.ldf");
+    std::ofstream(root() + "/not-below-ldf.ldf"); // is what a path that was cut would find
+    const auto root_of = [this](size_t size) { return root() + std::string(size - root().size(), '/'); };
+    env["TAQ_LDF"] = root_of(4090);
+    expect({"-list"}, 0, "#Log data files\nN_A\n\n", "");
+    for (const size_t size : {4094u, 4095u, 4096u}) {
+        env["TAQ_LDF"] = root_of(size);
+        expect({"-list"}, 1, "", "");
+    }
+}
+
 TEST_F(ListTest, LongListIsCut) {
     const std::string stem(200, 'n');
     for (int i = 100; i < 140; ++i) touch(stem + std::to_string(i) + ".ldf");

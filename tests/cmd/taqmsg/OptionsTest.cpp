@@ -25,7 +25,7 @@ std::string join(const Args& args) {
     return line;
 }
 
-// The line of the record that a test file holds; its first argument tells the file.
+// The line of the record in each test file, which names the file.
 std::string line_of(const std::string& text) {
     return "Mon Nov 16 18:38:11 2026 QEN INFO K-16-25-0  " + text + "\n";
 }
@@ -43,27 +43,20 @@ TEST_F(OptionsTest, WrongArgumentsAreReportedWithTheUsage) {
         Args args;
         std::string message;
     } cases[] = {
-        {{"-x", "f"}, unknown("-x")},
         {{"-"}, unknown("-")},
-        {{"--help"}, unknown("--help")},
-        {{"-l", "f"}, unknown("-l")},   // -lang, -list, -listapp
-        {{"-li", "f"}, unknown("-li")}, // -list, -listapp
-        {{"-listapp"}, unknown("-listapp")},
-        {{"-version"}, unknown("-version")}, // known to other commands
+        {{"-l", "f"}, unknown("-l")},        // -lang, -list, -listapp
+        {{"-ta", "f"}, unknown("-ta")},      // -tag, -tail, -takeover
+        {{"-listapp"}, unknown("-listapp")}, // known to other commands
         {{"-INFO", "f"}, unknown("-INFO")},
         {{"-%n%s%100$s", "f"}, unknown("-%n%s%100$s")},
         {{"-x", "a\tb"}, unknown("-x")}, // looking ends there
         {{"-help", "-x"}, unknown("-x")},
-        {{"a\tb"}, NOT_ASCII},
-        {{"-sev", "\xC3\xA9", "f"}, NOT_ASCII},
         {{"a\x01", "-x"}, NOT_ASCII},
+        {{"-sev", "\xC3\xA9", "f"}, NOT_ASCII},
 
-        {{"-tail", "0", "f"}, BAD_TAIL},
-        {{"-tail", "abc", "f"}, BAD_TAIL},
-        {{"-tail", "%-1", "f"}, BAD_TAIL},
-        {{"-tail", "-9223372036854775809", "f"}, unknown("-9223372036854775809")},
-        {{"-tail", "%-9223372036854775809", "f"}, BAD_TAIL},
         {{"-tail", "0", "-sev", "X"}, BAD_TAIL},
+        {{"-tail", "abc", "f"}, BAD_TAIL},
+        {{"-tail", "%-9223372036854775809", "f"}, BAD_TAIL},
 
         {{"a", "b"}, BAD_COUNT},
         {{"-info"}, BAD_COUNT},
@@ -72,46 +65,33 @@ TEST_F(OptionsTest, WrongArgumentsAreReportedWithTheUsage) {
         {{"-info", "-path", "/d"}, BAD_COUNT},
         {{"-tail", "5", "a", "b"}, BAD_COUNT},
         {{"-tail", "-path", "/d"}, BAD_COUNT},
-        {{"-tail", "5", "-path", "/d"}, BAD_COUNT},
-        {{"-tail", "5", "-dbg", "f"},
-         BAD_COUNT},                    // behind a count the file is taken for the last option's value
-        {{"-ta", "f"}, unknown("-ta")}, // -tag, -tail, -takeover
+        {{"-tail", "5", "-dbg", "f"}, BAD_COUNT}, // a count makes the file the last option's value
         {{"-path", "d", "e", "f"}, BAD_COUNT},
         {{"f", "-info"}, BAD_COUNT},
         {{"-sev", "E", "-any"}, BAD_COUNT},
         {{"-list", "a", "b"}, BAD_COUNT},
-        {{"-sev", "E"}, BAD_COUNT},
         {{"-oname", "a"}, BAD_COUNT},
 
         {{"-path"}, BAD_PATH},
         {{"-info", "-path", "-dbg", "f"}, BAD_PATH},
         {{"-tail", "-path", "-dbg", "f"}, BAD_PATH},
-        {{"-path", "-dbg", "f"}, BAD_PATH},
         {{"-lang"}, BAD_LANG},
-        {{"-lang", "-dbg", "f"}, BAD_LANG},
         {{"-tail", "-lang", "-dbg", "f"}, BAD_LANG},
         {{"-lang", "-path", "-dbg", "f"}, BAD_LANG}, // the language comes before the path
 
         {{"-sev"}, BAD_SEV},
         {{"-sev", "X", "f"}, BAD_SEV},
         {{"-sev", "EE", "f"}, BAD_SEV},
-        {{"-sev", "", "f"}, BAD_SEV},
-        {{"-sev", "%", "f"}, BAD_SEV},
-        {{"-sev", "-dbg", "f"}, BAD_SEV},
-        {{"-otype"}, BAD_OTYPE},
-        {{"-otype", "bad", "f"}, BAD_OTYPE},
-        {{"-otype", "", "f"}, BAD_OTYPE},
+        {{"-sev", "%", "f"}, BAD_SEV}, // an empty one
         {{"-otype", "RESX", "f"}, BAD_OTYPE},
-        {{"-oname"}, BAD_ONAME},
+        {{"-otype", "", "f"}, BAD_OTYPE},
+        {{"-otype"}, BAD_OTYPE},
         {{"-oname", "-dbg", "f"}, BAD_ONAME},
-        {{"-oname", "", "f"}, BAD_ONAME},
         {{"-oname", "a", "  ", "f"}, BAD_ONAME},
         {{"-otype", "qen", "-oname", "a", "f"},
          warning(30532, "QEN object tag does not have an object name")},
-        {{"-msgid"}, BAD_MSGID},
         {{"-msgid", "-dbg", "f"}, BAD_MSGID},
         {{"-category"}, BAD_CATEGORY},
-        {{"-category", "-dbg", "f"}, BAD_CATEGORY},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(join(c.args));
@@ -132,12 +112,9 @@ TEST_F(OptionsTest, AcceptedShapes) {
         Args args;
         std::string out;
     } cases[] = {
-        {{"f"}, of_f},
-        {{"f.ldf"}, of_f},
         {{"f.anything"}, of_f},
         {{"%f"}, of_f},
         {{"%-x"}, line_of("-x")},
-        {{"-tail", "f"}, of_f},
         {{"-tai", "f"}, of_f},
         {{"-tail", "5"}, line_of("5")}, // the last word is the file
         {{"-tail", "5", "5"}, line_of("5")},
@@ -145,15 +122,11 @@ TEST_F(OptionsTest, AcceptedShapes) {
         {{"-tail", "99999999999999999999", "f"}, of_f},
         {{"-tail", "-tail", "f"}, of_f},
         {{"-tail", "1", "-path", root() + "/ldf", "f"}, of_f},
-        {{"-tail", "-path", root() + "/ldf", "f"}, of_f},
         {{"-path", "/nowhere", "-path", root() + "/ldf", "f"}, of_f}, // the later one counts
-        {{"-sev", "i", "f"}, of_f},
-        {{"-sev", "I", "-otype", "qEn", "f"}, of_f},
-        {{"-path", root() + "/ldf", "-info", "f"}, of_f}, // -info elsewhere counts for nothing
+        {{"-path", root() + "/ldf", "-info", "f"}, of_f},             // -info elsewhere counts for nothing
         {{"-dbg", "-dbg", "-dbg", "-tail", "1", "f"}, of_f},
         {{"-dbg", "-dbg", "-dbg", "-dbg", "-tail", "1", "f"}, of_f + "\tLog:open[42]\n"}, // -tail in a crowd
-        {{"-msgid", "%-1", "f"}, of_f},
-        {{"-category", "25", "-msgid", "0", "f"}, of_f},
+        {{"-sev", "i", "-otype", "qEn", "-category", "25", "-msgid", "0", "f"}, of_f},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(join(c.args));
@@ -161,46 +134,38 @@ TEST_F(OptionsTest, AcceptedShapes) {
     }
 }
 
-TEST_F(OptionsTest, NumbersBeyondIntDoNotWrapAround) {
-    // 4294967296 is 0 in 32 bits, and category 25 plus 2 to the 32nd is 25.
-    expect({"-msgid", "4294967296", "f"}, 0, "", NO_MATCH);
-    expect({"-category", "4294967321", "f"}, 0, "", NO_MATCH);
-}
-
 TEST_F(OptionsTest, ArgumentCountLimit) {
-    const std::string of_f = line_of("f");
     Args args(1024, "f");
     args[0] = "-oname";
-    expect(args, 0, of_f, "");
-    args.push_back("f");
-    expect(args, 1, "", warning(30526, "Argument count limit (1024) exceeded") + USAGE);
-    args.resize(100000, "-x");
-    expect(args, 1, "", warning(30526, "Argument count limit (1024) exceeded") + USAGE);
+    expect(args, 0, line_of("f"), "");
+    for (const size_t count : {1025u, 100000u}) {
+        args.resize(count, "-x");
+        expect(args, 1, "", warning(30526, "Argument count limit (1024) exceeded") + USAGE);
+    }
+    const CommandResult result = run_command(TAQMSG_COMMAND, {}, {"TAQ_MESSAGES_DIR=/nowhere"});
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ(USAGE, result.err) << "without even the program's name";
 }
 
 TEST_F(OptionsTest, OversizedWords) {
+    // 4294967296 is 0 in 32 bits, and category 25 plus 2 to the 32nd is 25.
+    expect({"-msgid", "4294967296", "f"}, 0, "", NO_MATCH);
+    expect({"-category", "4294967321", "f"}, 0, "", NO_MATCH);
+
     const std::string big(60000, 'b');
-    const std::string head = "QEN WARNING K-16-25-30528 Unknown option: -b";
     CommandResult result = run({"-" + big, "f"});
     EXPECT_EQ(1, result.status);
-    EXPECT_EQ(head, result.err.substr(0, head.size()));
+    EXPECT_EQ(0u, result.err.find("QEN WARNING K-16-25-30528 Unknown option: -b"));
     EXPECT_EQ(USAGE, result.err.substr(result.err.find('\n') + 1));
     EXPECT_GE(result.err.find('\n'), 4000u); // as much of it as a text can hold
 
-    for (const Args& args :
-         {Args{big}, {big + ".ldf"}, {"-info", "-path", big, "f"}, {"-tail", big + "/" + big}}) {
+    for (const Args& args : {Args{big + ".ldf"}, {"-info", "-path", big, "f"}, {"-tail", big + "/" + big}}) {
         result = run(args);
         EXPECT_EQ(7, result.status);
         EXPECT_EQ(0u, result.err.find("QEN WARNING K-16-25-30523 Unable to open file '"));
     }
     expect({"-oname", big, "f"}, 0, "", NO_MATCH);
     expect({"-sev", big, "f"}, 1, "", BAD_SEV + USAGE);
-}
-
-TEST_F(OptionsTest, NoArgumentVectorAtAll) {
-    const CommandResult result = run_command(TAQMSG_COMMAND, {}, {"TAQ_MESSAGES_DIR=/nowhere"});
-    EXPECT_EQ(0, result.status);
-    EXPECT_EQ(USAGE, result.err);
 }
 
 } // namespace
