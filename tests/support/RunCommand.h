@@ -16,7 +16,7 @@ struct CommandResult {
     std::string err;
 };
 
-// A file in memory that a child writes and the test reads afterwards: no pipe that could fill up.
+// A file in memory for one of a child's streams: no pipe that could fill up.
 class CapturedStream {
 public:
     CapturedStream() : _fd(memfd_create("captured", MFD_CLOEXEC)) {
@@ -27,6 +27,10 @@ public:
     CapturedStream& operator=(const CapturedStream&) = delete;
 
     int fd() const { return _fd; }
+    void fill(const std::string& text) const {
+        if (pwrite(_fd, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size()))
+            throw std::runtime_error("cannot fill a stream");
+    }
     std::string text() const {
         std::string all;
         char part[65536];
@@ -47,19 +51,21 @@ inline int wait_for(pid_t pid) {
 
 // argv[0] is the program's path; environment: "NAME=value", nothing is inherited. stdout_fd: where standard
 // output goes instead of being captured. An empty argv passes the program no arguments at all, not even its
-// name.
+// name. The program reads `input`.
 inline CommandResult run_command(const std::string& program, std::vector<std::string> argv,
-                                 std::vector<std::string> environment, int stdout_fd = -1) {
+                                 std::vector<std::string> environment, int stdout_fd = -1,
+                                 const std::string& input = "") {
     const auto pointers = [](std::vector<std::string>& strings) {
         std::vector<char*> list;
         for (std::string& s : strings) list.push_back(s.data());
         list.push_back(nullptr);
         return list;
     };
-    CapturedStream out, err;
+    CapturedStream in, out, err;
+    in.fill(input);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", 0, 0);
+    posix_spawn_file_actions_adddup2(&actions, in.fd(), STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, stdout_fd >= 0 ? stdout_fd : out.fd(), STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, err.fd(), STDERR_FILENO);
     pid_t pid = 0;

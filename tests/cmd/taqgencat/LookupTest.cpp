@@ -36,29 +36,26 @@ private:
 };
 
 TEST(CompiledCatalogs, EveryMessageOfEveryCategoryIsFound) {
+    const auto text_of = [](uint32_t category, uint32_t number) {
+        return std::to_string(category) + ":" + std::to_string(number) + " ";
+    };
     Messages messages;
     for (uint32_t category = 1; category <= 400; ++category) // the map's list of names fills many lines
         for (uint32_t number = 0; number < 65536; number = number * 2 + category % 7 + 1)
-            messages[category][number].text = std::to_string(category) + ":" + std::to_string(number) + " %s";
+            messages[category][number].text = text_of(category, number) + "%s";
     Catalogs catalogs(messages, "KORE", "en");
-    for (const auto& [category, set] : messages) {
-        for (const auto& [number, message] : set) {
-            const std::string expected = std::to_string(category) + ":" + std::to_string(number) + " arg";
-            ASSERT_EQ(expected, catalogs.text(category, number, "arg"));
-        }
-    }
+    for (const auto& [category, set] : messages)
+        for (const auto& [number, message] : set)
+            ASSERT_EQ(text_of(category, number) + "arg", catalogs.text(category, number, "arg"));
     EXPECT_EQ("<3>", catalogs.text(401, 0));
     EXPECT_EQ("<3>", catalogs.text(7, 2)); // the numbers of category 7 are 0, 1, 3, 7, ...
 }
 
 TEST(CompiledCatalogs, NameListsOfEveryLengthAreRead) {
-    for (size_t name = 1; name <= 64; ++name) { // moves the places where the map's lines are continued
-        const std::string module(name, 'm');
-        Messages messages;
-        for (uint32_t category = 60; category < 100; ++category) messages[category][category].text = "t";
-        Catalogs catalogs(messages, module, "de");
-        EXPECT_EQ("t", catalogs.text(99, 99)) << name;
-    }
+    Messages messages;
+    for (uint32_t category = 60; category < 100; ++category) messages[category][category].text = "t";
+    for (size_t name = 1; name <= 64; ++name) // moves the places where the map's lines are continued
+        EXPECT_EQ("t", Catalogs(messages, std::string(name, 'm'), "de").text(99, 99)) << name;
 }
 
 TEST(CompiledCatalogs, LongestAcceptedTextIsShown) {
