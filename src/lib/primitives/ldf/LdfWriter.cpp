@@ -75,16 +75,18 @@ void LdfWriter::append(ldf_msg_header_t fixed, std::string_view file, std::strin
     _active = 0;
 }
 
-// Makes sure that a file is open with room for a record. False: the record is dropped.
+// Makes sure that a file is open with room for a record, below its limit and where readers still follow.
+// False: the record is dropped.
 bool LdfWriter::_ready_for_write() {
     if (!_opened && _prepare_ldf() != LDF_OK) return false;
-    return _count < _maxlen || _next() == LDF_OK;
+    const bool room = _count < _maxlen && _ldf_header.offset_end <= COUNT_MAX - LDF_RECORD_MAX;
+    return room || _next() == LDF_OK;
 }
 
 // Record first, header after: whatever happens in between, the header on disk describes whole records only.
 // Memory follows the disk, so a failure leaves the next record the place of this one.
 void LdfWriter::_put_record(const unsigned char* record, size_t size, int8_t sev, int8_t obj_tag) {
-    if (_ldf_header.offset_end > static_cast<size_t>(COUNT_MAX) - size) return; // readers go no further
+    if (_ldf_header.offset_end > COUNT_MAX - size) return; // no rotation could make room
     if (!ldf_write_at(fileno(_fp), record, size, _ldf_header.offset_end)) return;
 
     ldf_header_t updated = _ldf_header;

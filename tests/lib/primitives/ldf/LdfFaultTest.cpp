@@ -15,7 +15,7 @@ constexpr ssize_t INTERRUPTED = -3; // EINTR
 
 // What happens to the next calls, in order; a size means that so many bytes are transferred.
 std::vector<ssize_t> read_plan, write_plan;
-int writes;
+int reads, writes;
 std::string unmovable; // letters of the generations whose files cannot be renamed
 
 // The number of bytes to transfer, or a negative result with errno set.
@@ -32,6 +32,7 @@ ssize_t follow(std::vector<ssize_t>& plan, size_t size) {
 } // namespace
 
 extern "C" ssize_t pread(int fd, void* buf, size_t size, off_t offset) {
+    ++reads;
     const ssize_t n = follow(read_plan, size);
     return n < 0 ? n : syscall(SYS_pread64, fd, buf, n, offset);
 }
@@ -60,12 +61,21 @@ protected:
     }
 };
 
-TEST_F(LdfFault, ARecordIsTwoWrites) {
+TEST_F(LdfFault, CallsAreFew) {
     LdfWriter w;
     ASSERT_EQ(LDF_OK, w.open("log", 0));
     writes = 0;
     for (unsigned seq = 0; seq < 10; ++seq) write(w, seq);
-    EXPECT_EQ(20, writes);
+    EXPECT_EQ(20, writes); // a record and a header each
+
+    LdfReader reader;
+    open(reader, LdfBuilder().records(62000, {.args = {"resource1", "ONLINE"}})); // 23 windows
+    reads = 0;
+    EXPECT_EQ(62000u, read_all(reader).size());
+    EXPECT_LE(reads, 45);
+    reads = 0;
+    EXPECT_EQ(LDF_OK, reader.tail(20));
+    EXPECT_LE(reads, 45);
 }
 
 TEST_F(LdfFault, FailedWriteCostsItsRecordOnly) {
@@ -101,10 +111,19 @@ TEST_F(LdfFault, FailedWriteCostsItsRecordOnly) {
 }
 
 TEST_F(LdfFault, FailedNewFileLeavesNoTrace) {
-    write_plan = {50, FAIL, FAIL}; // the first header, and the one that setting aside would make
     LdfWriter w;
+    write_plan = {50, FAIL, FAIL}; // the first header, and the one that setting aside would make
     EXPECT_EQ(LDF_EFAIL, w.open("log", 0));
     EXPECT_TRUE(std::filesystem::is_empty(root + "/ldf"));
+
+    LdfBuilder().record({.seq = 1}).append(std::string(LDF_DEFAULT_MAXLEN, '-')).write(path("full_A"));
+    ASSERT_EQ(LDF_OK, w.open("full", 0));
+    write_plan = {116, FAIL}; // a disk with no room for another file
+    write(w, 2);
+    EXPECT_FALSE(exists(path("full_A") + ".new"));
+    EXPECT_EQ(Seqs{1}, seqs(kept("full")));
+    write(w, 3);
+    EXPECT_EQ((Seqs{1, 3}), seqs(kept("full")));
 }
 
 // However often a rotation is tried in vain, it costs no more than the one generation that it may cost.

@@ -1,5 +1,3 @@
-#include <cstring>
-
 #include "LdfFixture.h"
 #include "primitives/ldf/QENObjTags.h"
 
@@ -28,10 +26,6 @@ std::string_view view(const char* s) {
     return s != nullptr ? std::string_view(s) : std::string_view();
 }
 
-LdfBuilder golden_builder() {
-    return LdfBuilder().flags(5).record({.sev = 1, .obj = 3, .args = {"res1", "ONLINE"}});
-}
-
 std::vector<std::string> naive_split(const std::string& text) {
     std::vector<std::string> pieces;
     std::string piece;
@@ -53,40 +47,18 @@ std::vector<std::string> view_pieces(const std::string& text) {
     LdfRecordView view;
     ldf_split_text(padded.data(), text.size(), view);
     std::vector<std::string> pieces;
-    if (view.filename.data()) pieces.emplace_back(view.filename);
-    if (view.function.data()) pieces.emplace_back(view.function);
+    if (view.filename().data()) pieces.emplace_back(view.filename());
+    if (view.function().data()) pieces.emplace_back(view.function());
     view.for_each_arg([&](std::string_view arg) { pieces.emplace_back(arg); });
-    EXPECT_LE(view.argc, LDF_MAX_ARGS);
+    EXPECT_LE(view.argc(), LDF_MAX_ARGS);
     return pieces;
 }
 
 } // namespace
 
-TEST(LdfFormat, BuilderAndCodecAgreeWithTheBytes) {
-    const std::string built = golden_builder().bytes();
-    ASSERT_EQ(GOLDEN, built);
-
-    ldf_header_t h;
-    const auto* bytes = reinterpret_cast<const unsigned char*>(GOLDEN.data());
-    ASSERT_EQ(LDF_OK, ldf_decode_header(bytes, static_cast<int64_t>(GOLDEN.size()), h));
-    EXPECT_STREQ("node1", h.system);
-    EXPECT_EQ(1, h.total_error);
-    EXPECT_EQ(1, h.total_grp_msg);
-    EXPECT_EQ(5, h.flags);
-    EXPECT_EQ(162u, h.offset_end);
-    unsigned char again[LDF_HEADER_SIZE];
-    ldf_encode_header(h, again);
-    EXPECT_EQ(GOLDEN.substr(0, LDF_HEADER_SIZE), std::string(reinterpret_cast<char*>(again), sizeof again));
-
-    ldf_msg_header_t m;
-    ldf_decode_record(bytes + LDF_HEADER_SIZE, m);
-    EXPECT_EQ(22u, m.data_size);
-    EXPECT_EQ(25u << 16 | 30001u, m.msgcat_id);
-    EXPECT_EQ(3, m.obj_type);
-    EXPECT_EQ(LDF_NO_SEQ, m.seq);
-    unsigned char record[LDF_RECORD_HEADER_SIZE];
-    ldf_encode_record(m, record);
-    EXPECT_EQ(0, std::memcmp(bytes + LDF_HEADER_SIZE, record, sizeof record));
+// What the other tests hold reader and writer against.
+TEST(LdfFormat, BuilderAgreesWithTheBytes) {
+    EXPECT_EQ(GOLDEN, LdfBuilder().flags(5).record({.sev = 1, .obj = 3, .args = {"res1", "ONLINE"}}).bytes());
 }
 
 TEST(LdfFormat, PlatformOutsideTheTableIsUnknown) {
@@ -98,51 +70,24 @@ TEST(LdfFormat, PlatformOutsideTheTableIsUnknown) {
 
 TEST(LdfFormat, TextPartKeepsItsShape) {
     const struct {
-        const char* name;
         const char *file, *func;
-        const char* args[LDF_MAX_ARGS];
-        std::string expect;
+        const char* args[LDF_MAX_ARGS + 1];
+        std::string expect; // "|" stands for the separator
     } cases[] = {
-        {"two arguments", "Log", "open", {"res1", "ONLINE"}, "Log\xFFopen\xFFres1\xFFONLINE\xFF"},
-        {"missing and empty fields",
-         nullptr,
-         "",
-         {"", "b"},
-         " \xFF \xFF \xFF"
-         "b\xFF"},
-        {"stops at the first missing argument",
-         "f",
-         "g",
-         {"a", nullptr, "c"},
-         "f\xFFg\xFF"
-         "a\xFF"},
-        {"six arguments",
-         "f",
-         "g",
-         {"1", "2", "3", "4", "5", "6"},
-         "f\xFFg\xFF"
-         "1\xFF"
-         "2\xFF"
-         "3\xFF"
-         "4\xFF"
-         "5\xFF"
-         "6\xFF"},
-        {"separator inside a field",
-         "f",
-         "g",
-         {"a\xFF\xFF"
-          "b"},
-         "f\xFFg\xFF"
-         "a??b\xFF"},
+        {"Log", "open", {"res1", "ONLINE"}, "Log|open|res1|ONLINE|"},
+        {nullptr, "", {"", "b"}, " | | |b|"},
+        {"f", "g", {"a", nullptr, "c"}, "f|g|a|"},
+        {"f", "g", {"1", "2", "3", "4", "5", "6", "7"}, "f|g|1|2|3|4|5|6|"},
+        {"f\xFF", "g", {"\xFF-\xFF"}, "f?|g|?-?|"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
         char buf[LDF_TEXT_MAX];
-        std::string_view args[LDF_MAX_ARGS];
-        for (size_t i = 0; i < LDF_MAX_ARGS; ++i) args[i] = view(c.args[i]);
+        std::string_view args[LDF_MAX_ARGS + 1];
+        std::transform(std::begin(c.args), std::end(c.args), args, view);
         const size_t n = ldf_encode_text(view(c.file), view(c.func), args, buf, sizeof buf);
-        EXPECT_EQ(c.expect, std::string(buf, n));
         EXPECT_EQ('\0', buf[n]);
+        std::replace(buf, buf + n, '\xFF', '|');
+        EXPECT_EQ(c.expect, std::string(buf, n));
     }
 }
 
@@ -158,52 +103,6 @@ TEST(LdfFormat, TextIsEmptyOnceItDoesNotFit) {
             EXPECT_EQ('\0', buf[n]);
         }
     }
-}
-
-TEST(LdfFormat, SplitsHostileTexts) {
-    const std::string cases[] = {
-        "",
-        "\0"s,
-        "\xFF",
-        "\xFF\xFF\0"s,
-        "a",
-        "a\0b\xFF"
-        "c"s,
-        "a\xFF",
-        "a\xFF"
-        "b",
-        "\xFF"
-        "a\xFF\xFF"
-        "b\xFF\xFF"
-        "c\0"s,
-        "f\xFFg\xFF"
-        "1\xFF"
-        "2\xFF"
-        "3\xFF"
-        "4\xFF"
-        "5\xFF"
-        "6\xFF\0"s,
-        "f\xFFg\xFF"
-        "1\xFF"
-        "2\xFF"
-        "3\xFF"
-        "4\xFF"
-        "5\xFF"
-        "6\xFF"
-        "7\xFF\xFF"
-        "8\xFF\0"
-        "9"s, // more than six
-        "f\xFFg\xFF"
-        "1\xFF"
-        "2\xFF"
-        "3\xFF"
-        "4\xFF"
-        "5\xFF"
-        "6\xFF"
-        "7",
-    };
-    for (const auto& text : cases)
-        EXPECT_EQ(naive_split(text), view_pieces(text)) << testing::PrintToString(text);
 }
 
 TEST(LdfFormat, SplitsLikeTheNaiveWay) {

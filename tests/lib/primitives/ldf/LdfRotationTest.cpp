@@ -1,5 +1,4 @@
-#include <csignal>
-#include <sys/resource.h>
+#include <unistd.h>
 
 #include "LdfFixture.h"
 
@@ -13,21 +12,14 @@ protected:
     }
     // Writes 4000-byte records until file A has reached its limit.
     void fill() {
-        const auto done = [&] { return fs::file_size(path("log_A")) >= LDF_MIN_MAXLEN; };
         do write(w, next++, std::string(4000, 'a'));
-        while (!done());
+        while (fs::file_size(path("log_A")) < LDF_MIN_MAXLEN);
     }
-    std::vector<unsigned> all() const {
-        std::vector<unsigned> total;
-        for (const char* name : {"log_C", "log_B", "log_A"})
-            if (fs::is_regular_file(path(name)))
-                for (unsigned seq : seqs(read_file(name))) total.push_back(seq);
-        return total;
-    }
-    static std::vector<unsigned> range(unsigned from, unsigned to) {
-        std::vector<unsigned> r;
-        while (from < to) r.push_back(from++);
-        return r;
+    // All generations together hold the records from `from` to the last one written, each once.
+    void expect_kept(unsigned from = 0) const {
+        Seqs range;
+        for (unsigned seq = from; seq < next; ++seq) range.push_back(seq);
+        EXPECT_EQ(range, seqs(kept("log")));
     }
 
     LdfWriter w;
@@ -35,13 +27,9 @@ protected:
 };
 
 TEST_F(LdfRotationTest, LimitHasALowerBound) {
-    EXPECT_EQ(65536, w.maxlen());
-    const struct {
-        int set, expect;
-    } cases[] = {{65535, 65536}, {65536, 65536}, {65537, 65537}, {-1, 65536}, {INT32_MAX, INT32_MAX}};
-    for (const auto& c : cases) {
-        w.set_maxlen(c.set);
-        EXPECT_EQ(c.expect, w.maxlen());
+    for (int limit : {1000, 65535, 65536, 65537, -1, INT32_MAX}) {
+        w.set_maxlen(limit);
+        EXPECT_EQ(std::max(limit, 65536), w.maxlen());
     }
 }
 
@@ -49,26 +37,40 @@ TEST_F(LdfRotationTest, KeepsThreeGenerations) {
     fill();
     const unsigned per_file = next;
     EXPECT_FALSE(exists(path("log_B"))); // the limit is looked at before the next write
-    for (int generation = 2; generation <= 5; ++generation) {
+    for (unsigned generation = 2; generation <= 5; ++generation) {
         fill();
-        EXPECT_EQ(per_file * static_cast<unsigned>(generation), next);
-        const unsigned kept = static_cast<unsigned>(std::min(generation, 3)) * per_file;
-        EXPECT_EQ(range(next - kept, next), all());
+        EXPECT_EQ(per_file * generation, next);
+        expect_kept(next - std::min(generation, 3u) * per_file);
     }
     EXPECT_LT(fs::file_size(path("log_B")), 65536u + LDF_RECORD_MAX);
 }
 
-TEST_F(LdfRotationTest, FileOfExactlyTheLimitIsRotated) {
-    for (size_t size : {65535u, 65536u}) {
-        fs::remove(path("log_B"));
+TEST_F(LdfRotationTest, SizeOfTheFileFoundDecides) {
+    const struct {
+        int64_t size;
+        uint32_t offset_end; // 0: behind the record
+        int limit;
+        bool rotated;
+    } cases[] = {{65535, 0, 65536, false},
+                 {65536, 0, 65536, true},
+                 {LDF_DEFAULT_MAXLEN - 1, 0, 0, false}, // without set_maxlen
+                 {LDF_DEFAULT_MAXLEN, 0, 0, true},
+                 {5ll << 30, 0, INT32_MAX, true},
+                 // A record more would lie where no reader goes; the file never reaches its limit.
+                 {INT32_MAX - 100, INT32_MAX - 100, INT32_MAX, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.size);
+        fs::remove(path("big_B"));
         LdfBuilder file = LdfBuilder().record({.seq = 1});
-        file.append(std::string(size - file.bytes().size(), '-')).write(path("exact_A"));
+        if (c.offset_end) file.offset_end(c.offset_end);
+        file.write(path("big_A"));
+        ASSERT_EQ(0, truncate(path("big_A").c_str(), c.size));
         LdfWriter x;
-        ASSERT_EQ(LDF_OK, x.open("exact", 0));
-        x.set_maxlen(65536);
+        ASSERT_EQ(LDF_OK, x.open("big", 0));
+        if (c.limit) x.set_maxlen(c.limit);
         write(x, 2);
-        EXPECT_EQ(size == 65536, exists(path("exact_B")));
-        EXPECT_EQ(size == 65536 ? 1u : 2u, read_file("exact_A").size());
+        EXPECT_EQ(c.rotated ? Seqs{2} : (Seqs{1, 2}), seqs_in("big_A"));
+        EXPECT_EQ(c.rotated, exists(path("big_B")));
     }
 }
 
@@ -77,86 +79,55 @@ TEST_F(LdfRotationTest, FileThatCannotBeRenamedIsContinued) {
     fs::create_directories(path("log_C") + "/full");
     fill();
     for (int i = 0; i < 3; ++i) write(w, next++);
-    EXPECT_EQ(range(0, next), seqs(read_file("log_A")));
+    expect_kept();
     EXPECT_FALSE(exists(path("log_A") + ".new"));
     fs::remove_all(path("log_B"));
     fs::remove_all(path("log_C"));
     write(w, next++);
-    EXPECT_EQ(range(0, next), all());
+    expect_kept();
     EXPECT_EQ(1u, read_file("log_A").size());
 }
 
 TEST_F(LdfRotationTest, NoNewFileNoRotation) {
     fill();
-    const unsigned kept = next;
     fs::create_directories(path("log_A") + ".new/full"); // in the way of the new file
     for (int i = 0; i < 3; ++i) write(w, 1000);
     EXPECT_TRUE(w.is_opened());
-    EXPECT_EQ(range(0, kept), seqs(read_file("log_A")));
     EXPECT_FALSE(exists(path("log_B")));
+    expect_kept();
     fs::remove_all(path("log_A") + ".new");
     write(w, next++);
-    EXPECT_EQ(range(0, next), all());
+    expect_kept();
     EXPECT_TRUE(exists(path("log_B")));
-}
-
-TEST_F(LdfRotationTest, FullDiskAtRotationLosesNoFile) {
-    signal(SIGXFSZ, SIG_IGN);
-    fill();
-    rlimit old;
-    getrlimit(RLIMIT_FSIZE, &old);
-    const rlimit limit = {116, old.rlim_max}; // one byte short of a new header
-    setrlimit(RLIMIT_FSIZE, &limit);
-    write(w, 1000);
-    setrlimit(RLIMIT_FSIZE, &old);
-    EXPECT_FALSE(exists(path("log_A") + ".new"));
-    EXPECT_EQ(range(0, next), all());
-    write(w, next++);
-    EXPECT_EQ(range(0, next), all());
 }
 
 TEST_F(LdfRotationTest, FileRemovedByHandIsStartedAnew) {
     fill();
     fs::remove(path("log_A"));
     write(w, next++);
-    EXPECT_EQ(range(next - 1, next), all());
-}
-
-TEST_F(LdfRotationTest, ReopenedWriterRotatesAFileOverItsLimit) {
-    LdfBuilder().record({.seq = 1}).append(std::string(LDF_DEFAULT_MAXLEN, '-')).write(path("big_A"));
-    LdfWriter x;
-    ASSERT_EQ(LDF_OK, x.open("big", 0));
-    write(x, 2);
-    EXPECT_EQ((std::vector<unsigned>{2}), seqs(read_file("big_A")));
-    EXPECT_EQ((std::vector<unsigned>{1}), seqs(read_file("big_B")));
-}
-
-TEST_F(LdfRotationTest, MissingBDoesNotCostC) {
-    LdfBuilder().record({.seq = 77}).write(path("log_C")); // B had become C when the writer died
-    fill();
-    write(w, next++);
-    EXPECT_EQ((std::vector<unsigned>{77}), seqs(read_file("log_C")));
-    EXPECT_EQ(next - 1, read_file("log_B").size());
+    expect_kept(next - 1);
 }
 
 TEST_F(LdfRotationTest, DeathBetweenTheRenamesIsMended) {
     const struct {
-        const char* name;
-        std::vector<const char*> files; // what the dead writer left
-    } cases[] = {{"after B became C", {"_A", "_C"}},
-                 {"after A became B", {"_B", "_C"}},
-                 {"before the first", {"_A", "_B", "_C"}}};
+        std::vector<const char*> files;        // what the dead writer left, each with one record
+        Seqs kept;                             // after writing 5 and, rotated, 6
+    } cases[] = {{{"_A", "_C"}, {2, 0, 5, 6}}, // B had become C, which a missing B must not cost
+                 {{"_B", "_C"}, {1, 5, 6}},
+                 {{"_A", "_B", "_C"}, {1, 0, 5, 6}}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
         const std::string log = std::string("dead") + static_cast<char>('0' + (&c - cases));
-        for (const char* suffix : c.files) LdfBuilder().records(2).write(path(log + suffix));
+        SCOPED_TRACE(log);
+        for (const char* suffix : c.files)
+            LdfBuilder().record({.seq = static_cast<uint32_t>(suffix[1] - 'A')}).write(path(log + suffix));
         LdfBuilder().truncate(60).write(path(log + "_A") + ".new");
-        const bool had_a = exists(path(log + "_A"));
-        LdfWriter x;
-        ASSERT_EQ(LDF_OK, x.open(log.c_str(), 0));
-        write(x, 5);
-        EXPECT_EQ(had_a ? 3u : 1u, read_file(log + "_A").size());
-        for (const char* suffix : c.files) EXPECT_TRUE(exists(path(log + suffix)));
+        for (unsigned seq : {5, 6}) {
+            LdfWriter x;
+            ASSERT_EQ(LDF_OK, x.open(log.c_str(), 0));
+            write(x, seq);
+            EXPECT_EQ(0, truncate(path(log + "_A").c_str(), LDF_DEFAULT_MAXLEN));
+        }
+        EXPECT_EQ(c.kept, seqs(kept(log)));
         EXPECT_FALSE(exists(path(log + "_A") + ".err"));
     }
 }
