@@ -147,7 +147,7 @@ public:
     // Writes at once, on the caller's thread; what the above end in. sev: severity, or with ULOG_DEBUG the
     // debug level. msgp: the debug text. msg_structp: the message, of a type that logs know:
     // 0, 2056 (which carries severity, time and object type itself), 3332, 3335, 3586 or 3588.
-    // Nothing is written while the log is closed or busy, or when an element is missing.
+    // Nothing is written while the log is closed or busy, or when an element is missing or out of range.
     void write_log(time_t timet, int sev, const char* whop, const char* filep, int line, int flags, int cat,
                    int id, const char* msgp, MsgStruct* msg_structp) override;
 

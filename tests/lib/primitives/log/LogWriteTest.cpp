@@ -34,9 +34,9 @@ protected:
         return result;
     }
     // A message that carries severity, object type, time (60 seconds later) and identifier itself.
-    static std::unique_ptr<MsgStruct> log_add(int sev, int header_flags = 0) {
+    static std::unique_ptr<MsgStruct> log_add(int sev, int header_flags = 0, int obj_tag = 3) {
         return std::unique_ptr<MsgStruct>(
-            mk_msg_log_add(nullptr, header_flags, sev, 3, static_cast<int>(AT) + 60, 25, 9, "added"));
+            mk_msg_log_add(nullptr, header_flags, sev, obj_tag, static_cast<int>(AT) + 60, 25, 9, "added"));
     }
 };
 
@@ -106,6 +106,9 @@ TEST_F(LogWriteTest, TypesOfMessages) {
         {"2056 severity as text", log_add(SEV_ERR, MSG_LOG_AS_TEXT), 0, ""},
         {"2056 severity too high", log_add(58), 0, ""},
         {"2056 severity negative", log_add(-1), 0, ""},
+        {"2056 object type too high", log_add(SEV_ERR, 0, 7), 0, ""},
+        {"2056 object type negative", log_add(SEV_ERR, 0, -1), 0, ""},
+        {"2056 object type that a byte would cut", log_add(SEV_ERR, 0, 256), 0, ""},
         {"2056 debug off", log_add(5 + DBG_IPM), 0, ""},
         {"2056 debug forced", log_add(5 + DBG_IPM), ULOG_FORCE_DEBUG, "QEN DBG_IPM K-16-25-9 added\n"},
         {"no message", nullptr, 0, ""},
@@ -197,7 +200,7 @@ TEST_F(LogWriteTest, RecordBesideTheLine) {
         for (int64_t n : {int64_t{v.header.sev}, int64_t{v.header.timestamp}, int64_t{v.header.msgcat_id},
                           int64_t{v.header.obj_type}, int64_t{v.header.line_no}, int64_t{v.header.seq}})
             line += std::to_string(n) + " ";
-        line += std::string(v.filename) + " " + std::string(v.function);
+        line += std::string(v.filename()) + " " + std::string(v.function());
         v.for_each_arg([&](std::string_view arg) { (line += '|') += arg; });
         records.push_back(line);
     }
