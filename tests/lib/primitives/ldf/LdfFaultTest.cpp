@@ -129,31 +129,35 @@ TEST_F(LdfFault, FailedNewFileLeavesNoTrace) {
 // However often a rotation is tried in vain, it costs no more than the one generation that it may cost.
 TEST_F(LdfFault, FileThatCannotBeRenamedCostsNoGeneration) {
     const struct {
-        const char* unmovable;
-        bool foreign_c; // a directory stands where the oldest generation belongs
-        Seqs a, b, c;
-    } cases[] = {{"A", false, {3, 4, 5, 6}, {}, {2}},
-                 {"A", true, {3, 4, 5, 6}, {2}, {}},
-                 {"B", false, {4, 5, 6}, {3}, {1}},
-                 {"AB", false, {3, 4, 5, 6}, {2}, {1}}};
+        const char *unmovable, *in_the_way; // a directory
+        Seqs kept;                          // of 1 in C, 2 in B, 3 in a full A, and 4 to 6 written in vain
+    } cases[] = {{"A", "", {2, 3, 4, 5, 6}},           {"B", "", {1, 3, 4, 5, 6}},
+                 {"AB", "", {1, 2, 3, 4, 5, 6}},       {"A", "log_C.ldf/full", {2, 3, 4, 5, 6}},
+                 {"", "log_C.ldf", {2, 3, 4, 5, 6}}, // an empty one gives way
+                 {"A", "log_B.ldf/full", {3, 4, 5, 6}}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.unmovable) + (c.foreign_c ? " and a directory" : ""));
-        for (const char* name : {"log_A", "log_B", "log_C"}) std::filesystem::remove_all(path(name));
-        if (c.foreign_c)
-            std::filesystem::create_directories(path("log_C") + "/full");
-        else
-            LdfBuilder().record({.seq = 1}).write(path("log_C"));
-        LdfBuilder().record({.seq = 2}).write(path("log_B"));
-        LdfBuilder().record({.seq = 3}).append(std::string(LDF_MIN_MAXLEN, '-')).write(path("log_A"));
+        SCOPED_TRACE(std::string(c.unmovable) + " " + c.in_the_way);
+        for (unsigned seq : {1, 2, 3}) {
+            const std::string file = path(std::string("log_") + "?CBA"[seq]);
+            std::filesystem::remove_all(file);
+            LdfBuilder().record({.seq = seq}).append(std::string(LDF_MIN_MAXLEN, '-')).write(file);
+        }
+        if (*c.in_the_way) {
+            std::filesystem::remove(root + "/ldf/" + std::string(c.in_the_way, 9));
+            std::filesystem::create_directories(root + "/ldf/" + c.in_the_way);
+        }
         LdfWriter w;
         ASSERT_EQ(LDF_OK, w.open("log", 0));
         w.set_maxlen(LDF_MIN_MAXLEN);
         unmovable = c.unmovable;
         for (unsigned seq : {4, 5, 6}) write(w, seq);
-        EXPECT_EQ(c.a, seqs_in("log_A"));
-        EXPECT_EQ(c.b, exists(path("log_B")) ? seqs_in("log_B") : Seqs());
-        EXPECT_EQ(c.c, c.foreign_c ? Seqs() : seqs_in("log_C"));
+        EXPECT_EQ(c.kept, seqs(kept("log")));
         EXPECT_FALSE(exists(path("log_A") + ".new"));
+        unmovable.clear();
+        for (const char* name : {"log_B", "log_C"})
+            if (std::filesystem::is_directory(path(name))) std::filesystem::remove_all(path(name));
+        write(w, 7); // the obstacle is gone
+        EXPECT_EQ(*c.unmovable == 'A' ? 1u : 4u, read_file("log_A").size());
     }
 }
 

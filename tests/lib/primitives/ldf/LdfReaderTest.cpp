@@ -77,15 +77,16 @@ TEST_F(LdfReaderTest, EveryPrefixGivesItsWholeRecords) {
 
 TEST_F(LdfReaderTest, EveryFlippedByteGivesAListedResult) {
     const LdfBuilder good = LdfBuilder().records(3, {.args = {"a", "bc"}});
+    const auto listed = [](int rc) { return rc == LDF_EFAIL || rc == LDF_EVERSION; };
     for (size_t pos = 0; pos < good.bytes().size(); ++pos) {
-        for (int mask : {0x01, 0x10, 0x80, 0xFF}) {
-            LdfBuilder(good).flip(pos, static_cast<uint8_t>(mask)).write(path("f"));
+        for (uint8_t mask : std::initializer_list<uint8_t>{0x01, 0x10, 0x80, 0xFF}) {
+            LdfBuilder(good).flip(pos, mask).write(path("f"));
             LdfReader reader;
             const int rc = reader.open(nullptr, "f");
-            ASSERT_TRUE(rc == LDF_OK || rc == LDF_EFAIL || rc == LDF_EVERSION) << pos;
+            ASSERT_TRUE(rc == LDF_OK || listed(rc)) << pos;
             int end = 0;
             ASSERT_LE(read_all(reader, {}, &end).size(), 3u) << pos;
-            ASSERT_TRUE(end == LDF_EEND || end == LDF_EFAIL || end == LDF_EVERSION) << pos;
+            ASSERT_TRUE(end == LDF_EEND || listed(end)) << pos;
         }
     }
 }
@@ -100,7 +101,7 @@ TEST_F(LdfReaderTest, JumpsAndTailsToTheRightRecord) {
     LdfReader reader;
     open(reader, file);
     LdfRecordView view;
-    for (int n : {0, 3, 3, 699, 350, 351, 1, -7, 698, INT32_MIN}) {
+    for (int n : {0, 3, 5, 3, 699, 350, 1, -7, 698, INT32_MIN}) { // 5: one back
         ASSERT_EQ(LDF_OK, reader.jumpto(n)) << n;
         for (int k = std::max(n, 0); k < std::min(std::max(n, 0) + 3, N); ++k) {
             ASSERT_EQ(LDF_OK, reader.next_record({}, view)) << n;
@@ -175,18 +176,11 @@ TEST_F(LdfReaderTest, FileThatChangesWhileOpen) {
 
 TEST_F(LdfReaderTest, GetNextCopies) {
     LdfReader reader;
-    open(reader, LdfBuilder()
-                     .record({.sev = 255,
-                              .obj = 3,
-                              .cat = 65535,
-                              .num = 0,
-                              .time = -1,
-                              .line = 0xFFFFFFFF,
-                              .seq = 5,
-                              .args = {"a", "b", "c", "d", "e", "f", "g", "h"}})
-                     .record({.text = "only-file\xFF\0"s})
-                     .record({.text = std::string(4096, 'n')})
-                     .record({.text = "\0"s}));
+    LdfTestRecord full = {.sev = 255, .obj = 3, .cat = 65535, .num = 0, .time = -1, .line = 0xFFFFFFFF};
+    full.seq = 5;
+    full.args = {"a", "b", "c", "d", "e", "f", "g", "h"};
+    const LdfTestRecord longest = {.text = std::string(4096, 'n')};
+    open(reader, LdfBuilder().record(full).record({.text = "only-file\xFF\0"s}).record(longest));
     ldf_msg_header_t header;
     auto dbg = std::make_unique<ldf_dbg_info_t>();
     VList* args = nullptr;
@@ -216,7 +210,6 @@ TEST_F(LdfReaderTest, GetNextCopies) {
 
     ASSERT_EQ(LDF_OK, next());
     EXPECT_EQ(std::string(4095, 'n'), dbg->filename); // cut to its room
-    ASSERT_EQ(LDF_OK, next());
     EXPECT_EQ(LDF_EEND, next());
     EXPECT_EQ(nullptr, args);
     EXPECT_EQ(LDF_OK, reader.rewind());

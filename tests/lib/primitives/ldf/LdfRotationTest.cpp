@@ -74,20 +74,6 @@ TEST_F(LdfRotationTest, SizeOfTheFileFoundDecides) {
     }
 }
 
-TEST_F(LdfRotationTest, FileThatCannotBeRenamedIsContinued) {
-    fs::create_directories(path("log_B") + "/full"); // neither renamed onto C nor replaced by A
-    fs::create_directories(path("log_C") + "/full");
-    fill();
-    for (int i = 0; i < 3; ++i) write(w, next++);
-    expect_kept();
-    EXPECT_FALSE(exists(path("log_A") + ".new"));
-    fs::remove_all(path("log_B"));
-    fs::remove_all(path("log_C"));
-    write(w, next++);
-    expect_kept();
-    EXPECT_EQ(1u, read_file("log_A").size());
-}
-
 TEST_F(LdfRotationTest, NoNewFileNoRotation) {
     fill();
     fs::create_directories(path("log_A") + ".new/full"); // in the way of the new file

@@ -28,20 +28,22 @@ TEST_F(LdfWriterTest, FileIsByteForByteWhatTheFormatSays) {
     EXPECT_EQ(LDF_DEFAULT_MAXLEN, w.maxlen());
     EXPECT_EQ(expect.bytes(), timeless());
 
-    w.write(1, 77, 3, 25u << 16 | 30001, "Log", 42, 0xFFFFFFFF, "open", "res1", "", nullptr, "lost", nullptr,
-            nullptr);
+    w.write(1, 77, 3, 25u << 16 | 30001, "Log", 42, 0xFFFFFFFF, "open", "\xFFres1\xFF", "", nullptr, "lost",
+            nullptr, nullptr);
     w.write(4, -1, 6, 0xFFFFFFFF, nullptr, -1, 0, "", "1", "2", "3", "4", "5", "6");
-    expect.record({.sev = 1, .obj = 3, .time = 77, .args = {"res1", " "}})
-        .record({.sev = 4,
-                 .obj = 6,
-                 .cat = 65535,
-                 .num = 65535,
-                 .time = -1,
-                 .line = 0xFFFFFFFF,
-                 .seq = 0,
-                 .file = " ",
-                 .func = " ",
-                 .args = {"1", "2", "3", "4", "5", "6"}});
+    const std::string_view seven[] = {"1", "2", "3", "4", "5", "6", "7"};
+    w.append({0, 0, 4, -1, 0xFFFFFFFF, 6, 0xFFFFFFFF, 0}, {}, "", seven);
+    expect.record({.sev = 1, .obj = 3, .time = 77, .args = {"?res1?", " "}})
+        .records(2, {.sev = 4,
+                     .obj = 6,
+                     .cat = 65535,
+                     .num = 65535,
+                     .time = -1,
+                     .line = 0xFFFFFFFF,
+                     .seq = 0,
+                     .file = " ",
+                     .func = " ",
+                     .args = {"1", "2", "3", "4", "5", "6"}});
     for (char obj = 0; obj <= 6; ++obj) {
         for (int sev : {0, 1, 2, 3, 4, 5, 57, 255}) {
             if (sev <= obj) continue; // different totals for each counter
