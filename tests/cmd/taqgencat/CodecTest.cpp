@@ -105,6 +105,7 @@ TEST(CatalogLister, ListingCompilesToTheSameBytes) {
     ASSERT_TRUE(parse_source("list", source, DefaultSet::None, messages, faults)) << faults.lines()[0];
     EXPECT_EQ(encode(set), encode(messages[25]));
     EXPECT_NE(std::string::npos, source.find("9 \"\xE6\x97\xA5\xE6\x9C\xAC %2$s")) << "UTF-8 stays readable";
+    EXPECT_NE(std::string::npos, source.find("\\033\\1777")) << "control characters do not";
 }
 
 TEST(CatalogLister, CategoryComesFromTheFileName) {

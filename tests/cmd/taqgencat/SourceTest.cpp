@@ -73,6 +73,8 @@ TEST(SourceParser, FaultsNameTheirLine) {
     } cases[] = {{"1 a\n", 1, "a message stands outside any set; $set must come first"},
                  {"$set 1\n$delset 2\n1 a\n", 3, "a message stands outside any set; $set must come first"},
                  {"$set 0\n1 a\n2 b\n", 1, set},
+                 {"$set 4294967297\n", 1, set},
+                 {"$quote \\\n", 1, quote},
                  {"$set 2\n$set 2\n", 2, "set 2 must come before set 2"},
                  {"$delset 0\n", 1, "$delset takes a category from 1 to 65535"},
                  {"$sets 1\n", 1, "unknown directive; a comment has a blank behind $"},
