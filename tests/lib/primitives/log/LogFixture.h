@@ -16,12 +16,8 @@
 #include "primitives/message/MsgStruct.h"
 #include "support/CatalogBuilder.h"
 
-// Priority and text of each call of the system log, which SyslogCapture.cpp replaces.
-struct SyslogLine {
-    int priority;
-    std::string text;
-};
-std::vector<SyslogLine> syslog_lines(); // a copy
+// The priority and text of each call of the system log, as "3text". SyslogCapture.cpp stands in front of it.
+std::vector<std::string> syslog_texts(); // a copy
 void clear_syslog();
 
 class LogFixture : public testing::Test {

@@ -65,13 +65,17 @@ TEST_F(LogQueueTest, EverythingQueuedIsWrittenInOrderBeforeStopReturns) {
     EXPECT_EQ(expected, lines());
 }
 
-TEST_F(LogQueueTest, StopsAtOnceAndStartsAgain) {
+TEST_F(LogQueueTest, WritesAndStopsAtOnceAndStartsAgain) {
+    const auto let_it_wait = [] { std::this_thread::sleep_for(20ms); }; // for records, up to a second
     const auto begin = std::chrono::steady_clock::now();
-    for (int i = 0; i < 5; ++i) {
+    for (size_t i = 0; i < 5; ++i) {
         Log::start_logger();
         Log::start_logger(); // no effect
         EXPECT_TRUE(Log::run_thread());
+        let_it_wait();
         put(log, "q" + std::to_string(i), 3);
+        while (lines().size() <= 2 * i) std::this_thread::sleep_for(1ms);
+        let_it_wait();
         Log::stop_logger();
         Log::stop_logger(); // no effect
         EXPECT_FALSE(Log::run_thread());
@@ -198,8 +202,7 @@ TEST_F(LogQueueTest, AdminMessagesAndSwitchesPassThroughTheThread) {
     for (int i = 0; i < 100; ++i) put(log, "x", i % 4);
     other.join();
     Log::stop_logger();
-    ASSERT_EQ(1u, syslog_lines().size());
-    EXPECT_EQ("50% %s", syslog_lines()[0].text);
+    EXPECT_THAT(syslog_texts(), ElementsAre("350% %s"));
     EXPECT_EQ(100u, lines().size());
 }
 

@@ -7,24 +7,24 @@
 
 namespace {
 std::mutex lock;
-std::vector<SyslogLine> lines;
+std::vector<std::string> texts;
 
 void record(int priority, const char* format, va_list args) {
     char text[8192];
     vsnprintf(text, sizeof text, format, args);
     std::lock_guard guard(lock);
-    lines.push_back({priority, text});
+    texts.push_back(std::to_string(priority) + text);
 }
 } // namespace
 
-std::vector<SyslogLine> syslog_lines() {
+std::vector<std::string> syslog_texts() {
     std::lock_guard guard(lock);
-    return lines;
+    return texts;
 }
 
 void clear_syslog() {
     std::lock_guard guard(lock);
-    lines.clear();
+    texts.clear();
 }
 
 extern "C" {
