@@ -25,6 +25,11 @@ inline std::string warning(int number, const std::string& text) {
 }
 inline const std::string NO_MATCH = warning(30524, "No messages match your query");
 
+// The line of a record that brings its text along.
+inline std::string line_of(const std::string& text) {
+    return "Mon Nov 16 18:38:11 2026 QEN INFO K-16-25-0  " + text + "\n";
+}
+
 class CommandTest : public ::testing::Test {
 protected:
     CommandTest() {
@@ -51,8 +56,11 @@ protected:
     }
 
     // Runs and checks all three results.
-    void expect(std::vector<std::string> args, int status, const std::string& out,
+    void expect(const std::vector<std::string>& args, int status, const std::string& out,
                 const std::string& err) const {
+        std::string line;
+        for (const std::string& arg : args) line += arg.substr(0, 40) + " ";
+        SCOPED_TRACE(line);
         const CommandResult result = run(args);
         EXPECT_EQ(status, result.status);
         EXPECT_EQ(out, result.out);

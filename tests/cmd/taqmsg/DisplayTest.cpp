@@ -6,9 +6,6 @@ namespace {
 
 using testing::HasSubstr;
 
-const std::string AT = "Mon Nov 16 18:38:11 2026 QEN INFO ";
-const std::string LINE = AT + "K-16-25-0  ";
-
 class DisplayTest : public CommandTest {
 protected:
     // Records that carry their number as their text.
@@ -19,7 +16,7 @@ protected:
     }
     static std::string lines(int first, int last) {
         std::string all;
-        for (int i = first; i <= last; ++i) all += LINE + std::to_string(i) + "\n";
+        for (int i = first; i <= last; ++i) all += line_of(std::to_string(i));
         return all;
     }
 };
@@ -131,8 +128,10 @@ TEST_F(DisplayTest, DebugColumns) {
     file.record({.num = 0, .line = 4294967295, .seq = 12, .file = "%s%n", .func = "%d", .args = {"%s"}});
     file.record({.num = 0, .seq = 0, .args = {"2"}});
     file.record({.line = 9, .text = std::string(1, '\0')}); // no text at all: nothing is left from above
-    const std::string first = LINE + "%s\n\t%s%n:%d[4294967295]\n", second = LINE + "2\n\tLog:open[42]\n",
-                      third = AT + "K-16-25-30001 Could not find message K-16-25-30001 : \n\t:[9]\n";
+    const std::string first = line_of("%s") + "\t%s%n:%d[4294967295]\n";
+    const std::string second = line_of("2") + "\tLog:open[42]\n";
+    const std::string third = "Mon Nov 16 18:38:11 2026 QEN INFO K-16-25-30001 Could not find message "
+                              "K-16-25-30001 : \n\t:[9]\n";
     write("f", file);
     expect({"-dbg", "f"}, 0, first + second + third, "");
     write("f", file.flags(3)); // bit 0 decides
@@ -143,7 +142,7 @@ TEST_F(DisplayTest, DebugColumns) {
     write("f", LdfBuilder().flags(1).records(
                    200, {.num = 0, .seq = 1, .file = name, .func = "g", .args = {arg, "b"}}));
     std::string expected;
-    for (int i = 0; i < 200; ++i) expected += "0000000001 " + LINE + arg + " b\n\t" + name + ":g[42]\n";
+    for (int i = 0; i < 200; ++i) expected += "0000000001 " + line_of(arg + " b") + "\t" + name + ":g[42]\n";
     expect({"-dbg", "f"}, 0, expected, "");
 }
 
@@ -206,7 +205,6 @@ TEST_F(DisplayTest, FilesThatCannotBeOpened) {
     const auto modes = {"-info", "-tail", "-any"};
     for (const std::string mode : modes) {
         for (auto [args, status, message] : cases) {
-            SCOPED_TRACE(mode + " " + args.back());
             args.insert(args.begin(), mode);
             expect(args, status, "", message);
         }
