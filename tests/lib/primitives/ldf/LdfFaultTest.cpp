@@ -15,7 +15,7 @@ constexpr ssize_t INTERRUPTED = -3; // EINTR
 
 // What happens to the next calls, in order; a size means that so many bytes are transferred.
 std::vector<ssize_t> read_plan, write_plan;
-int reads, writes;
+int reads, writes, reports;
 std::string unmovable; // letters of the generations whose files cannot be renamed
 
 // The number of bytes to transfer, or a negative result with errno set.
@@ -50,6 +50,15 @@ extern "C" int rename(const char* from, const char* to) {
         return -1;
     }
     return renameat(AT_FDCWD, from, AT_FDCWD, to);
+}
+
+extern "C" void syslog(int, const char*, ...) {
+    ++reports;
+}
+
+// What syslog is in builds with checked library calls.
+extern "C" void __syslog_chk(int, int, const char*, ...) {
+    ++reports;
 }
 
 class LdfFault : public LdfFixture {
@@ -159,6 +168,24 @@ TEST_F(LdfFault, FileThatCannotBeRenamedCostsNoGeneration) {
         write(w, 7); // the obstacle is gone
         EXPECT_EQ(*c.unmovable == 'A' ? 1u : 4u, read_file("log_A").size());
     }
+}
+
+TEST_F(LdfFault, FailureThatLastsIsReportedOnce) {
+    LdfBuilder().append(std::string(LDF_DEFAULT_MAXLEN, '-')).write(path("log_A"));
+    LdfWriter w;
+    ASSERT_EQ(LDF_OK, w.open("log", 0));
+    reports = 0;
+    unmovable = "A";
+    read_plan = {FAIL};
+    write(w, 1); // a rotation that neither moves A nor can go on with it
+    EXPECT_FALSE(w.is_opened());
+    write_plan = {FAIL, FAIL, FAIL}; // A goes on, but now there is no room for a new file
+    for (unsigned seq : {2, 3, 4}) write(w, seq);
+    EXPECT_EQ(1, reports);
+    std::filesystem::remove(path("log_A"));
+    std::filesystem::create_directory(path("log_A"));
+    for (unsigned seq : {5, 6, 7}) write(w, seq); // A can neither be moved nor opened
+    EXPECT_EQ(2, reports);
 }
 
 TEST_F(LdfFault, ReadsInPiecesAndFailures) {
