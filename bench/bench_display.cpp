@@ -1,6 +1,7 @@
 // Showing one record, and asking for a debug message that is switched off.
 #include "BenchCatalogs.h"
 
+#include "primitives/log/LineBuffer.h"
 #include "primitives/log/Log.h"
 
 #include <benchmark/benchmark.h>
@@ -33,10 +34,11 @@ Log& display_log() {
 void BM_ShowRecord(benchmark::State& state) {
     Log& log = display_log();
     time_t second = FIRST_SECOND;
+    LineBuffer out(stdout);
     int i = 0;
     for (auto _ : state) {
         if (++i % 30 == 0) ++second; // thirty records a second
-        log.display_ldf_record(SEV_INFO, 6, second, CATEGORY << 16 | 1, ARGUMENTS, 3, 0);
+        log.display_ldf_record(SEV_INFO, 6, second, CATEGORY << 16 | 1, ARGUMENTS, 3, 0, out);
     }
     state.SetItemsProcessed(state.iterations());
 }

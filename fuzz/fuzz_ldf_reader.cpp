@@ -28,12 +28,12 @@ void walk(LdfReader& reader, const LdfFilter& filter, size_t size) {
     int rc;
     while ((rc = reader.next_record(filter, view)) == LDF_OK) {
         require(++records <= size / LDF_RECORD_HEADER_SIZE);
-        require(view.argc <= LDF_MAX_ARGS && view.header.data_size <= LDF_TEXT_MAX);
+        require(view.argc() <= LDF_MAX_ARGS && view.header.data_size <= LDF_TEXT_MAX);
         auto clean = [](std::string_view piece) {
             require(!piece.empty() && piece.find('\xFF') == piece.npos && piece.find('\0') == piece.npos);
         };
-        if (view.filename.data()) clean(view.filename);
-        if (view.function.data()) clean(view.function);
+        if (view.filename().data()) clean(view.filename());
+        if (view.function().data()) clean(view.function());
         view.for_each_arg(clean);
     }
     require_listed(rc);

@@ -13,6 +13,7 @@
 #include <iterator>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string_view>
 
 namespace {
@@ -27,18 +28,16 @@ Log* output_log() {
     return static_cast<Log*>(_unified_log_function__);
 }
 
-void show_record(const LdfRecordView& record, int flags) {
+void show_record(const LdfRecordView& record, int flags, LineBuffer& out) {
     const ldf_msg_header_t& h = record.header;
-    output_log()->display_ldf_record(h.sev, h.obj_type, h.timestamp, h.msgcat_id, record.argv, record.argc,
-                                     flags);
+    output_log()->display_ldf_record(h.sev, h.obj_type, h.timestamp, h.msgcat_id, record.argv(),
+                                     record.argc(), flags, out);
 }
 
-// Direct prints go to the stream of the output log, so that they come in the order of the calls.
-void print_sequence(uint32_t seq) {
-    if (seq == 0)
-        std::fputs("---------- ", stdout);
-    else
-        std::printf("%.10u ", seq);
+void print_sequence(uint32_t seq, LineBuffer& out) {
+    char number[16] = "---------- ";
+    if (seq != 0) std::snprintf(number, sizeof number, "%.10u ", seq);
+    out.append(number);
 }
 
 // A field of the source position as a program that copies it out would have it.
@@ -46,18 +45,16 @@ std::string_view source_field(std::string_view piece) {
     return piece.substr(0, TAQMSG_TEXT_SIZE - 1);
 }
 
-void print_source(const LdfRecordView& record) {
+void print_source(const LdfRecordView& record, LineBuffer& out) {
     char number[16];
     const char* end = std::to_chars(number, std::end(number), record.header.line_no).ptr;
-    LineBuffer line(stdout);
-    line.append('\t');
-    line.append(source_field(record.filename));
-    line.append(':');
-    line.append(source_field(record.function));
-    line.append('[');
-    line.append({number, static_cast<size_t>(end - number)});
-    line.append("]\n");
-    (void)line.send(); // nobody to tell
+    out.append('\t');
+    out.append(source_field(record.filename()));
+    out.append(':');
+    out.append(source_field(record.function()));
+    out.append('[');
+    out.append({number, static_cast<size_t>(end - number)});
+    out.append("]\n");
 }
 
 // A report of limited length, built piece by piece.
@@ -106,11 +103,11 @@ void dump_record(const LdfRecordView& record) {
     TAQMSG_RESULT(_unified_logerr_function__, "display_ldf", report.text());
 }
 
-void display_record(const LdfRecordView& record, bool with_sequence, int flags) {
+void display_record(const LdfRecordView& record, bool with_sequence, int flags, LineBuffer& out) {
     if (flags & TAQMSG_TRACE) return dump_record(record);
-    if (with_sequence && (flags & TAQMSG_DBG)) print_sequence(record.header.seq);
-    show_record(record, flags);
-    if (flags & TAQMSG_DBG) print_source(record);
+    if (with_sequence && (flags & TAQMSG_DBG)) print_sequence(record.header.seq, out);
+    show_record(record, flags, out);
+    if (flags & TAQMSG_DBG) print_source(record, out);
 }
 
 void report_if_none(int shown) {
@@ -127,8 +124,10 @@ int display_tail(const char* pathp, const char* ldf_filep, int tail_value, int f
     if (reader->tail(tail_value >= 1 ? tail_value : DEFAULT_TAIL) != LDF_OK) return LDF_EFAIL;
 
     int shown = 0;
+    LineBuffer out(stdout);
     LdfRecordView record;
-    for (; reader->next_record(LdfFilter{}, record) == LDF_OK; ++shown) show_record(record, flags);
+    for (; reader->next_record(LdfFilter{}, record) == LDF_OK; ++shown) show_record(record, flags, out);
+    (void)out.send(); // nobody to tell
     report_if_none(shown);
     return LDF_OK;
 }
@@ -140,12 +139,16 @@ int display_ldf(const char* pathp, const char* ldf_filep, int tag, int otype, Ha
     const int rc = open_ldf(*reader, pathp, ldf_filep);
     if (rc != LDF_OK) return rc;
 
-    const LdfFilter filter{catid, msgid, tag, otype, oname_hashp, flags};
+    std::optional<LdfNameHints> hints;
+    if (oname_hashp != nullptr) hints.emplace(*oname_hashp);
+    const LdfFilter filter{catid, msgid, tag, otype, oname_hashp, flags, hints ? &*hints : nullptr};
     const bool with_sequence = (reader->get_header()->flags & LDF_HEADER_FLAG_SEQ) != 0;
     int shown = 0;
+    LineBuffer out(stdout);
     LdfRecordView record;
     for (; reader->next_record(filter, record) == LDF_OK; ++shown)
-        display_record(record, with_sequence, flags);
+        display_record(record, with_sequence, flags, out);
+    (void)out.send(); // nobody to tell
     report_if_none(shown);
     return LDF_OK;
 }

@@ -66,6 +66,20 @@ int i18nGetSafeMsgViews(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* s
 int i18nFormatSafeTo(void** i18nhp, u32 catID, u32 msgID, const std::string_view* argv, size_t argc,
                      char* dst, size_t cap, size_t* lenp);
 
+// A text taken apart, for a caller that puts it together many times. Refers to the handle.
+struct i18nTemplate {
+    std::string_view text;
+    const i18n_piece* pieces; // in the order of the text; each argument stands in one of them at most
+    size_t piece_count;
+    size_t arg_count;     // arguments that a lookup must bring to see them put in
+    size_t args_size_max; // bytes that they may have together
+};
+
+// I18N_SOK: putting as many arguments of that size into *templatep gives what i18nFormatSafeTo gives, as long
+// as the handle is open in this language; *templatep is valid until the next call on the handle. I18N_EFAIL:
+// this text must be looked up each time. Other results as for a lookup.
+int i18nGetTemplate(void** i18nhp, u32 catID, u32 msgID, i18nTemplate* templatep);
+
 // As i18nGetSafeMsg, but the text stays UTF-8.
 int i18nGetSafeUTF8Msg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep,
                        const char* arg1p = nullptr, const char* arg2p = nullptr, const char* arg3p = nullptr,

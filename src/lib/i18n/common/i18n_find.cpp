@@ -46,13 +46,7 @@ int read_text(i18n_t* i18np, u32 catID, u32 msgID, i18n_text* textp) {
     return I18N_SOK;
 }
 
-// The use of a kept text counts for its catalog as if it had been read.
-void count_use(i18n_t* i18np, const i18n_text& text) {
-    const s32 slot = i18np->_bmc_tablep[static_cast<size_t>(text._bmc_ndx)]._mru_ndx;
-    if (slot >= 0) ++i18np->_mru_list[slot]._hits;
-}
-
-int find_new_text(i18n_t* i18np, u32 catID, u32 msgID, i18n_text** textpp) {
+int read_and_keep(i18n_t* i18np, u32 catID, u32 msgID, i18n_text** textpp) {
     i18n_text text;
     const int rc = read_text(i18np, catID, msgID, &text);
     if (rc != I18N_SOK) return rc;
@@ -89,15 +83,10 @@ int i18n_get_bmc_filehandle(i18n_t* i18np, s32 ndx, const i18n_file** filepp) {
     return I18N_SOK;
 }
 
-int i18n_find_text(i18n_t* i18np, u32 catID, u32 msgID, i18n_text** textpp) {
-    *textpp = i18np->_texts.find(catID, msgID);
-    if (*textpp != nullptr) {
-        count_use(i18np, **textpp);
-        return I18N_SOK;
-    }
+int i18n_find_new_text(i18n_t* i18np, u32 catID, u32 msgID, i18n_text** textpp) {
     if (i18np->_bmc_tablep.empty()) return I18N_EBADHANDLE;
     try {
-        return find_new_text(i18np, catID, msgID, textpp);
+        return read_and_keep(i18np, catID, msgID, textpp);
     } catch (const std::bad_alloc&) {
         return I18N_ENOMEM;
     }

@@ -5,28 +5,6 @@
 
 namespace {
 
-// Copies short strings with two overlapping moves: most runs and arguments are a few bytes, for which
-// a call of memcpy costs more than the copy.
-inline void copy_short(char* dst, const char* src, size_t n) {
-    if (n > 16) {
-        std::memcpy(dst, src, n);
-    } else if (n >= 8) {
-        uint64_t head, tail;
-        std::memcpy(&head, src, 8);
-        std::memcpy(&tail, src + n - 8, 8);
-        std::memcpy(dst, &head, 8);
-        std::memcpy(dst + n - 8, &tail, 8);
-    } else if (n >= 4) {
-        uint32_t head, tail;
-        std::memcpy(&head, src, 4);
-        std::memcpy(&tail, src + n - 4, 4);
-        std::memcpy(dst, &head, 4);
-        std::memcpy(dst + n - 4, &tail, 4);
-    } else {
-        for (size_t i = 0; i < n; ++i) dst[i] = src[i];
-    }
-}
-
 // Bounded output: what exceeds the room is cut.
 class sink {
 public:
@@ -38,7 +16,7 @@ public:
             n = left;
             _cut = true;
         }
-        copy_short(_pos, src, n);
+        if (n > 0) std::memcpy(_pos, src, n);
         _pos += n;
     }
     void put(const char* text, const i18n_piece& piece, const std::string_view* argv, size_t argc) {
@@ -121,12 +99,6 @@ size_t i18n_count_args(const char* const* argv, size_t capacity) {
     size_t count = 0;
     while (count < capacity && argv[count] != nullptr) ++count;
     return count;
-}
-
-size_t i18n_get_args_len(const std::string_view* argv, size_t argc) {
-    size_t len = 1;
-    for (size_t i = 0; i < argc; ++i) len += argv[i].size();
-    return len;
 }
 
 i18n_formatted i18n_format(const char* text, const i18n_piece* pieces, size_t piece_count,

@@ -11,15 +11,6 @@
 #include "i18n/common/i18n_types.h"
 
 inline constexpr std::string_view I18N_MISSING_ARG = "???"; // shown where there is no argument
-inline constexpr s32 I18N_NO_ARG = -1;
-
-// A run of literal bytes of the text and the argument after it.
-struct i18n_piece {
-    u32 _offset; // of the run in the text
-    u32 _size;   // of the run; may be 0
-    s32 _arg;    // 0-based index of the argument, which may be past the last; I18N_NO_ARG for none
-};
-
 // Splits a text into its pieces, in order. Refers to the text.
 class i18n_scanner {
 public:
@@ -43,7 +34,11 @@ size_t i18n_args_reached(std::string_view text);
 
 // Number of leading non-null strings, and 1 plus their lengths.
 size_t i18n_count_args(const char* const* argv, size_t capacity);
-size_t i18n_get_args_len(const std::string_view* argv, size_t argc);
+inline size_t i18n_get_args_len(const std::string_view* argv, size_t argc) {
+    size_t len = 1;
+    for (size_t i = 0; i < argc; ++i) len += argv[i].size();
+    return len;
+}
 
 struct i18n_formatted {
     size_t _size; // bytes written

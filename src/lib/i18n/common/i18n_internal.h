@@ -57,9 +57,19 @@ inline i18n_t* i18n_record(void** i18nhp) {
 // loses it. Counts one use. I18N_EBMC: it cannot be opened or read.
 int i18n_get_bmc_filehandle(i18n_t* i18np, s32 ndx, const i18n_file** filepp);
 
+// The text of a message that the handle does not keep, which it does from then on if it can.
+int i18n_find_new_text(i18n_t* i18np, u32 catID, u32 msgID, i18n_text** textpp);
+
 // The text of a message. The record stays valid until the next call on the handle. Results: I18N_SOK,
 // I18N_ENOTFOUND, I18N_EBADHANDLE (no catalogs, damaged record), I18N_EBMC, I18N_ENOMEM.
-int i18n_find_text(i18n_t* i18np, u32 catID, u32 msgID, i18n_text** textpp);
+inline int i18n_find_text(i18n_t* i18np, u32 catID, u32 msgID, i18n_text** textpp) {
+    *textpp = i18np->_texts.find(catID, msgID);
+    if (*textpp == nullptr) return i18n_find_new_text(i18np, catID, msgID, textpp);
+    // The use of a kept text counts for its catalog as if it had been read.
+    const s32 slot = i18np->_bmc_tablep[static_cast<size_t>((*textpp)->_bmc_ndx)]._mru_ndx;
+    if (slot >= 0) ++i18np->_mru_list[slot]._hits;
+    return I18N_SOK;
+}
 
 // Stops the process over a broken invariant of this room; no input leads here.
 [[noreturn]] void i18n_assertion_failed(const char* file, int line);

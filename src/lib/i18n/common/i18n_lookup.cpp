@@ -159,6 +159,17 @@ int get_unsafe(void** i18nhp, u32 catID, u32 msgID, target to, char** msgp, s32*
     return finish_formatted(i18np, to, textp, {argv, argc}, msgp, sizep);
 }
 
+bool repeats_an_argument(const i18n_text& text) {
+    uint32_t seen = 0;
+    for (const i18n_piece& piece : text._pieces) {
+        if (piece._arg == I18N_NO_ARG) continue;
+        const uint32_t bit = uint32_t{1} << piece._arg; // at most KEPT_PIECES_MAX of them
+        if ((seen & bit) != 0) return true;
+        seen |= bit;
+    }
+    return false;
+}
+
 // Tries to form the finished text in the caller's buffer; false when it needs iconv, or more than cap bytes.
 bool format_directly(const i18n_t& i18n, const i18n_text& text, arguments args, char* dst, size_t cap,
                      size_t* lenp) {
@@ -215,6 +226,19 @@ int i18nFormatSafeTo(void** i18nhp, u32 catID, u32 msgID, const std::string_view
     s32 size = 0;
     if (int rc = finish_formatted(i18np, SYSTEM_CODESET, textp, args, &converted, &size)) return rc;
     return copy_out(converted, static_cast<size_t>(size), dst, cap, lenp);
+}
+
+int i18nGetTemplate(void** i18nhp, u32 catID, u32 msgID, i18nTemplate* templatep) {
+    i18n_t* i18np = i18n_record(i18nhp);
+    i18n_text* textp = nullptr;
+    if (i18np == nullptr) return I18N_EBADHANDLE;
+    if (int rc = i18n_find_text(i18np, catID, msgID, &textp)) return rc;
+    const size_t fixed = textp->_record_size + size_t{2}; // for arguments_fit
+    if (i18np->_need_conversion || !textp->is_kept() || fixed > i18np->_conv_buffsize) return I18N_EFAIL;
+    if (textp->_spec_count > I18N_MAX_ARGS || repeats_an_argument(*textp)) return I18N_EFAIL;
+    *templatep = {textp->_text, textp->_pieces.data(), textp->_pieces.size(), textp->_spec_count,
+                  i18np->_conv_buffsize - fixed};
+    return I18N_SOK;
 }
 
 int i18nGetSimpleMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep) {

@@ -31,3 +31,11 @@ enum i18n_result {
 
 // i18nConvertMsg calls an invalid or incomplete sequence by the number of I18N_ESPECCOUNT.
 inline constexpr int I18N_EBADSEQUENCE = 1;
+
+// A run of literal bytes of a text and the argument after it.
+struct i18n_piece {
+    u32 _offset; // of the run in the text
+    u32 _size;   // of the run; may be 0
+    s32 _arg;    // 0-based index of the argument, which may be past the last; I18N_NO_ARG for none
+};
+inline constexpr s32 I18N_NO_ARG = -1;

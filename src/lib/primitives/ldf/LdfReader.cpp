@@ -22,38 +22,55 @@ enum class Verdict { ACCEPT, REJECT, ASK_NAMES };
 // Judges a record by its fixed part. ASK_NAMES: only the names filter can tell.
 inline Verdict judge_header(const LdfFilter& f, const ldf_msg_header_t& m) {
     const bool any = (f.flags & LDF_MATCH_ANY) != 0;
-    const struct {
-        bool given;
-        bool matches;
-    } tests[] = {{f.sev != LDF_ANY_CODE, f.sev == static_cast<uint8_t>(m.sev)},
-                 {f.msgid != LDF_ANY_ID, f.msgid == static_cast<int>(m.msgcat_id & 0xFFFF)},
-                 {f.catid != LDF_ANY_ID, f.catid == static_cast<int>(m.msgcat_id >> 16)},
-                 {f.otype != LDF_ANY_CODE, f.otype == static_cast<uint8_t>(m.obj_type)}};
     bool given = false;
-    for (const auto& test : tests) {
-        if (!test.given) continue;
+    const auto settles = [&](int wanted, int anything, int found) {
+        if (wanted == anything) return false;
         given = true;
-        if (test.matches == any) return any ? Verdict::ACCEPT : Verdict::REJECT;
-    }
+        return (wanted == found) == any;
+    };
+    if (settles(f.sev, LDF_ANY_CODE, static_cast<uint8_t>(m.sev)) ||
+        settles(f.msgid, LDF_ANY_ID, static_cast<int>(m.msgcat_id & 0xFFFF)) ||
+        settles(f.catid, LDF_ANY_ID, static_cast<int>(m.msgcat_id >> 16)) ||
+        settles(f.otype, LDF_ANY_CODE, static_cast<uint8_t>(m.obj_type)))
+        return any ? Verdict::ACCEPT : Verdict::REJECT;
     if (f.onames) return Verdict::ASK_NAMES;
     return any && given ? Verdict::REJECT : Verdict::ACCEPT;
 }
 
+bool is_named(const LdfFilter& f, std::string_view arg) {
+    return (f.hints == nullptr || f.hints->may_hold(arg)) && f.onames->inquire(arg) != nullptr;
+}
+
 // The caller has asked for the whole argument, so one without ":" holds nothing new.
-bool some_piece_named(HashTable& names, std::string_view arg) {
-    if (arg.find(':') == std::string_view::npos) return false;
-    for (size_t colon; (colon = arg.find(':')) != std::string_view::npos; arg.remove_prefix(colon + 1))
-        if (colon > 0 && names.inquire(arg.substr(0, colon))) return true;
-    return !arg.empty() && names.inquire(arg);
+bool some_piece_named(const LdfFilter& f, std::string_view arg) {
+    size_t colon = arg.find(':');
+    if (colon == std::string_view::npos) return false;
+    for (; colon != std::string_view::npos; colon = arg.find(':')) {
+        if (colon > 0 && is_named(f, arg.substr(0, colon))) return true;
+        arg.remove_prefix(colon + 1);
+    }
+    return !arg.empty() && is_named(f, arg);
+}
+
+// One search over all arguments: most records have no ":" in any.
+bool has_colon(const LdfRecordView& view) {
+    if (view.argc() == 0) return false;
+    const std::string_view last = view.rest.empty() ? view.pieces[view.piece_count - 1] : view.rest;
+    const char* const first = view.argv()->data();
+    return std::memchr(first, ':', static_cast<size_t>(last.data() + last.size() - first)) != nullptr;
 }
 
 bool names_match(const LdfFilter& f, const LdfRecordView& view) {
-    const bool pieces = (f.flags & LDF_MATCH_PIECES) != 0;
-    bool found = false;
-    view.for_each_arg([&](std::string_view arg) {
-        found = found || f.onames->inquire(arg) || (pieces && some_piece_named(*f.onames, arg));
-    });
-    return found;
+    const bool pieces = (f.flags & LDF_MATCH_PIECES) != 0 && has_colon(view);
+    const auto matches = [&](std::string_view arg) {
+        return is_named(f, arg) || (pieces && some_piece_named(f, arg));
+    };
+    for (size_t i = 0; i < view.argc(); ++i)
+        if (matches(view.argv()[i])) return true;
+    std::string_view rest = view.rest, arg;
+    while (ldf_next_piece(rest, arg))
+        if (matches(arg)) return true;
+    return false;
 }
 
 void copy_piece(std::string_view piece, char (&to)[LDF_TEXT_MAX]) {
@@ -143,15 +160,16 @@ int LdfReader::get_next(int catid, int msgid, char sev, char otype, HashTable* o
                               .sev = static_cast<unsigned char>(sev),
                               .otype = static_cast<unsigned char>(otype),
                               .onames = oname_hashp,
-                              .flags = flags};
+                              .flags = flags,
+                              .hints = nullptr};
     LdfRecordView view;
     if (int rc = next_record(filter, view)) return rc;
     if (headerp) *headerp = view.header;
     if (dbg) {
         dbg->line_no = view.header.line_no;
         dbg->seq = view.header.seq;
-        copy_piece(view.filename, dbg->filename);
-        copy_piece(view.function, dbg->function);
+        copy_piece(view.filename(), dbg->filename);
+        copy_piece(view.function(), dbg->function);
     }
     if (vargsp) {
         auto args = std::make_unique<VList>();

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "primitives/ldf/LdfNameHints.h"
 #include "primitives/ldf/LdfRecordView.h"
 #include "primitives/ldf/LdfWindow.h"
 #include "primitives/ldf/ldf_format.h"
@@ -27,6 +28,7 @@ struct LdfFilter {
     int otype = LDF_ANY_CODE;    // 0 to 254
     HashTable* onames = nullptr; // names of which one argument must be one, ignoring case; refers only
     int flags = 0;
+    const LdfNameHints* hints = nullptr; // made from onames, to search faster, or null; refers only
 };
 
 // A reader is used by one thread. All failures are result codes (ldf_result); nothing is written.

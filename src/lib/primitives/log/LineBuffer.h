@@ -1,4 +1,4 @@
-// One line on its way to a stream.
+// Lines on their way to a stream.
 #pragma once
 
 #include <cstdio>
@@ -6,9 +6,9 @@
 #include <string_view>
 #include <sys/single_threaded.h>
 
-// Gathers the pieces of a line and gives them to the stream with one call, so that a line costs one write
-// and lines of several processes on one terminal do not mix. Only a line longer than the buffer leaves in
-// several calls; nothing is ever cut.
+// Gathers the pieces of a line, or of many lines, and gives them to the stream with one call, so that a line
+// costs one write and lines of several processes on one terminal do not mix. Only what is longer than the
+// buffer leaves in several calls; nothing is ever cut.
 class LineBuffer {
 public:
     static constexpr size_t CAPACITY = 24 * 1024;

@@ -13,7 +13,8 @@
 // time, no leap second), and the locale must write the two numbers as two ASCII digits each, at places that
 // stay where they are. Otherwise every second is formatted anew.
 //
-// The text follows LC_TIME. A change of the time zone is noticed after forget(). One thread at a time.
+// The text follows LC_TIME, a change of which is noticed with the next other second, and a change of the time
+// zone after forget(). One thread at a time.
 class LocalTimeText {
 public:
     static constexpr size_t SIZE = 4096; // room for a text, NUL included
@@ -23,9 +24,8 @@ public:
 
     // The local time t as text, valid until the next call; empty when it does not fit SIZE.
     std::string_view at(time_t t) {
-        const char* locale = _locale_now();
-        if (t == _time && _kind != NOTHING && locale == _locale) return text();
-        return _at(t, locale);
+        if (t == _time && _kind != NOTHING) return text();
+        return _at(t, _locale_now());
     }
 
     // Starts over: the next text is made with the time zone of that moment.

@@ -178,8 +178,8 @@ bool Log::_open_catalogs() {
 
 void Log::_forget_texts() {
     for (std::string& word : _sev_words) word.clear();
-    _heads.forget();
-    _heads_identity = _identity;
+    _lines.forget();
+    _lines_identity = _identity;
     _stamp.forget();
     _shown.forget();
 }

@@ -12,7 +12,7 @@
 #include "primitives/ldf/LdfWriter.h"
 #include "primitives/log/ILog.h"
 #include "primitives/log/LocalTimeText.h"
-#include "primitives/log/RecordHeads.h"
+#include "primitives/log/RecordLines.h"
 #include "primitives/memory/Pooled.h"
 #include "primitives/utils/QENVaList.h"
 
@@ -183,9 +183,10 @@ public:
                            int flags) override;
 
     // The same without a list: argc views, which need no NUL and hold none; one with null data ends them, as
-    // a null pointer would. In the case of a file with 62,000 records this is the one to call.
+    // a null pointer would. The line goes to `out`, which the caller sends to the log's stream: many lines
+    // leave together. Whatever else goes to that stream meanwhile must go through `out` as well.
     void display_ldf_record(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,
-                            const std::string_view* argv, size_t argc, int flags);
+                            const std::string_view* argv, size_t argc, int flags, LineBuffer& out);
 
     // --- Composition ---
 
@@ -311,11 +312,13 @@ private:
     void _cache_add(LogMessage& m, int16_t args_id);
 
     // LogDisplay.cpp
-    void _display_line(int sev, time_t time_stamp, uint32_t msgcat_id, const std::string_view* argv,
-                       size_t argc);
-    void _put_new_head(int sev, uint32_t msgcat_id, LineBuffer& line);
+    void _display_line(int sev, time_t time_stamp, uint32_t msgcat_id, ArgViews args, LineBuffer& line);
+    const RecordLine* _learn_line(int sev, uint32_t msgcat_id);
+    std::string _head_of(int sev, uint32_t msgcat_id);
+    void _display_unlearned(const RecordLine* known, int sev, uint32_t msgcat_id, size_t time_size,
+                            ArgViews args, LineBuffer& line);
     void _display_delimited(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,
-                            const std::string_view* argv, size_t argc);
+                            const std::string_view* argv, size_t argc, LineBuffer& line);
     bool _catalog_text(uint32_t msgcat_id, const std::string_view* argv, size_t argc, char* out, size_t cap,
                        size_t* lenp);
     bool _put_catalog_text(uint32_t msgcat_id, const std::string_view* argv, size_t argc, LineBuffer& line);
@@ -367,8 +370,8 @@ private:
     bool _cache_enabled = false;
 
     LocalTimeText _stamp{"%Y-%m-%d %H:%M:%S "}; // of written lines
-    RecordHeads _heads;                         // of displayed records, made under _heads_identity
-    unsigned _heads_identity = 0;
+    RecordLines _lines;                         // of displayed records, made under _lines_identity
+    unsigned _lines_identity = 0;
     LocalTimeText _shown{"%c"};                      // of displayed records
     std::array<std::string, SEV_APP_END> _sev_words; // in the log's language, "" until asked for
 

@@ -35,70 +35,88 @@ void Log::display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_
                             int flags) {
     VElem* elemp = vlistp != nullptr ? vlistp->head() : nullptr;
     const auto id = static_cast<uint32_t>(msgcat_id);
+    LineBuffer out(_fp);
     if ((flags & ULOG_DISPLAY_DELIMITED) != 0) { // shows every argument, however many
         std::vector<std::string_view> args;
         for (; elemp != nullptr; elemp = elemp->next()) args.push_back(string_of(*elemp));
-        display_ldf_record(sev, obj_tag, time_stamp, id, args.data(), args.size(), flags);
-        return;
+        display_ldf_record(sev, obj_tag, time_stamp, id, args.data(), args.size(), flags, out);
+    } else {
+        std::array<std::string_view, ULOG_MAX_ARGS> args;
+        size_t count = 0;
+        for (; elemp != nullptr && count < args.size(); elemp = elemp->next())
+            args[count++] = string_of(*elemp);
+        display_ldf_record(sev, obj_tag, time_stamp, id, args.data(), count, flags, out);
     }
-    std::array<std::string_view, ULOG_MAX_ARGS> args;
-    size_t count = 0;
-    for (; elemp != nullptr && count < args.size(); elemp = elemp->next()) args[count++] = string_of(*elemp);
-    display_ldf_record(sev, obj_tag, time_stamp, id, args.data(), count, flags);
+    (void)out.send(); // nobody to tell
 }
 
 void Log::display_ldf_record(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,
-                             const std::string_view* argv, size_t argc, int flags) {
+                             const std::string_view* argv, size_t argc, int flags, LineBuffer& out) {
     if (_enabled == 0 || _active == 1 || sev < 0 || sev > logical_sev(DBG_RES2)) return;
     if (_fp == nullptr) {
         QENSyslog(SEV_ERR, "Log File Pointer is NULL\n");
-        _active = 0;
         return;
     }
     _active = 1;
     if ((flags & ULOG_DISPLAY_DELIMITED) != 0)
-        _display_delimited(sev, obj_tag, time_stamp, msgcat_id, argv, argc);
+        _display_delimited(sev, obj_tag, time_stamp, msgcat_id, argv, argc, out);
     else
-        _display_line(sev, time_stamp, msgcat_id, argv, std::min<size_t>(argc, ULOG_MAX_ARGS));
+        _display_line(sev, time_stamp, msgcat_id, {argv, std::min<size_t>(argc, ULOG_MAX_ARGS)}, out);
     _active = 0;
 }
 
 // Local time, head, text.
-void Log::_display_line(int sev, time_t time_stamp, uint32_t msgcat_id, const std::string_view* argv,
-                        size_t argc) {
-    LineBuffer line(_fp);
+void Log::_display_line(int sev, time_t time_stamp, uint32_t msgcat_id, ArgViews args, LineBuffer& line) {
     const std::string_view time = _shown.at(time_stamp);
+    if (_lines_identity != _identity) _forget_texts();
+    const RecordLine* known = _lines.find(msgcat_id, sev);
+    if (known == nullptr) known = _learn_line(sev, msgcat_id);
     line.append(time);
-    if (_heads_identity != _identity) _forget_texts();
-    const std::string_view head = _heads.find(msgcat_id, sev);
-    if (!head.empty())
-        line.append(head);
-    else
-        _put_new_head(sev, msgcat_id, line);
-    // A record without message number carries its text in its arguments. They are cut as if they stood
-    // behind the time in one buffer.
-    if (number_of(msgcat_id) == 0 && argc > 0 && argv[0].data() != nullptr)
-        line.advance(put_arguments(line.room(LOG_TEXT_SIZE), time.size(), LOG_TEXT_SIZE, {argv, argc}));
-    else if (!_put_catalog_text(msgcat_id, argv, argc, line))
-        _put_unknown(msgcat_id, argv, argc, line);
-    line.append('\n');
-    (void)line.send(); // nobody to tell
+    size_t count = 0, args_size = 0;
+    for (; count < args.size() && args[count].data() != nullptr; ++count) args_size += args[count].size();
+    args = args.first(count);
+    if (known == nullptr || !known->takes(count, args_size))
+        return _display_unlearned(known, sev, msgcat_id, time.size(), args, line);
+    char* const start = line.room(known->size() + args_size + RecordLine::SLACK);
+    line.advance(static_cast<size_t>(known->compose(args, start) - start));
+}
+
+// Null when the head of these messages is too long to be kept.
+const RecordLine* Log::_learn_line(int sev, uint32_t msgcat_id) {
+    i18nTemplate text;
+    void** catalogs = number_of(msgcat_id) != 0 ? _catalogs() : nullptr;
+    const bool has_text = catalogs != nullptr && i18nGetTemplate(catalogs, catalog_of(msgcat_id),
+                                                                 number_of(msgcat_id), &text) == I18N_SOK;
+    return _lines.keep(msgcat_id, sev, _head_of(sev, msgcat_id), has_text ? &text : nullptr);
 }
 
 // Mnemonic, severity word and identifier, with the blanks around them.
-void Log::_put_new_head(int sev, uint32_t msgcat_id, LineBuffer& line) {
+std::string Log::_head_of(int sev, uint32_t msgcat_id) {
     char umi[LOG_TEXT_SIZE];
     const size_t umi_size =
         put_umi(umi, sizeof umi, _originator(), catalog_of(msgcat_id), number_of(msgcat_id));
     std::string head(" ");
     head.append(_mnemonic()).append(" ").append(_sev_word(sev)).append(" ").append(umi, umi_size);
-    _heads.keep(msgcat_id, sev, head);
-    line.append(head);
+    return head;
+}
+
+// A record without message number carries its text in its arguments. They are cut as if they stood behind the
+// time, of time_size bytes, in one buffer.
+void Log::_display_unlearned(const RecordLine* known, int sev, uint32_t msgcat_id, size_t time_size,
+                             ArgViews args, LineBuffer& line) {
+    if (known != nullptr)
+        line.append(known->head());
+    else
+        line.append(_head_of(sev, msgcat_id));
+    if (number_of(msgcat_id) == 0 && !args.empty())
+        line.advance(put_arguments(line.room(LOG_TEXT_SIZE), time_size, LOG_TEXT_SIZE, args));
+    else if (!_put_catalog_text(msgcat_id, args.data(), args.size(), line))
+        _put_unknown(msgcat_id, args.data(), args.size(), line);
+    line.append('\n');
 }
 
 void Log::_display_delimited(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,
-                             const std::string_view* argv, size_t argc) {
-    LineBuffer line(_fp);
+                             const std::string_view* argv, size_t argc, LineBuffer& line) {
     char text[I18N_CONV_BUFFSIZE];
     size_t len;
     if (_catalog_text(msgcat_id, argv, argc, text, sizeof text, &len)) {
@@ -116,7 +134,6 @@ void Log::_display_delimited(int sev, int obj_tag, time_t time_stamp, uint32_t m
         _put_unknown(msgcat_id, argv, argc, line);
         line.append('\n');
     }
-    (void)line.send(); // nobody to tell
 }
 
 bool Log::_catalog_text(uint32_t msgcat_id, const std::string_view* argv, size_t argc, char* out, size_t cap,

@@ -49,7 +49,7 @@ protected:
 
     static ReadRecord copy(const LdfRecordView& view) {
         auto text = [](std::string_view s) { return s.data() ? std::string(s) : "<none>"; };
-        ReadRecord r = {view.header, text(view.filename), text(view.function), {}};
+        ReadRecord r = {view.header, text(view.filename()), text(view.function()), {}};
         view.for_each_arg([&](std::string_view arg) { r.args.emplace_back(arg); });
         return r;
     }

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "LogFixture.h"
+#include "primitives/log/LineBuffer.h"
 #include "primitives/values/VList.h"
 
 namespace {
@@ -16,7 +17,8 @@ constexpr uint32_t msg_id(uint32_t cat, uint32_t id) {
     return cat << 16 | id;
 }
 constexpr uint32_t AND = msg_id(25, 30001), PLAIN = msg_id(25, 30002), SWAPPED = msg_id(25, 30003),
-                   STORED = msg_id(25, 0), LONG = msg_id(25, 30004), HIGH = msg_id(40000, 1);
+                   STORED = msg_id(25, 0), LONG = msg_id(25, 30004), BEYOND = msg_id(25, 30005),
+                   TWICE = msg_id(25, 30006), PIECES = msg_id(25, 30007), HIGH = msg_id(40000, 1);
 const std::string LONG_TEXT(4080, 't'); // a delimited header of 4,095 bytes: 10 in front, 5 behind
 
 class LogDisplayTest : public LogFixture {
@@ -24,10 +26,16 @@ protected:
     using Args = std::vector<const char*>;
 
     LogDisplayTest() {
-        write_catalogs(
-            "en", {{25, {{30001, "%s and %s"}, {30002, "plain"}, {30003, "%2$s-%1$s"}, {30004, LONG_TEXT}}},
-                   {40000, {{1, "high"}}},
-                   {65534, {{1, "Fehler"}}}});
+        write_catalogs("en", {{25,
+                               {{30001, "%s and %s"},
+                                {30002, "plain"},
+                                {30003, "%2$s-%1$s"},
+                                {30004, LONG_TEXT},
+                                {30005, "%1$s, %3$s"},
+                                {30006, "%1$s %1$s"},
+                                {30007, "%%%%%%%%%%%%%%%s"}}},
+                              {40000, {{1, "high"}}},
+                              {65534, {{1, "Fehler"}}}});
     }
     // What both forms of the operation write to standard output; they must agree.
     static std::string shown(int sev, uint32_t id, const Args& args, int flags = 0) {
@@ -42,17 +50,22 @@ protected:
         log->display_ldf_entry(sev, /*obj_tag=*/3, NOON, static_cast<int>(id), &list, flags);
         const std::string entry = GetCapturedStdout();
         CaptureStdout();
-        log->display_ldf_record(sev, /*obj_tag=*/3, NOON, id, views.data(), views.size(), flags);
+        {
+            LineBuffer out(stdout);
+            log->display_ldf_record(sev, /*obj_tag=*/3, NOON, id, views.data(), views.size(), flags, out);
+            out.send();
+        }
         EXPECT_EQ(entry, GetCapturedStdout());
         return entry;
     }
     static void show_plain(Log& log, int sev = 4) {
-        log.display_ldf_record(sev, 0, NOON, PLAIN, nullptr, 0, 0);
+        log.display_ldf_entry(sev, 0, NOON, static_cast<int>(PLAIN), nullptr, 0);
     }
 };
 
 TEST_F(LogDisplayTest, ReadableLine) {
     const std::string x3000(3000, 'x'), x2032(2032, 'x'); // (4096 - 24 - 8) / 2
+    const std::string x4083(4083, 'x');                   // 4096 - 10 of the text - 1 - 1 - 1
     const struct {
         const char* name;
         int sev;
@@ -63,6 +76,12 @@ TEST_F(LogDisplayTest, ReadableLine) {
         {"catalog text", 4, AND, {"a", "b"}, "INFO K-16-25-30001 a and b"},
         {"positions", 2, SWAPPED, {"a", "b"}, "WARNING K-16-25-30003 b-a"},
         {"severity word of the catalog", 1, PLAIN, {}, "Fehler K-16-25-30002 plain"},
+        {"position beyond the arguments", 4, BEYOND, {"a", "b"}, "INFO K-16-25-30005 a, ???"},
+        {"argument at two places", 4, TWICE, {"a", "b"}, "INFO K-16-25-30006 a a"},
+        {"many pieces", 4, PIECES, {"a"}, "INFO K-16-25-30007 %%%%%%%a"},
+        {"long text", 4, LONG, {}, "INFO K-16-25-30004 " + LONG_TEXT},
+        {"longest arguments", 4, AND, {x4083.c_str(), "b"}, "INFO K-16-25-30001 " + x4083 + " and b"},
+        {"arguments just too long", 4, AND, {x4083.c_str(), "bb"}, "INFO K-16-25-30001 ??? and ???"},
         {"arguments do not fit", 4, AND, {"a"}, "INFO K-16-25-30001 ??? and ???"},
         {"null ends the arguments", 4, AND, {"a", nullptr, "b"}, "INFO K-16-25-30001 ??? and ???"},
         {"no percent is a format", 4, AND, {"%s%n", "100%"}, "INFO K-16-25-30001 %s%n and 100%"},
@@ -165,6 +184,7 @@ TEST(LocalTimeTextTest, AlwaysSaysWhatTheLibrarySays) {
             LocalTimeText text(format); // which has to notice a changed locale, not a changed zone
             for (const char* locale : locales) {
                 ASSERT_NE(nullptr, setlocale(LC_TIME, locale)) << locale;
+                ++t; // the same second again would not be looked at
                 for (int i = 0; i < 4500; ++i) { // begins within the hour that the former locale ended in
                     struct tm local;
                     char expected[256] = "";

@@ -196,7 +196,7 @@ TEST_F(LogWriteTest, RecordBesideTheLine) {
         for (int64_t n : {int64_t{v.header.sev}, int64_t{v.header.timestamp}, int64_t{v.header.msgcat_id},
                           int64_t{v.header.obj_type}, int64_t{v.header.line_no}, int64_t{v.header.seq}})
             line += std::to_string(n) + " ";
-        line += std::string(v.filename) + " " + std::string(v.function);
+        line += std::string(v.filename()) + " " + std::string(v.function());
         v.for_each_arg([&](std::string_view arg) { (line += '|') += arg; });
         records.push_back(line);
     }

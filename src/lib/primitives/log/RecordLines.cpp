@@ -1,0 +1,92 @@
+#include "primitives/log/RecordLines.h"
+
+#include <cstring>
+
+#include "i18n/common/i18n.h"
+
+namespace {
+
+constexpr std::string_view MISSING_ARG = "???"; // as the catalogs show it
+
+// Copies in steps of SLACK bytes, beyond the end: most runs are a few bytes, for which a call of memcpy costs
+// more than the copy.
+inline char* put_run(char* out, const char* from, size_t size) {
+    for (size_t done = 0; done < size; done += RecordLine::SLACK)
+        memcpy(out + done, from + done, RecordLine::SLACK);
+    return out + size;
+}
+
+// For bytes behind which nothing may be read: two moves that overlap.
+inline char* put_argument(char* out, const char* from, size_t size) {
+    if (size > 16) {
+        memcpy(out, from, size);
+    } else if (size >= 8) {
+        uint64_t first, last;
+        memcpy(&first, from, 8);
+        memcpy(&last, from + size - 8, 8);
+        memcpy(out, &first, 8);
+        memcpy(out + size - 8, &last, 8);
+    } else if (size >= 4) {
+        uint32_t first, last;
+        memcpy(&first, from, 4);
+        memcpy(&last, from + size - 4, 4);
+        memcpy(out, &first, 4);
+        memcpy(out + size - 4, &last, 4);
+    } else {
+        for (size_t i = 0; i < size; ++i) out[i] = from[i];
+    }
+    return out + size;
+}
+
+} // namespace
+
+char* RecordLine::compose(ArgViews args, char* out) const {
+    const char* run = _bytes;
+    for (size_t i = 0; i < _piece_count; ++i) {
+        const Piece piece = _pieces[i];
+        out = put_run(out, run, piece.size);
+        run += piece.size;
+        if (piece.arg < args.size()) out = put_argument(out, args[piece.arg].data(), args[piece.arg].size());
+    }
+    *out++ = '\n';
+    return out;
+}
+
+bool RecordLine::_add_bytes(std::string_view bytes) {
+    if (bytes.size() > BYTES_MAX - _size) return false;
+    memcpy(_bytes + _size, bytes.data(), bytes.size());
+    _size = static_cast<uint16_t>(_size + bytes.size());
+    return true;
+}
+
+// False when it does not fit; then the line has its head only.
+bool RecordLine::_add_text(const i18nTemplate& text) {
+    if (text.piece_count > PIECES_MAX) return false;
+    size_t start = 0; // of the piece: the first holds the head
+    for (size_t i = 0; i < text.piece_count; ++i) {
+        const i18n_piece& piece = text.pieces[i];
+        if (!_add_bytes(text.text.substr(piece._offset, piece._size))) return false;
+        if (piece._arg != I18N_NO_ARG && static_cast<size_t>(piece._arg) >= text.arg_count &&
+            !_add_bytes(MISSING_ARG))
+            return false;
+        const auto arg = static_cast<uint8_t>(piece._arg); // I18N_NO_ARG becomes 255
+        _pieces[i] = {static_cast<uint8_t>(_size - start), arg};
+        start = _size;
+    }
+    _piece_count = static_cast<uint8_t>(text.piece_count);
+    _args_size_max = static_cast<uint16_t>(text.args_size_max);
+    _arg_count = static_cast<uint8_t>(text.arg_count);
+    return true;
+}
+
+const RecordLine* RecordLines::keep(uint32_t msgcat_id, int sev, std::string_view head,
+                                    const i18nTemplate* textp) {
+    RecordLine& line = _lines[place_of(msgcat_id, sev)];
+    line = RecordLine();
+    if (!line._add_bytes(head)) return nullptr;
+    line._msgcat_id = msgcat_id;
+    line._sev = static_cast<uint8_t>(sev);
+    line._head_size = static_cast<uint8_t>(head.size());
+    if (textp != nullptr && textp->piece_count > 0) (void)line._add_text(*textp); // or it is looked up again
+    return &line;
+}

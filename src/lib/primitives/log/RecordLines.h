@@ -1,0 +1,79 @@
+// What the displayed lines of a message have in common, kept for the messages that were shown lately.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "primitives/log/LogText.h"
+
+struct i18nTemplate;
+
+// The line of a message but for the time before it and the arguments in it. The first piece begins with the
+// head, " QEN INFO K-16-25-30001 ".
+class RecordLine {
+public:
+    static constexpr size_t SLACK = 16; // bytes behind the line that compose() may overwrite
+
+    std::string_view head() const { return {_bytes, _head_size}; }
+
+    // Whether the text is here and takes so many arguments of args_size bytes together.
+    bool takes(size_t arg_count, size_t args_size) const {
+        return arg_count == _arg_count && args_size <= _args_size_max;
+    }
+    // Bytes of the line without time and arguments, its newline included.
+    size_t size() const { return _size + size_t{1}; }
+    // Writes them to `out`, where SLACK more bytes must be free, and returns the place behind them.
+    char* compose(ArgViews args, char* out) const;
+
+private:
+    friend class RecordLines;
+    static constexpr size_t PIECES_MAX = 8;
+    static constexpr size_t BYTES_MAX = 208;
+    static constexpr uint8_t NO_TEXT = 255; // as _arg_count
+    struct Piece {
+        uint8_t size; // bytes of _bytes
+        uint8_t arg;  // index of the argument behind them, or beyond the last for none
+    };
+
+    bool _add_text(const i18nTemplate& text);
+    bool _add_bytes(std::string_view bytes);
+
+    uint32_t _msgcat_id = 0;
+    uint8_t _sev = 0;
+    uint8_t _head_size = 0; // 0: free
+    uint8_t _arg_count = NO_TEXT;
+    uint8_t _piece_count = 0;
+    uint16_t _size = 0; // of _bytes
+    uint16_t _args_size_max = 0;
+    Piece _pieces[PIECES_MAX];
+    char _bytes[BYTES_MAX + SLACK];
+};
+
+// A file holds many records of few messages. A message has one place here; another one that falls on the same
+// place takes it over.
+class RecordLines {
+public:
+    // What is known of the messages of this identity and severity, or null. Valid until the next keep().
+    const RecordLine* find(uint32_t msgcat_id, int sev) const {
+        const RecordLine& line = _lines[place_of(msgcat_id, sev)];
+        if (line._msgcat_id != msgcat_id || line._sev != sev || line._head_size == 0) return nullptr;
+        return &line;
+    }
+
+    // Keeps the head and, when it is given and fits, the text. Null when the head is too long.
+    const RecordLine* keep(uint32_t msgcat_id, int sev, std::string_view head, const i18nTemplate* textp);
+
+    void forget() {
+        for (RecordLine& line : _lines) line._head_size = 0;
+    }
+
+private:
+    static constexpr size_t PLACES = 64; // a power of two
+    static size_t place_of(uint32_t msgcat_id, int sev) {
+        return (msgcat_id ^ msgcat_id >> 16 ^ static_cast<uint32_t>(sev) << 3) % PLACES;
+    }
+
+    std::array<RecordLine, PLACES> _lines;
+};
