@@ -39,11 +39,11 @@ public:
     // Opening anew with another name closes what was open before.
     int open(const char* namep, int flags);
 
-    // Appends one record, after rotating when the file has reached maxlen(). filep and func may be null;
-    // arguments count up to the first null one. time_stamp in seconds since 1970-01-01 UTC, seq
-    // LDF_NO_SEQ for none, obj_tag 0 to 6 (anything else is a caller's mistake and fatal). Fields that do
-    // not fit LDF_TEXT_MAX together are left out of the record altogether. A record that cannot be
-    // written is dropped, and the file stays as it was.
+    // Appends one record, after rotating when the file has reached maxlen() or, near 2 GiB, the offset that
+    // readers go no further than. filep and func may be null; arguments count up to the first null one.
+    // time_stamp in seconds since 1970-01-01 UTC, seq LDF_NO_SEQ for none, obj_tag 0 to 6 (anything else is a
+    // caller's mistake and fatal). Fields that do not fit LDF_TEXT_MAX together are left out of the record
+    // altogether. A record that cannot be written is dropped, and the file stays as it was.
     void write(char sev, int time_stamp, char obj_tag, unsigned msgcatID, const char* filep, int line_no,
                unsigned seq, const char* func, const char* arg1, const char* arg2, const char* arg3,
                const char* arg4, const char* arg5, const char* arg6);
