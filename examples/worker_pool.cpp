@@ -34,6 +34,8 @@ struct Pool {
 
 void do_job(const Pool& pool, int job) {
     const std::string resource = "job" + std::to_string(job);
+    QEN_DEBUG(pool.log, DBG_THREAD, 0, CATEGORY, 0, "taking %s",
+              resource.c_str()); // TAQ_DEBUG_LOG_TAGS=thread
     QEN_MESSAGE(pool.log, SEV_INFO, ABOUT_RESOURCE, CATEGORY, 1, "Resource %s is now %s on system %s",
                 resource.c_str(), job % 2 ? "ONLINE" : "OFFLINE", "node1");
     if (pool.crash && job == pool.jobs / 2) {

@@ -74,11 +74,12 @@ int i18nChangeLang(void** i18nhp, const char* langp) {
     if (i18np == nullptr) return I18N_EBADHANDLE;
     if (langp != nullptr && i18np->_langp == langp) return I18N_SOK;
     try {
+        const std::string wanted = langp != nullptr ? langp : ""; // may be a text of the handle
         const std::string lang = i18np->_langp;
         const std::string module = i18np->_modulep;
         const std::string root = i18np->_bmc_root_pathp;
         (void)i18nClose(i18nhp); // the handle is open
-        if (i18nOpen(i18nhp, root.c_str(), module.c_str(), langp) == I18N_SOK) return I18N_SOK;
+        if (i18nOpen(i18nhp, root.c_str(), module.c_str(), wanted.c_str()) == I18N_SOK) return I18N_SOK;
         (void)i18nOpen(i18nhp, root.c_str(), module.c_str(), lang.c_str()); // else the handle stays null
         return I18N_EFAIL;
     } catch (const std::bad_alloc&) { // only the copies throw, while the old handle is still open

@@ -43,7 +43,7 @@ std::string quoted(const char* path) {
 
 int QENMakeDir(const char* namep) {
     if (namep == nullptr) return -1;
-    std::string command = COMMAND + quoted(namep);
+    std::string command = std::string(COMMAND) + ' ' + quoted(namep);
     char shell[] = "sh", option[] = "-c";
     char* const argv[] = {shell, option, command.data(), nullptr};
     const pid_t child = fork();

@@ -124,8 +124,8 @@ int LdfReader::next_record(const LdfFilter& filter, LdfRecordView& view) {
         if (got < LDF_RECORD_HEADER_SIZE) return _short_read(bytes, got);
         ldf_decode_record(bytes, view.header);
         const uint32_t data_size = view.header.data_size;
-        if (data_size > LDF_TEXT_MAX || record_end(pos, data_size) > OFFSET_MAX) return LDF_EFAIL;
         if (static_cast<uint8_t>(view.header.version) != LDF_RECORD_VERSION) return LDF_EVERSION;
+        if (data_size > LDF_TEXT_MAX || record_end(pos, data_size) > OFFSET_MAX) return LDF_EFAIL;
 
         Verdict verdict = judge_header(filter, view.header);
         if (verdict != Verdict::REJECT) {
@@ -143,8 +143,8 @@ int LdfReader::next_record(const LdfFilter& filter, LdfRecordView& view) {
 
 // The result for a fixed part of which only `got` bytes exist: what they already tell comes first.
 int LdfReader::_short_read(const unsigned char* bytes, size_t got) const {
-    if (got >= VERSION_OFFSET && get_be32(bytes) > LDF_TEXT_MAX) return LDF_EFAIL;
     if (got > VERSION_OFFSET && bytes[VERSION_OFFSET] != LDF_RECORD_VERSION) return LDF_EVERSION;
+    if (got >= VERSION_OFFSET && get_be32(bytes) > LDF_TEXT_MAX) return LDF_EFAIL;
     return _end_or_failure();
 }
 

@@ -77,7 +77,8 @@ void Log::_release() {
     _fp = nullptr;
     _ldfp.reset();
     _i18n_rootp.reset();
-    if (_i18nh != nullptr) i18nClose(&_i18nh);
+    if (_i18n_enabled) i18nClose(&_i18nh);
+    _i18n_enabled = false;
     _forget_texts();
     _count = 0;
     _enabled = 0;
@@ -172,8 +173,9 @@ void Log::_open_ldf() {
 bool Log::_open_catalogs() {
     if (_i18n_rootp == nullptr) return false;
     const Text root = std::move(_i18n_rootp); // tried once
-    return i18nOpen(&_i18nh, root.get(), QEN_MESSAGES_MODULE, nullptr) == I18N_SOK ||
-           i18nOpen(&_i18nh, root.get(), QEN_MESSAGES_MODULE, ENGLISH) == I18N_SOK;
+    _i18n_enabled = i18nOpen(&_i18nh, root.get(), QEN_MESSAGES_MODULE, nullptr) == I18N_SOK ||
+                    i18nOpen(&_i18nh, root.get(), QEN_MESSAGES_MODULE, ENGLISH) == I18N_SOK;
+    return _i18n_enabled;
 }
 
 void Log::_forget_texts() {
@@ -187,6 +189,7 @@ void Log::_forget_texts() {
 int Log::set_lang(const char* lang) {
     void** catalogs = _catalogs();
     const bool changed = catalogs != nullptr && i18nChangeLang(catalogs, lang) == I18N_SOK;
+    _i18n_enabled = _i18nh != nullptr; // a failure may leave no language at all
     _forget_texts();
     return changed ? ULOG_OK : ULOG_EFAIL;
 }

@@ -76,8 +76,10 @@ public:
     // fp null: a file log; a name with "/" is refused (ULOG_EFAIL). fp not null: that stream, which stays the
     // caller's and must outlive the log. flags: ULOG_HIDDEN_FILE, and the write flags of messages that bring
     // none. func is not used. Opening anew with another name closes what was open before.
-    // ULOG_EREGISTERED, ULOG_ENONAME, ULOG_ENOINIT: nothing was changed. ULOG_EROOT, ULOG_ENOMEM: the name is
-    // free again. ULOG_EFAIL: the name stays taken, and each write tries again to open the file.
+    // ULOG_EREGISTERED, ULOG_ENONAME, ULOG_ENOINIT, and ULOG_EFAIL for the refused name: nothing was changed.
+    // ULOG_EROOT, ULOG_ENOMEM: the name is free again. ULOG_EFAIL otherwise: the name stays taken; a log
+    // whose directory could not be made drops what is written, one whose file could not be opened tries again
+    // with each write.
     int open(const char* namep, FILE* fp, int flags, int (*func)()) override;
 
     // Path of the current file; null for a log on a given stream.
@@ -221,6 +223,7 @@ public:
     static MsgStruct* process_va_args(const char* fmtp, QENVaList& args);
     // The formatted text (at most 4,095 bytes) in a new array, which the caller frees with delete[].
     static char* process_dbg_args(const char* fmtp, ...) __attribute__((format(printf, 1, 2)));
+    static char* process_va_dbg_args(const char* fmtp, QENVaList& args);
 
     // Adds to ipm_msg, or to a new message, and returns: the formatted text (with dosprintf 0 the format
     // itself) as element 21, the identifier as 23, err_msg (-1 for none) as 9, and the arguments as 22.
@@ -278,7 +281,7 @@ private:
     int _open_file_log();
     int _make_paths();
     void _open_ldf();
-    void** _catalogs() { return _i18nh != nullptr || _open_catalogs() ? &_i18nh : nullptr; }
+    void** _catalogs() { return _i18n_enabled || _open_catalogs() ? &_i18nh : nullptr; }
     bool _open_catalogs();
     void _forget_texts();
     bool _on_terminal_stream() const { return _fp == stdout || _fp == stderr; }
@@ -364,8 +367,8 @@ private:
     int _rewind_flag = 0;   // 0 for a file log, 1 for a given stream
     int _rewindallowed = 0; // 1 for a file log
     int _open_flags = 0;
-    int _fp_specified = 0; // 1 when open was given a stream
-    bool _i18n_enabled = false;
+    int _fp_specified = 0;      // 1 when open was given a stream
+    bool _i18n_enabled = false; // the catalogs are open
     bool _ldf_enabled = false;
     bool _cache_enabled = false;
 

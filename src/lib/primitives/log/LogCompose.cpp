@@ -103,11 +103,16 @@ MsgStruct* Log::process_va_args(const char* fmtp, QENVaList& args) {
 }
 
 char* Log::process_dbg_args(const char* fmtp, ...) {
-    char text[LOG_TEXT_SIZE];
     QENVaList args;
     va_start(args.list, fmtp);
-    format_text(text, fmtp, args);
+    char* text = process_va_dbg_args(fmtp, args);
     va_end(args.list);
+    return text;
+}
+
+char* Log::process_va_dbg_args(const char* fmtp, QENVaList& args) {
+    char text[LOG_TEXT_SIZE];
+    format_text(text, fmtp, args);
     const size_t size = strlen(text) + 1;
     return static_cast<char*>(memcpy(new char[size], text, size));
 }

@@ -26,12 +26,12 @@ void Log::_next() {
     if (_ldfp == nullptr && _ldf_enabled) _open_ldf();
 }
 
-// C goes, B becomes C, A becomes B, a new A begins. When A cannot be renamed its messages are not thrown
-// away: it is continued, and _count is its size.
+// B replaces C, A becomes B, a new A begins. C is not deleted before: where B is missing, because the process
+// died between the two steps or A could not be renamed the last time, that would cost a generation. When A
+// cannot be renamed its messages are not thrown away: it is continued, and _count is its size.
 void Log::_rotate_files() {
     if (_fp != nullptr) fclose(_fp);
-    (void)QENDeleteFile(_pathCp.get());           // there may be none yet
-    (void)::rename(_pathBp.get(), _pathCp.get()); // likewise
+    (void)::rename(_pathBp.get(), _pathCp.get()); // there may be none yet
     const bool kept = ::rename(_pathAp.get(), _pathBp.get()) != 0 && errno != ENOENT;
     _fp = fopen(_pathAp.get(), kept ? "ae" : "we");
     _count = kept ? std::max(QENGetFileSize(_pathAp.get()), 0) : 0;

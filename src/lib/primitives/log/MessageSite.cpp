@@ -25,3 +25,13 @@ void write_message(ILog* logp, ulog_app_sev sev, const char* whop, const char* f
     }
     va_end(args.list);
 }
+
+void write_debug_message(ILog* logp, ulog_dbg_lev lev, const char* whop, const char* filep, int line,
+                         int flags, int cat, int id, const char* fmtp, ...) {
+    QENVaList args;
+    va_start(args.list, fmtp);
+    const std::unique_ptr<char[]> text(Log::process_va_dbg_args(fmtp, args));
+    va_end(args.list);
+    Log::write_ffdc(lev, whop, filep, line, flags | ULOG_DEBUG, cat, id, text.get());
+    logp->write_dbg(lev, whop, filep, line, flags & ~ULOG_HAND_OVER, cat, id, text.get());
+}

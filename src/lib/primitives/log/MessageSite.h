@@ -9,7 +9,19 @@
 void write_message(ILog* logp, ulog_app_sev sev, const char* whop, const char* filep, int line, int flags,
                    int cat, int id, const char* fmtp, ...) __attribute__((format(printf, 9, 10)));
 
+// One debug message of a level, which the caller has found enabled. flags: write flags beside the debug bit.
+void write_debug_message(ILog* logp, ulog_dbg_lev lev, const char* whop, const char* filep, int line,
+                         int flags, int cat, int id, const char* fmtp, ...)
+    __attribute__((format(printf, 9, 10)));
+
 // The same with function, file and line of the caller, e.g.
 //     QEN_MESSAGE(_unified_logerr_function__, SEV_WARN, 0, ULOG_CAT_COMMAND, 30001, "No file %s", namep);
 #define QEN_MESSAGE(logp, sev, flags, cat, id, ...)                                                          \
     write_message((logp), (sev), __func__, __FILE__, __LINE__, (flags), (cat), (id), __VA_ARGS__)
+
+// Logs a debug message when its level is enabled on the log, which must exist. A disabled one costs one test:
+// nothing is formatted or captured, and its arguments are not evaluated.
+#define QEN_DEBUG(logp, lev, flags, cat, id, ...)                                                            \
+    ((logp)->is_enabled(lev) == 0 ? void()                                                                   \
+                                  : write_debug_message((logp), (lev), __func__, __FILE__, __LINE__,         \
+                                                        (flags), (cat), (id), __VA_ARGS__))

@@ -106,11 +106,12 @@ TEST_F(LogFileTest, RotatesOnRequestAndContinuesAFileThatCannotBeRenamed) {
     EXPECT_EQ("b\n", body("engine_A.log"));
 
     obstruct("engine_B.log");
-    obstruct("engine_C.log");
+    std::ofstream(log_path("engine_C.log")) << "oldest";
     log->rotate();
     put_line(*log, 'c', 2);
     put_line(*log, 'd', 2);
     EXPECT_EQ("b\nc\nd\n", body("engine_A.log"));
+    EXPECT_EQ(6u, size_of("engine_C.log")) << "no generation is lost for nothing";
     std::filesystem::remove_all(log_path("engine_B.log"));
     put_line(*log, 'e', 70000);
     EXPECT_FALSE(exists("engine_B.log")) << "counted from its size: no new attempt until it is full";

@@ -1,7 +1,10 @@
+#include <atomic>
 #include <climits>
 #include <condition_variable>
 #include <cstring>
+#include <dlfcn.h>
 #include <mutex>
+#include <pthread.h>
 #include <sstream>
 #include <thread>
 
@@ -18,6 +21,7 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 
 constexpr int BARE = ULOG_BARE_TEXT | ULOG_NO_SOURCE;
+std::atomic<int> wake_ups; // of any thread, see the end of this file
 
 class LogQueueTest : public LogFixture {
 protected:
@@ -153,6 +157,21 @@ TEST_F(LogQueueTest, NobodyOvertakesWhatTheFinishingThreadStillHasToWrite) {
     EXPECT_THAT(gated.texts(), ElementsAre("first", "second", "third"));
 }
 
+#ifndef __SANITIZE_THREAD__
+TEST_F(LogQueueTest, WakesTheThreadOncePerBatch) {
+    GatedLog gated;
+    Log::start_logger();
+    put(gated, "first", 0);
+    ASSERT_TRUE(gated.has(1, 30s)); // and now the thread is busy
+    wake_ups = 0;
+    for (int i = 0; i < 100; ++i) put(gated, "next", 0);
+    EXPECT_EQ(1, wake_ups);
+    gated.open_gate();
+    Log::stop_logger();
+    EXPECT_EQ(101u, gated.texts().size());
+}
+#endif
+
 // Whichever way a message takes, its text and arguments must be those that the C library's formatter makes.
 TEST_F(LogQueueTest, FormattedMessagesAreTheSameOnBothWays) {
     const std::string longest(4095, 'x'), longer(5000, 'y');
@@ -226,3 +245,15 @@ TEST_F(LogQueueTest, DequeueTakesAllRecordsAndTheLoggerWhatIsLeft) {
 }
 
 } // namespace
+
+#ifndef __SANITIZE_THREAD__
+// Counts, then does what the C library does. Where that has two of them, the later one knows our conditions.
+extern "C" int pthread_cond_signal(pthread_cond_t* condition) noexcept {
+    using Signal = int (*)(pthread_cond_t*);
+    static void* const later = dlvsym(RTLD_NEXT, "pthread_cond_signal", "GLIBC_2.3.2");
+    static const auto real =
+        reinterpret_cast<Signal>(later != nullptr ? later : dlsym(RTLD_NEXT, "pthread_cond_signal"));
+    ++wake_ups;
+    return real(condition);
+}
+#endif

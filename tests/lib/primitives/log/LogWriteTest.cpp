@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 
 #include "LogFixture.h"
-#include "primitives/ldf/LdfReader.h"
 #include "primitives/log/MessageSite.h"
 #include "primitives/utils/msg_log_add.h"
 #include "primitives/values/VList.h"
+#include "support/LdfBuilder.h"
 
 namespace {
 
@@ -15,7 +15,7 @@ using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStderr;
 using testing::internal::GetCapturedStdout;
 
-constexpr time_t AT = 1794854291; // 2026-11-16 18:38:11 UTC
+constexpr int32_t AT = 1794854291; // 2026-11-16 18:38:11 UTC
 const std::string STAMP = "2026-11-16 18:38:11 ";
 
 class LogWriteTest : public LogFixture {
@@ -36,7 +36,7 @@ protected:
     // A message that carries severity, object type, time (60 seconds later) and identifier itself.
     static std::unique_ptr<MsgStruct> log_add(int sev, int header_flags = 0, int obj_tag = 3) {
         return std::unique_ptr<MsgStruct>(
-            mk_msg_log_add(nullptr, header_flags, sev, obj_tag, static_cast<int>(AT) + 60, 25, 9, "added"));
+            mk_msg_log_add(nullptr, header_flags, sev, obj_tag, AT + 60, 25, 9, "added"));
     }
 };
 
@@ -162,6 +162,20 @@ TEST_F(LogWriteTest, MessageSiteRecordsItsPlace) {
               GetCapturedStdout());
 }
 
+TEST_F(LogWriteTest, DebugSiteOfADisabledLevelEvaluatesNothing) {
+    const auto log = opened("out", stdout, 0x12);
+    int evaluated = 0;
+    const auto pass = [&] {
+        QEN_DEBUG(log.get(), DBG_IPM, ULOG_NO_SOURCE | ULOG_NO_TIME, 25, 1, "%d of %s", ++evaluated, "3");
+    };
+    CaptureStdout();
+    pass();
+    EXPECT_EQ(0, evaluated);
+    log->enable_debug("ipm");
+    pass();
+    EXPECT_EQ("QEN DBG_IPM K-16-25-1 1 of 3\n", GetCapturedStdout());
+}
+
 TEST_F(LogWriteTest, VerifyModeDropsOrdinaryMessages) {
     const auto msgp = message("t");
     Log::_verify_mode = true;
@@ -186,25 +200,15 @@ TEST_F(LogWriteTest, RecordBesideTheLine) {
         write(SEV_ERR, nullptr, nullptr, 14, 0, 8, nullptr, log_add(SEV_CRIT));
         write(DBG_1, "func", "/src/file.cpp", 15, ULOG_DEBUG, 9, "debug", nullptr);
     }
-    LdfReader::init();
-    LdfReader reader;
-    ASSERT_EQ(LDF_OK, reader.open(nullptr, "engine_A"));
-    std::vector<std::string> records;
-    LdfRecordView v;
-    while (reader.next_record(LdfFilter{}, v) == LDF_OK) {
-        std::string line;
-        for (int64_t n : {int64_t{v.header.sev}, int64_t{v.header.timestamp}, int64_t{v.header.msgcat_id},
-                          int64_t{v.header.obj_type}, int64_t{v.header.line_no}, int64_t{v.header.seq}})
-            line += std::to_string(n) + " ";
-        line += std::string(v.filename()) + " " + std::string(v.function());
-        v.for_each_arg([&](std::string_view arg) { (line += '|') += arg; });
-        records.push_back(line);
-    }
-    EXPECT_THAT(records,
-                testing::ElementsAre("2 1794854291 1638407 3 12 4294967295 file.cpp func|a| |c|d|e|f",
-                                     "1 1794854291 1638400 0 13 4294967295 /src/file.cpp func|stored",
-                                     "0 1794854351 1638409 3 14 4294967295    "));
-    LdfReader::destroy();
+    LdfTestRecord numbered = {.sev = 2, .obj = 3, .cat = 25, .num = 7, .time = AT, .line = 12},
+                  stored = {.sev = 1, .obj = 0, .cat = 25, .num = 0, .time = AT, .line = 13},
+                  added = {.sev = 0, .obj = 3, .cat = 25, .num = 9, .time = AT + 60, .line = 14};
+    numbered.file = "file.cpp", numbered.func = "func", numbered.args = {"a", " ", "c", "d", "e", "f"};
+    stored.file = "/src/file.cpp", stored.func = "func", stored.args = {"stored"};
+    added.file = " ", added.func = " ";
+    std::string expected;
+    for (const auto& record : {numbered, stored, added}) expected += LdfBuilder::record_bytes(record);
+    EXPECT_EQ(expected, slurp(root + "/ldf/engine_A.ldf").substr(117)); // behind the header
 }
 
 TEST_F(LogWriteTest, SeriousMessagesOfFileLogsReachTheAdministrator) {
@@ -284,7 +288,7 @@ TEST_F(LogWriteTest, CacheKeepsTheLatestMessages) {
     const MsgStruct* newest = log->cache_vlistp()->tail()->getmsg();
     EXPECT_STREQ("arg", newest->find(26)->getstr());
     EXPECT_EQ(0, newest->gethdr()->getFlagsBits(4096));
-    EXPECT_EQ(static_cast<int>(AT) + 60, newest->find(27)->gets32());
+    EXPECT_EQ(AT + 60, newest->find(27)->gets32());
     log->set_cache_disabled();
     EXPECT_EQ(0, log->cache_vlistp()->count());
 }
