@@ -98,11 +98,9 @@ TEST_F(FFDCCrash, DumpIsCompleteAndTheSignalEndsTheProcess) {
         {"bus error behind the end of a file",
          [] { write_to(map_page(PROT_WRITE, MAP_SHARED, memfd_create("empty", MFD_CLOEXEC))); }, SIGBUS},
         {"abort", [] { std::abort(); }, SIGABRT},
-        {"sent from outside", [] { kill(getpid(), SIGBUS), pause(); }, SIGBUS},
         {"damaged block in the allocator", free_damaged_block, SIGABRT},
         {"fault while an entry is composed",
          [] { Log::write_ffdc(SEV_INFO, "f", "f.cpp", 1, 0, 1, 1, forbidden_page()); }, SIGSEGV},
-        {"exhausted stack", [] { zero = overflow_stack(0); }, SIGSEGV},
         {"exhausted stack of a registered thread",
          [this] {
              std::thread([this] {

@@ -64,8 +64,8 @@ protected:
 };
 
 TEST_F(LogDisplayTest, ReadableLine) {
-    const std::string x3000(3000, 'x'), x2032(2032, 'x'); // (4096 - 24 - 8) / 2
-    const std::string x4083(4083, 'x');                   // 4096 - 10 of the text - 1 - 1 - 1
+    const std::string x3000(3000, 'x'), x2018(2018, 'x'), x2032(2032, 'x'); // (4096 - 24 - 8) / 2
+    const std::string x4083(4083, 'x'); // 4096 - 10 of the text - 1 - 1 - 1
     const struct {
         const char* name;
         int sev;
@@ -87,6 +87,12 @@ TEST_F(LogDisplayTest, ReadableLine) {
         {"no percent is a format", 4, AND, {"%s%n", "100%"}, "INFO K-16-25-30001 %s%n and 100%"},
         {"highest level has no word", 57, PLAIN, {}, " K-16-25-30002 plain"},
         {"unknown", 4, msg_id(10000, 5), {"a"}, "INFO K-16-5 Could not find message K-16-5 : arg1 = a"},
+        {"unknown too long",
+         4,
+         msg_id(25, 5),
+         {x3000.c_str(), x3000.c_str()}, // (4096 - 24 - 35) / 2
+         "INFO K-16-25-5 Could not find message K-16-25-5 : arg1 = " + x2018 + "..., arg2 = " + x2018 +
+             "..."},
         {"stored without text", 4, STORED, {nullptr}, "INFO K-16-25-0 Could not find message K-16-25-0 : "},
         {"stored too long",
          4,
@@ -184,7 +190,7 @@ TEST(LocalTimeTextTest, AlwaysSaysWhatTheLibrarySays) {
             LocalTimeText text(format); // which has to notice a changed locale, not a changed zone
             for (const char* locale : locales) {
                 ASSERT_NE(nullptr, setlocale(LC_TIME, locale)) << locale;
-                ++t; // the same second again would not be looked at
+                ++t;                             // the same second again would not be looked at
                 for (int i = 0; i < 4500; ++i) { // begins within the hour that the former locale ended in
                     struct tm local;
                     char expected[256] = "";
