@@ -162,6 +162,20 @@ TEST_F(LogWriteTest, MessageSiteRecordsItsPlace) {
               GetCapturedStdout());
 }
 
+TEST_F(LogWriteTest, DebugSiteOfADisabledLevelEvaluatesNothing) {
+    const auto log = opened("out", stdout, 0x12);
+    int evaluated = 0;
+    const auto pass = [&] {
+        QEN_DEBUG(log.get(), DBG_IPM, ULOG_NO_SOURCE | ULOG_NO_TIME, 25, 1, "%d of %s", ++evaluated, "3");
+    };
+    CaptureStdout();
+    pass();
+    EXPECT_EQ(0, evaluated);
+    log->enable_debug("ipm");
+    pass();
+    EXPECT_EQ("QEN DBG_IPM K-16-25-1 1 of 3\n", GetCapturedStdout());
+}
+
 TEST_F(LogWriteTest, VerifyModeDropsOrdinaryMessages) {
     const auto msgp = message("t");
     Log::_verify_mode = true;
