@@ -32,6 +32,7 @@ TEST_F(LdfReaderTest, EndsWhereTheRecordsDo) {
         {"record version 2", LdfBuilder().record().record({.version = 2}), 1, LDF_EVERSION},
         {"version 0, then cut", LdfBuilder().record({.version = 0}).offset_end(117).truncate(122), 0,
          LDF_EVERSION},
+        {"version before length", LdfBuilder().record({.version = 2, .data_size = 5000}), 0, LDF_EVERSION},
         {"longest text", LdfBuilder().record({.text = text_of(4096)}), 1, LDF_EEND},
         {"text a byte too long", LdfBuilder().record().record({.text = text_of(4097)}), 1, LDF_EFAIL},
         {"length word of all ones", LdfBuilder().record({.data_size = 0xFFFFFFFF}), 0, LDF_EFAIL},
