@@ -2,7 +2,6 @@
 #include "TempDir.h"
 #include "cmd/taqgencat/Checker.h"
 #include "cmd/taqgencat/ModuleWriter.h"
-#include "cmd/taqgencat/SourceFiles.h"
 #include "i18n/common/i18n.h"
 
 #include <gtest/gtest.h>
@@ -22,11 +21,10 @@ public:
     ~Catalogs() { i18nClose(&_handle); }
 
     // The UTF-8 text with its arguments, or "<result code>".
-    std::string text(u32 category, u32 number, const char* a = nullptr, const char* b = nullptr,
-                     const char* c = nullptr) {
+    std::string text(u32 category, u32 number, const char* argument = nullptr) {
         char* text = nullptr;
         s32 size = 0;
-        const int result = i18nGetSafeUTF8Msg(&_handle, category, number, &text, &size, a, b, c);
+        const int result = i18nGetSafeUTF8Msg(&_handle, category, number, &text, &size, argument);
         return result == I18N_SOK ? text : "<" + std::to_string(result) + ">";
     }
 
@@ -66,32 +64,6 @@ TEST(CompiledCatalogs, LongestAcceptedTextIsShown) {
     Catalogs catalogs(messages, "M", "en");
     EXPECT_EQ(std::string(4088, 'x') + "???", catalogs.text(1, 1));
     EXPECT_EQ(std::string(4088, 'x') + "a", catalogs.text(1, 1, "a"));
-}
-
-TEST(ShippedCatalogs, EachLanguageShowsItsTexts) {
-    const struct {
-        const char *language, *critical, *unknown, *resource;
-    } cases[] = {
-        {"en", "CRITICAL", "Unknown option: -x", "Resource r is now ONLINE on system s"},
-        {"de", "KRITISCH", "Unbekannte Option: -x", "Ressource r ist auf System s jetzt ONLINE"},
-        {"fr", "CRITIQUE", "Option inconnue : -x", "La ressource r est maintenant ONLINE sur le système s"},
-        {"ja", "重大", "不明なオプション: -x", "リソース r はシステム s で ONLINE になりました"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.language);
-        Messages messages, english;
-        Diagnostics faults;
-        std::string error;
-        const std::string folder = TAQ_CATALOG_SOURCES "/";
-        ASSERT_TRUE(load_sources({folder + c.language}, DefaultSet::None, messages, faults, error)) << error;
-        ASSERT_TRUE(load_sources({folder + "en"}, DefaultSet::None, english, faults, error)) << error;
-        EXPECT_TRUE(check_texts(messages, faults) && check_translation(messages, english, faults));
-        EXPECT_TRUE(faults.empty()) << faults.lines()[0];
-
-        Catalogs catalogs(messages, "KORE", c.language);
-        EXPECT_EQ(c.critical, catalogs.text(65534, 0));
-        EXPECT_EQ(c.unknown, catalogs.text(25, 30528, "-x"));
-        EXPECT_EQ(c.resource, catalogs.text(100, 1, "r", "ONLINE", "s"));
-    }
 }
 
 } // namespace
