@@ -18,7 +18,8 @@ constexpr uint32_t msg_id(uint32_t cat, uint32_t id) {
 }
 constexpr uint32_t AND = msg_id(25, 30001), PLAIN = msg_id(25, 30002), SWAPPED = msg_id(25, 30003),
                    STORED = msg_id(25, 0), LONG = msg_id(25, 30004), BEYOND = msg_id(25, 30005),
-                   TWICE = msg_id(25, 30006), PIECES = msg_id(25, 30007), HIGH = msg_id(40000, 1);
+                   TWICE = msg_id(25, 30006), PIECES = msg_id(25, 30007), HIGH = msg_id(40000, 1),
+                   UNKNOWN = msg_id(25, 5);
 const std::string LONG_TEXT(4080, 't'); // a delimited header of 4,095 bytes: 10 in front, 5 behind
 
 class LogDisplayTest : public LogFixture {
@@ -64,8 +65,12 @@ protected:
 };
 
 TEST_F(LogDisplayTest, ReadableLine) {
-    const std::string x3000(3000, 'x'), x2018(2018, 'x'), x2032(2032, 'x'); // (4096 - 24 - 8) / 2
+    const std::string x3000(3000, 'x');
+    const std::string x2018(2018, 'x'); // (4096 - 24 - 35) / 2
+    const std::string x2032(2032, 'x'); // (4096 - 24 - 8) / 2
     const std::string x4083(4083, 'x'); // 4096 - 10 of the text - 1 - 1 - 1
+    const std::string unknown = "INFO K-16-25-5 Could not find message K-16-25-5 : ";
+    const Args too_long = {x3000.c_str(), x3000.c_str()}, seven = {"1", "2", "3", "4", "5", "6", "7"};
     const struct {
         const char* name;
         int sev;
@@ -87,23 +92,11 @@ TEST_F(LogDisplayTest, ReadableLine) {
         {"no percent is a format", 4, AND, {"%s%n", "100%"}, "INFO K-16-25-30001 %s%n and 100%"},
         {"highest level has no word", 57, PLAIN, {}, " K-16-25-30002 plain"},
         {"unknown", 4, msg_id(10000, 5), {"a"}, "INFO K-16-5 Could not find message K-16-5 : arg1 = a"},
-        {"unknown too long",
-         4,
-         msg_id(25, 5),
-         {x3000.c_str(), x3000.c_str()}, // (4096 - 24 - 35) / 2
-         "INFO K-16-25-5 Could not find message K-16-25-5 : arg1 = " + x2018 + "..., arg2 = " + x2018 +
-             "..."},
+        {"unknown too long", 4, UNKNOWN, too_long,
+         unknown + "arg1 = " + x2018 + "..., arg2 = " + x2018 + "..."},
         {"stored without text", 4, STORED, {nullptr}, "INFO K-16-25-0 Could not find message K-16-25-0 : "},
-        {"stored too long",
-         4,
-         STORED,
-         {x3000.c_str(), x3000.c_str()},
-         "INFO K-16-25-0  " + x2032 + "... " + x2032 + ".."},
-        {"seventh is not used",
-         4,
-         STORED,
-         {"1", "2", "3", "4", "5", "6", "7"},
-         "INFO K-16-25-0  1 2 3 4 5 6"},
+        {"stored too long", 4, STORED, too_long, "INFO K-16-25-0  " + x2032 + "... " + x2032 + ".."},
+        {"seventh is not used", 4, STORED, seven, "INFO K-16-25-0  1 2 3 4 5 6"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
