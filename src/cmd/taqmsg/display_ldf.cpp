@@ -126,7 +126,8 @@ int display_tail(const char* pathp, const char* ldf_filep, int tail_value, int f
     int shown = 0;
     LineBuffer out(stdout);
     LdfRecordView record;
-    for (; reader->next_record(LdfFilter{}, record) == LDF_OK; ++shown) show_record(record, flags, out);
+    for (; !out.has_failed() && reader->next_record(LdfFilter{}, record) == LDF_OK; ++shown)
+        show_record(record, flags, out);
     (void)out.send(); // nobody to tell
     report_if_none(shown);
     return LDF_OK;
@@ -146,7 +147,7 @@ int display_ldf(const char* pathp, const char* ldf_filep, int tag, int otype, Ha
     int shown = 0;
     LineBuffer out(stdout);
     LdfRecordView record;
-    for (; reader->next_record(filter, record) == LDF_OK; ++shown)
+    for (; !out.has_failed() && reader->next_record(filter, record) == LDF_OK; ++shown)
         display_record(record, with_sequence, flags, out);
     (void)out.send(); // nobody to tell
     report_if_none(shown);

@@ -35,6 +35,9 @@ public:
 
     size_t size() const { return _passed + _len; } // bytes of the line so far
 
+    // Whether the stream has refused something; then nothing more is given to it.
+    bool has_failed() const { return _taken != _passed; }
+
     // Gives the line to the stream. Returns how many of its bytes the stream took; all, unless writing
     // failed.
     size_t send() {
@@ -56,7 +59,7 @@ private:
     }
     // Nothing is tried behind a failure: what the stream took is a prefix of the line.
     void _take(const char* bytes, size_t size) {
-        if (_taken == _passed) // without the stream's lock while there is nobody to lock out
+        if (!has_failed()) // without the stream's lock while there is nobody to lock out
             _taken +=
                 __libc_single_threaded ? fwrite_unlocked(bytes, 1, size, _fp) : fwrite(bytes, 1, size, _fp);
         _passed += size;
