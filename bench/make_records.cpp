@@ -11,22 +11,29 @@
 namespace {
 
 constexpr int FIRST_SECOND = 1'790'000'000;
-constexpr unsigned CATEGORY = 200;
+constexpr unsigned CATEGORY = 200, RARE_CATEGORY = 201;
 constexpr unsigned RARE_MESSAGE = 2; // one record in a hundred
 
 struct Record {
     int severity;
     int object_type;
-    unsigned message;
+    unsigned category, message;
     int time;
     char resource[16], state[16], system[16];
 };
 
 // About thirty records a second, as a busy service writes them; one in a hundred differs in severity,
-// object type, message number and resource name, for the filters to find.
+// object type, category, message number and resource name, for the filters to find.
 Record record_at(int i) {
     const bool rare = i % 100 == 57;
-    Record r{rare ? 1 : 4, rare ? 3 : 6, rare ? RARE_MESSAGE : 1, FIRST_SECOND + i / 30, {}, {}, {}};
+    Record r{rare ? 1 : 4,
+             rare ? 3 : 6,
+             rare ? RARE_CATEGORY : CATEGORY,
+             rare ? RARE_MESSAGE : 1,
+             FIRST_SECOND + i / 30,
+             {},
+             {},
+             {}};
     if (rare)
         std::snprintf(r.resource, sizeof r.resource, "db-primary");
     else
@@ -52,7 +59,7 @@ void export_entry(std::FILE* out, const Record& r, int i) {
         "__REALTIME_TIMESTAMP=%lld\n__MONOTONIC_TIMESTAMP=%d\n"
         "_BOOT_ID=0123456789abcdef0123456789abcdef\n_HOSTNAME=node1\nSYSLOG_IDENTIFIER=QEN\n_PID=4242\n"
         "PRIORITY=%d\nTAQ_SEV=%d\nTAQ_CATEGORY=%u\nTAQ_MSGID=%u\nTAQ_OTYPE=%d\nTAQ_OBJECT=%s\nMESSAGE=%s\n\n",
-        r.time * 1'000'000LL + i % 30 * 1000, i + 1, r.severity + 2, r.severity, CATEGORY, r.message,
+        r.time * 1'000'000LL + i % 30 * 1000, i + 1, r.severity + 2, r.severity, r.category, r.message,
         r.object_type, r.resource, english_text(r, text, sizeof text));
 }
 
@@ -75,7 +82,7 @@ int main(int argc, char** argv) {
     for (int i = 0; i < count; ++i) {
         const Record r = record_at(i);
         writer.write(static_cast<char>(r.severity), r.time, static_cast<char>(r.object_type),
-                     CATEGORY << 16 | r.message, "res.cpp", 120, 0xFFFFFFFFu, "online", r.resource, r.state,
+                     r.category << 16 | r.message, "res.cpp", 120, 0xFFFFFFFFu, "online", r.resource, r.state,
                      r.system, nullptr, nullptr, nullptr);
         if (out != nullptr) export_entry(out, r, i);
     }
