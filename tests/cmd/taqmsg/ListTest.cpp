@@ -1,6 +1,6 @@
 #include <algorithm>
 #include <fstream>
-#include <set>
+#include <gmock/gmock.h>
 #include <sstream>
 
 #include "cmd/taqmsg/CommandTest.h"
@@ -10,16 +10,6 @@ namespace {
 class ListTest : public CommandTest {
 protected:
     void touch(const std::string& name) const { std::ofstream(root() + "/ldf/" + name) << "x"; }
-
-    // The listed names in any order: directories yield them as they like.
-    static std::multiset<std::string> names_of(const std::string& out) {
-        EXPECT_EQ(0u, out.find("#Log data files\n"));
-        EXPECT_EQ("\n\n", out.substr(out.size() - 2)); // one for the last name, one for the message
-        std::istringstream lines(out.substr(16));
-        std::multiset<std::string> names;
-        for (std::string line; std::getline(lines, line) && !line.empty();) names.insert(line);
-        return names;
-    }
 };
 
 TEST_F(ListTest, ShowsLogDataFilesOnly) {
@@ -32,8 +22,12 @@ TEST_F(ListTest, ShowsLogDataFilesOnly) {
     const CommandResult result = run({"-list"});
     EXPECT_EQ(0, result.status);
     EXPECT_EQ("", result.err);
-    const std::multiset<std::string> expected = {"N_A", "N_B", "a.b", "two words", "dangling"};
-    EXPECT_EQ(expected, names_of(result.out));
+    std::istringstream out(result.out);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(out, line);) lines.push_back(line);
+    std::sort(lines.begin() + 1, lines.end() - 1); // directories yield the names as they like
+    EXPECT_THAT(lines,
+                testing::ElementsAre("#Log data files", "N_A", "N_B", "a.b", "dangling", "two words", ""));
 }
 
 TEST_F(ListTest, IgnoresAllOtherOptions) {
@@ -45,11 +39,8 @@ TEST_F(ListTest, IgnoresAllOtherOptions) {
         expect(args, 0, "#Log data files\nN_A\n\n", "");
 }
 
-TEST_F(ListTest, EmptyDirectory) {
+TEST_F(ListTest, MissingDirectoriesAreSilentAnEmptyOneIsNot) {
     expect({"-list"}, 0, "", warning(30521, "No log files available"));
-}
-
-TEST_F(ListTest, MissingDirectoriesAreSilent) {
     std::filesystem::remove(root() + "/ldf");
     expect({"-list"}, 1, "", "");
     std::ofstream(root() + "/ldf") << "a file";
