@@ -1,5 +1,6 @@
 // Showing the records of log data files. The text is not in a record: it comes from the catalogs in the
 // language of the log, with the arguments of the record put in.
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string>
@@ -74,20 +75,21 @@ void Log::_display_line(int sev, time_t time_stamp, uint32_t msgcat_id, ArgViews
     line.append(time);
     size_t count = 0, args_size = 0;
     for (; count < args.size() && args[count].data() != nullptr; ++count) args_size += args[count].size();
-    args = args.first(count);
     if (known == nullptr || !known->takes(count, args_size))
         return _display_unlearned(known, sev, msgcat_id, time.size(), args, line);
     char* const start = line.room(known->size() + args_size + RecordLine::SLACK);
-    line.advance(static_cast<size_t>(known->compose(args, start) - start));
+    line.advance(static_cast<size_t>(known->compose(args.first(count), start) - start));
 }
 
 // Null when the head of these messages is too long to be kept.
 const RecordLine* Log::_learn_line(int sev, uint32_t msgcat_id) {
+    const std::string head =
+        _head_of(sev, msgcat_id); // first: it may look a word up, which ends the template
     i18nTemplate text;
     void** catalogs = number_of(msgcat_id) != 0 ? _catalogs() : nullptr;
     const bool has_text = catalogs != nullptr && i18nGetTemplate(catalogs, catalog_of(msgcat_id),
                                                                  number_of(msgcat_id), &text) == I18N_SOK;
-    return _lines.keep(msgcat_id, sev, _head_of(sev, msgcat_id), has_text ? &text : nullptr);
+    return _lines.keep(msgcat_id, sev, head, has_text ? &text : nullptr);
 }
 
 // Mnemonic, severity word and identifier, with the blanks around them.
@@ -100,15 +102,16 @@ std::string Log::_head_of(int sev, uint32_t msgcat_id) {
     return head;
 }
 
-// A record without message number carries its text in its arguments. They are cut as if they stood behind the
-// time, of time_size bytes, in one buffer.
+// The line behind the time, of time_size bytes, when its text must be looked up. A record without message
+// number carries its text in its arguments, which are cut as if they stood behind the time in one buffer. The
+// arguments behind a null one are not shown, but count where all are cut to the same share.
 void Log::_display_unlearned(const RecordLine* known, int sev, uint32_t msgcat_id, size_t time_size,
                              ArgViews args, LineBuffer& line) {
     if (known != nullptr)
         line.append(known->head());
     else
         line.append(_head_of(sev, msgcat_id));
-    if (number_of(msgcat_id) == 0 && !args.empty())
+    if (number_of(msgcat_id) == 0 && !args.empty() && args[0].data() != nullptr)
         line.advance(put_arguments(line.room(LOG_TEXT_SIZE), time_size, LOG_TEXT_SIZE, args));
     else if (!_put_catalog_text(msgcat_id, args.data(), args.size(), line))
         _put_unknown(msgcat_id, args.data(), args.size(), line);

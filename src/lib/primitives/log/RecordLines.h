@@ -24,7 +24,8 @@ public:
     }
     // Bytes of the line without time and arguments, its newline included.
     size_t size() const { return _size + size_t{1}; }
-    // Writes them to `out`, where SLACK more bytes must be free, and returns the place behind them.
+    // Writes the line without the time to `out`, where SLACK more bytes must be free, and returns the place
+    // behind it. args: as many as takes() agreed to, none of them null.
     char* compose(ArgViews args, char* out) const;
 
 private:

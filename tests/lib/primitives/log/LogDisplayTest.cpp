@@ -70,7 +70,8 @@ TEST_F(LogDisplayTest, ReadableLine) {
     const std::string x2032(2032, 'x'); // (4096 - 24 - 8) / 2
     const std::string x4083(4083, 'x'); // 4096 - 10 of the text - 1 - 1 - 1
     const std::string unknown = "INFO K-16-25-5 Could not find message K-16-25-5 : ";
-    const Args too_long = {x3000.c_str(), x3000.c_str()}, seven = {"1", "2", "3", "4", "5", "6", "7"};
+    const Args too_long = {x3000.c_str(), x3000.c_str()}, parted = {x3000.c_str(), nullptr, x3000.c_str()},
+               seven = {"1", "2", "3", "4", "5", "6", "7"};
     const struct {
         const char* name;
         int sev;
@@ -94,6 +95,8 @@ TEST_F(LogDisplayTest, ReadableLine) {
         {"unknown", 4, msg_id(10000, 5), {"a"}, "INFO K-16-5 Could not find message K-16-5 : arg1 = a"},
         {"unknown too long", 4, UNKNOWN, too_long,
          unknown + "arg1 = " + x2018 + "..., arg2 = " + x2018 + "..."},
+        {"unknown, share of one not shown", 4, UNKNOWN, parted, unknown + "arg1 = " + x2018 + "..."},
+        {"stored, share of one not shown", 4, STORED, parted, "INFO K-16-25-0  " + x2032 + "..."},
         {"stored without text", 4, STORED, {nullptr}, "INFO K-16-25-0 Could not find message K-16-25-0 : "},
         {"stored too long", 4, STORED, too_long, "INFO K-16-25-0  " + x2032 + "... " + x2032 + ".."},
         {"seventh is not used", 4, STORED, seven, "INFO K-16-25-0  1 2 3 4 5 6"},
@@ -150,6 +153,22 @@ TEST_F(LogDisplayTest, SeverityLanguageAndIdentityMayChangeBetweenLines) {
                   "Hinweis K-16-25-30002 schlicht\n" + AT + "Hinweis K-16-25-30002 schlicht\n" +
                   "Mon Nov 16 18:38:11 2026 NEW Hinweis X-25-30002 schlicht\n",
               GetCapturedStdout());
+}
+
+// A handle keeps four texts of those whose numbers differ by 128, and the word of severity 1 is one of these.
+TEST_F(LogDisplayTest, SeverityWordMayPushOutTheTextOfItsLine) {
+    constexpr unsigned FIRST = 29978, STEP = 128, KEPT = 4;
+    Texts texts = {{65534, {{1, "Fehler"}}}};
+    for (unsigned i = 0; i < KEPT; ++i) texts[25][FIRST + i * STEP] = "text " + std::to_string(i);
+    write_catalogs("en", texts);
+    const auto log = opened("ldfread", stdout, 18);
+    const auto show = [&](int sev, unsigned i) {
+        log->display_ldf_entry(sev, 0, NOON, static_cast<int>(msg_id(25, FIRST + i * STEP)), nullptr, 0);
+    };
+    CaptureStdout();
+    for (unsigned i = 0; i < KEPT; ++i) show(4, i);
+    show(1, 0);
+    EXPECT_THAT(GetCapturedStdout(), testing::EndsWith(AT + "Fehler K-16-25-29978 text 0\n"));
 }
 
 TEST_F(LogDisplayTest, ClosedOrWithoutStream) {
