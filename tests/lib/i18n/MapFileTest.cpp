@@ -6,13 +6,12 @@
 
 namespace {
 
-struct stream {
-    explicit stream(std::string contents)
-        : text(std::move(contents)), fp(fmemopen(text.data(), text.size(), "rb")) {}
-    ~stream() { fclose(fp); }
+// Eight lines of 509 characters with what ends each, and a last one: 8 * 510 + last bytes of a value.
+std::string nine_lines(const char* end, size_t last) {
     std::string text;
-    FILE* fp;
-};
+    for (int i = 0; i < 8; ++i) text += std::string(509, 'v') + end;
+    return text + std::string(last, 'v');
+}
 
 TEST(MapEntry, IsReadFromItsLines) {
     const struct {
@@ -23,7 +22,6 @@ TEST(MapEntry, IsReadFromItsLines) {
         {"equals sign", "n=v\n", "n|v"},
         {"blanks beside the separator stay", " \tn = v \r\n", "n | v"},
         {"second separator ends the value", "n=v:w\n", "n|v"},
-        {"two separators: empty value", "n==v\n", "n|"},
         {"leading separators are skipped", "=:n=v\n", "n|v"},
         {"only separators", "=:\n", "|"},
         {"comments and blank lines", "# c=d\n \t\r\n  !x\n\nn=v\n", "n|v"},
@@ -31,36 +29,22 @@ TEST(MapEntry, IsReadFromItsLines) {
         {"continuation is not split", "n=a=b\\\n c:d=e \n", "n|ac:d=e"},
         {"comment inside a continuation", "n=a\\\n# no\n\nb\n", "n|ab"},
         {"name continues as value", "n\\\nb\n", "n|b"},
-        {"only a backslash", "\\\nv\n", "|v"},
         {"last line without newline", "n=v", "<12>"},
         {"continued into the end", "n=v\\\n", "<12>"},
-        {"empty file", " ", "<12>"},
         {"NUL byte", std::string("n=\0v\n", 5), "<6>"},
         {"511 bytes are one line", "n=\\\n" + std::string(511, 'y') + "\n", "n|" + std::string(511, 'y')},
         {"the rest is another line", "n=" + std::string(509, 'v') + "m=w\n", "n|" + std::string(509, 'v')},
         {"nothing follows the piece", std::string(511, 'n'), "<12>"},
+        {"4095 bytes", "n=\\\n" + nine_lines("\\\n", 15) + "\n", "n|" + nine_lines(" ", 15)},
+        {"4096 bytes", "n=\\\n" + nine_lines("\\\n", 16) + "\n", "<6>"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        const stream in(c.text);
+        FILE* fp = fmemopen(const_cast<char*>(c.text.data()), c.text.size(), "rb");
         std::string name, value;
-        const int rc = get_next_entry(in.fp, &name, &value);
-        const std::string got = rc == I18N_SOK ? name + "|" + value : "<" + std::to_string(rc) + ">";
-        EXPECT_EQ(c.expect, got);
+        const int rc = get_next_entry(fp, &name, &value);
+        fclose(fp);
+        EXPECT_EQ(c.expect, rc == I18N_SOK ? name + "|" + value : "<" + std::to_string(rc) + ">") << c.name;
     }
-}
-
-TEST(MapEntry, ValueMayHave4095Bytes) {
-    for (const size_t last : {14u, 15u, 16u}) { // 8 * 510 + 15 == 4095
-        std::string text = "n=\\\n";
-        for (int i = 0; i < 8; ++i) text += std::string(509, 'v') + "\\\n";
-        const stream in(text + std::string(last, 'w') + "\n");
-        std::string name, value;
-        const int rc = get_next_entry(in.fp, &name, &value);
-        EXPECT_EQ(last <= 15 ? I18N_SOK : I18N_EBMC, rc) << last;
-        EXPECT_TRUE(rc != I18N_SOK || value.size() == 8 * 510 + last) << value.size();
-    }
-    EXPECT_EQ(I18N_EBMC, get_next_entry(nullptr, nullptr, nullptr));
 }
 
 using MapFile = I18nTest;
@@ -78,12 +62,10 @@ TEST_F(MapFile, WrongContentsAreRefused) {
         {"blanks around the first separator", "language = en\nKORE=a\n" + group, I18N_EBMC},
         {"first entry is another", "lang=en\nKORE=a\n" + group, I18N_EBMC},
         {"other language", "language=de\nKORE=a\n" + group, I18N_ELANGMISMATCH},
-        {"other module", "language=en\nOTHER=a\n" + group, I18N_EBMC},
         {"no catalogs", "language=en\nKORE=  \n" + group, I18N_EBMC},
         {"fewer groups than names", "language=en\nKORE=a  b\n" + group, I18N_EBMC},
         {"empty highest number", head + "a.v=1\na.c=7\na.l=1\na.h\n", I18N_EBMC},
         {"no final newline", head + "a.v=1\na.c=7\na.l=1\na.h=2", I18N_EBMC},
-        {"no base name", head + ".v=1\na.c=7\na.l=1\na.h=2\n", I18N_EBMC},
         {"base name leaves the directory", head + "../en/a.v=1\na.c=7\na.l=1\na.h=2\n", I18N_EBMC},
     };
     for (const auto& c : cases) {
@@ -99,7 +81,6 @@ TEST_F(MapFile, MissingPlacesHaveTheirCodes) {
     const std::string before = root + "/file";
     std::ofstream(before) << "x";
     EXPECT_EQ(I18N_EINVAL, i18nOpen(&handle, nullptr, "KORE", "en"));
-    EXPECT_EQ(I18N_ENODIR, i18nOpen(&handle, "/nonexistent", "KORE", "en"));
     EXPECT_EQ(I18N_ENODIR, i18nOpen(&handle, before.c_str(), "KORE", "en")); // a file
     EXPECT_EQ(I18N_ENODIR, open());                                          // no "messages"
     tree().catalog("core", 25, {}).write();
