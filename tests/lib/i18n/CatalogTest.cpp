@@ -89,7 +89,9 @@ TEST_F(Catalog, DamageHasItsResult) {
         EXPECT_EQ(c.expect[0], text(25, 1));
         EXPECT_EQ(c.expect[1], text(25, 2));
         good.write(tree().dir() + "core.bmc");
-        if (c.expect[0] == "<6>"s) EXPECT_EQ("abc", text(25, 1)) << "a catalog that failed is tried again";
+        if (c.expect[0] == "<6>"s) {
+            EXPECT_EQ("abc", text(25, 1)) << "a catalog that failed is tried again";
+        }
         i18nClose(&handle);
     }
 }
