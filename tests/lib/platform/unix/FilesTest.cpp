@@ -41,7 +41,6 @@ TEST_F(Files, EachNameHasItsAnswers) {
     make_file("last", 2147483647);
     make_file("beyond", 4294967296 + 5); // saturates instead of wrapping
     fs::create_directories("full/sub");
-    fs::create_directory("empty");
     fs::create_symlink("full", "link");
     fs::create_symlink("nowhere", "dangling");
     constexpr int ANY = -2;
@@ -51,8 +50,7 @@ TEST_F(Files, EachNameHasItsAnswers) {
     } cases[] = {{"file", 0, 117, 0, 0},          {"last", 0, 2147483647, 0, 0},
                  {"beyond", 0, 2147483647, 0, 0}, {"file", 0, -1, -1, ENOENT}, // gone
                  {"link", 1, ANY, 0, 0},          {"full", 1, ANY, -1, ENOTEMPTY},
-                 {"empty", 1, ANY, 0, 0},         {"dangling", 0, -1, 0, 0},
-                 {"", 0, -1, -1, ENOENT},         {nullptr, 0, -1, -1, EINVAL}};
+                 {"dangling", 0, -1, 0, 0},       {nullptr, 0, -1, -1, EINVAL}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name != nullptr ? c.name : "null");
         EXPECT_EQ(c.is_dir, QENCheckDir(c.name));
@@ -61,7 +59,6 @@ TEST_F(Files, EachNameHasItsAnswers) {
         EXPECT_EQ(c.removed, QENDeleteFile(c.name, &error));
         EXPECT_EQ(c.error, error);
     }
-    EXPECT_EQ(-1, QENDeleteFile("missing"));
 }
 
 // Each name passes through a shell and must arrive byte for byte.
@@ -76,19 +73,12 @@ TEST_F(Files, MakeDirCreatesExactlyTheNamedDirectory) {
         fs::remove_all(*fs::path(name).begin());
     }
     EXPECT_TRUE(fs::is_empty("."));
-    make_file("file", 0);
-    EXPECT_EQ(0, QENMakeDir("file/below")) << "it tells only whether the child ran";
+    EXPECT_EQ(0, QENMakeDir("/dev/null/below")) << "it tells only whether the child ran";
     EXPECT_EQ(-1, QENMakeDir(nullptr));
     const auto old = std::signal(SIGCHLD, SIG_IGN); // nothing is left to wait for then
     EXPECT_EQ(0, QENMakeDir("ignoring"));
     std::signal(SIGCHLD, old);
     EXPECT_EQ(1, QENCheckDir("ignoring"));
-}
-
-TEST_F(Files, BasenameOfPaths) {
-    const std::pair<std::string, const char*> cases[] = {
-        {"/usr/bin/taqmsg", "taqmsg"}, {"taqmsg", "taqmsg"}, {"/a/b//", "b"}, {"/", "/"}, {"", "."}};
-    for (auto [path, base] : cases) EXPECT_STREQ(base, QENCLIBasename(path.data())) << path;
 }
 
 TEST_F(Files, WriteAllEndsAtTheFirstError) {

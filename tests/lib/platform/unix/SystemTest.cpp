@@ -1,7 +1,6 @@
 // Identity of process and host, and time.
 #include "platform/unix/QENPlatform.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -23,17 +22,14 @@ TEST(System, NamesComeFromTheKernelAndAreCut) {
     ASSERT_EQ(0, uname(&host));
     const std::string node = host.nodename;
     const std::string info = "Linux:" + node + "," + host.version + "," + host.release + "," + host.machine;
-    char text[512];
-
     EXPECT_EQ(node, std::unique_ptr<char[]>(QENGetSystemName(nullptr, 0)).get());
-    EXPECT_EQ(text, QENGetSystemName(text, sizeof text));
-    EXPECT_EQ(node, text);
-    QENGetSysInfo(text, sizeof text);
-    EXPECT_EQ(info, text);
-    text[9] = 'z';
-    QENGetSysInfo(text, 9);
-    EXPECT_EQ(info.substr(0, 8), text);
-    EXPECT_EQ('z', text[9]);
+    char text[512];
+    for (const size_t size : {sizeof text, size_t{9}}) {
+        text[9] = 'z';
+        QENGetSysInfo(text, size);
+        EXPECT_EQ(info.substr(0, size - 1), text);
+        EXPECT_TRUE(size != 9 || text[9] == 'z');
+    }
 }
 
 TEST(System, TimeIsLocalAndCut) {
@@ -53,12 +49,6 @@ TEST(System, TimeIsLocalAndCut) {
     ASSERT_EQ(0, QENTime(small, 6));
     EXPECT_EQ(std::string(text, 5), small);
     EXPECT_EQ(-1, QENTime(small, 0));
-    EXPECT_EQ(-1, QENTime(nullptr, 6));
-}
-
-TEST(System, MemAlignAligns) {
-    const std::unique_ptr<void, decltype(&std::free)> p(QENMemAlign(4096, 100), std::free);
-    EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(p.get()) % 4096);
 }
 
 } // namespace
