@@ -162,6 +162,54 @@ TEST_F(LogWriteTest, MessageSiteRecordsItsPlace) {
               GetCapturedStdout());
 }
 
+// No structure is built for these messages unless something asks for it; nobody may notice.
+TEST_F(LogWriteTest, MessageSiteIsRecordedAndReportedLikeAStructure) {
+    constexpr int GROUP = 0x100000;
+    for (const bool queued : {false, true}) {
+        SCOPED_TRACE(queued);
+        const std::string name = queued ? "queued" : "direct";
+        clear_syslog();
+        const auto log = opened(name.c_str());
+        if (queued) Log::start_logger();
+        QEN_MESSAGE(log.get(), SEV_ERR, GROUP, 25, 7, "%s%s%d %s%s%s %s", "a", "", 3, "d", "e", "f", "g");
+        QEN_MESSAGE(log.get(), SEV_CRIT, 0, 25, 0, "no %d%%", 1);
+        const auto line = static_cast<unsigned>(__LINE__ - 1);
+        if (queued) Log::stop_logger();
+        EXPECT_THAT(syslog_texts(), testing::ElementsAre("3a3 def g", "2no 1%"));
+
+        LdfTestRecord numbered = {.sev = 1, .obj = 3, .cat = 25, .num = 7, .line = line - 1},
+                      stored = {.sev = 0, .obj = 0, .cat = 25, .num = 0, .line = line};
+        numbered.file = "LogWriteTest.cpp", numbered.func = "TestBody";
+        numbered.args = {"a", " ", "3", "d", "e", "f"};
+        stored.file = __FILE__, stored.func = "TestBody", stored.args = {"no 1%"};
+        const std::string found = slurp(root + "/ldf/" + name + "_A.ldf").substr(117); // behind the header
+        std::string expected;
+        for (const auto& record : {numbered, stored}) {
+            const size_t time_at = expected.size() + 6;
+            expected += LdfBuilder::record_bytes(record);
+            ASSERT_GE(found.size(), expected.size());
+            expected.replace(time_at, 4, found, time_at, 4);
+        }
+        EXPECT_EQ(expected, found);
+    }
+}
+
+TEST_F(LogWriteTest, MessageSiteLetsAnotherKindOfLogSeeTheMessage) {
+    class Listener : public Log {
+    public:
+        void write_app(ulog_app_sev, const char*, const char*, int, int flags, int, int,
+                       MsgStruct* ipm_msg_in) override {
+            EXPECT_EQ(ULOG_SOURCE | ULOG_HAND_OVER, flags);
+            heard.reset(ipm_msg_in);
+        }
+        std::unique_ptr<MsgStruct> heard;
+    } log;
+    QEN_MESSAGE(&log, SEV_WARN, ULOG_SOURCE, 25, 1, "for %s", "you");
+    ASSERT_NE(nullptr, log.heard);
+    EXPECT_STREQ("for you", log.heard->find(21)->getstr());
+    EXPECT_STREQ("you", log.heard->find(22)->getstr());
+}
+
 TEST_F(LogWriteTest, DebugSiteOfADisabledLevelEvaluatesNothing) {
     const auto log = opened("out", stdout, 0x12);
     int evaluated = 0;
@@ -221,13 +269,14 @@ TEST_F(LogWriteTest, SeriousMessagesOfFileLogsReachTheAdministrator) {
     write(SEV_ERR, 0, "%1$s", "arg");
     write(SEV_ERR, ULOG_NO_EVENT, "kept back");
     write(SEV_WARN, 0, "harmless");
+    write(41, 0, "forty-one");
     write(SEV_ERR, 0, std::string(5000, 'x').c_str()); // too long to escape
     log->write_dbg(DBG_1, "f", "g", 1, 0, 25, 1, "debug");
     write(SEV_ERR, 0, nullptr);
     Log::set_adminlog_facility(0);
-    // local3 is 19 * 8; critical 2, error 3
-    EXPECT_THAT(syslog_texts(),
-                testing::ElementsAre("154crit 100% %n %%", "155%1$s", "155Invalid log message."));
+    // local3 is 19 * 8; critical 2, error 3, debug 7
+    EXPECT_THAT(syslog_texts(), testing::ElementsAre("154crit 100% %n %%", "155%1$s", "159forty-one",
+                                                     "155Invalid log message."));
 }
 
 TEST_F(LogWriteTest, Facilities) {
