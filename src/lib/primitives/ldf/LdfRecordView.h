@@ -9,8 +9,8 @@
 // False, with `rest` empty, when there is none.
 bool ldf_next_piece(std::string_view& rest, std::string_view& piece);
 
-// Valid until the next call on the reader that filled it. No piece is empty, holds a NUL or is followed
-// by one.
+// Valid until the next call on the reader that filled it. No piece is empty or holds a NUL; behind a piece
+// there need not be one.
 struct LdfRecordView {
     static constexpr size_t PIECES_MAX = 2 + LDF_MAX_ARGS;
 
@@ -35,7 +35,7 @@ struct LdfRecordView {
 };
 
 // Splits the text part of a record into the view's pieces (all but `header`). A NUL ends the text; without
-// one it ends after `size` bytes. Up to LDF_SPLIT_SLACK bytes behind the text are read, not used: they must
-// be addressable.
+// one it ends after `size` bytes. Up to LDF_SPLIT_SLACK bytes behind the text are read and make no
+// difference: they must be addressable.
 inline constexpr size_t LDF_SPLIT_SLACK = 64;
 void ldf_split_text(const char* text, size_t size, LdfRecordView& view);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <new>
 #include <unistd.h>
 
@@ -34,6 +35,7 @@ size_t LdfWindow::_fill(int64_t pos, size_t n, const unsigned char*& bytes) {
             break;
         }
     }
+    if (!_no_memory) std::memset(_buf.get() + _len, 0, LDF_SPLIT_SLACK); // what is looked at behind a text
     bytes = _buf.get();
     return std::min<size_t>(_len, n);
 }
