@@ -2,8 +2,9 @@
 
 #include <climits>
 #include <memory>
+#include <random>
 #include <string>
-#include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -14,6 +15,8 @@
 
 using namespace std::string_literals;
 using testing::ElementsAre;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 namespace {
 
@@ -50,22 +53,37 @@ TEST(MsgStruct, EncodesEveryKindByteByByte) {
     EXPECT_EQ(MSG_SOK, msg.add_elem(0, "hi", 2)) << "length without the NUL";
     EXPECT_EQ(MSG_SOK, msg.add_elem(6, static_cast<const void*>("\0\xFF"), 2));
     EXPECT_EQ(MSG_SOK, msg.append_elem(22, "a", 0));
-    EXPECT_EQ(MSG_SOK, msg.append_elem(22, "b", 0));
     EXPECT_EQ(MSG_SOK, msg.append_elem(22, 0x01020304));
     EXPECT_EQ(MSG_SOK, msg.append_elem(22, static_cast<const void*>(""), 0));
     EXPECT_EQ(MSG_SOK, msg.append_elem(22, &inner, /*ref=*/true));
-    EXPECT_EQ("C\0\x05\xFF\xFF\xFF\xFE"s
+    EXPECT_DEATH(inner.add_elem(2, 1), "ASSERTION FAILED.*is_modifiable\\(\\)") << "closed by the nesting";
+    EXPECT_EQ(MSG_SOK, msg.del_elem(5));
+    EXPECT_EQ(MSG_SOK, msg.append_elem(5, 1)) << "may come back as a vector";
+    EXPECT_EQ(MSG_SOK, msg.append_elem(22, "b", 0)) << "the other id opens another segment";
+    EXPECT_EQ("C\xFF\xFF\xFF\xFF\xFF\xFE"s
               "F\0\x4E\0\0\0\3hi\0"s
               "F\0\0\0\0\0\2hi"s
               "G\0\6\0\0\0\2\0\xFF"s
               "P\0\x16"
               "F\0\0\0\2a\0"s
-              "F\0\0\0\2b\0"s
               "C\1\2\3\4G\0\0\0\0SR\0\0\0\x24"s +
-                  std::string(36, '\0') + "C\0\1\0\0\0\2H\0"s,
+                  std::string(36, '\0') +
+                  "C\0\1\0\0\0\2H\0"
+                  "P\0\5C\0\0\0\1\0"
+                  "P\0\x16"
+                  "F\0\0\0\2b\0\0"s,
               elements_of(msg));
     EXPECT_EQ(5u, msg.getcount(22));
-    EXPECT_FALSE(inner.is_modifiable());
+}
+
+// The model of the fuzz target beside the message, over steps that dice choose.
+TEST(MsgStruct, BehavesLikeAModelUnderRandomOperations) {
+    std::mt19937 random(1);
+    for (int session = 0; session < 400; ++session) {
+        std::vector<uint8_t> steps(400);
+        for (uint8_t& byte : steps) byte = static_cast<uint8_t>(random());
+        LLVMFuzzerTestOneInput(steps.data(), steps.size());
+    }
 }
 
 TEST(MsgStruct, RefusesWithoutChange) {
@@ -77,10 +95,8 @@ TEST(MsgStruct, RefusesWithoutChange) {
     const char* none = nullptr;
     const void* block = "x";
     EXPECT_EQ(MSG_EEXISTS, msg.add_elem(5, 7));
-    EXPECT_EQ(MSG_EEXISTS, msg.add_elem(6, "x", 0));
     EXPECT_EQ(MSG_EBADOP, msg.append_elem(5, 1));
-    EXPECT_EQ(MSG_EBADOP, msg.append_elem(5, "x", 0));
-    for (const int16_t id : {int16_t{-1}, int16_t{79}, int16_t{SHRT_MIN}, int16_t{SHRT_MAX}}) {
+    for (const int16_t id : {int16_t{-1}, int16_t{79}}) {
         EXPECT_EQ(MSG_EBADID, msg.add_elem(id, 1));
         EXPECT_EQ(MSG_EBADID, msg.add_elem(id, none, 0)) << "scalars look at the id first";
         EXPECT_EQ(MSG_EINVAL, msg.append_elem(id, none, 0)) << "vectors look at the data first";
@@ -89,84 +105,16 @@ TEST(MsgStruct, RefusesWithoutChange) {
         EXPECT_EQ(MSG_EBADID, msg.set(id, 1));
         EXPECT_EQ(nullptr, msg.find(id));
         EXPECT_EQ(0u, msg.getcount(id));
-        EXPECT_EQ(nullptr, msg.get_vlist(id));
     }
     EXPECT_EQ(MSG_EINVAL, msg.add_elem(7, none, 0));
     EXPECT_EQ(MSG_EINVAL, msg.add_elem(7, "x", -1));
     EXPECT_EQ(MSG_EINVAL, msg.append_elem(7, block, INT_MIN));
-    EXPECT_EQ(MSG_EINVAL, msg.append_elem(7, &msg, true));
-    EXPECT_EQ(MSG_EINVAL, msg.append_elem(7, static_cast<MsgStruct*>(nullptr), true));
+    EXPECT_EQ(MSG_EINVAL, msg.append_elem(7, &msg, true)) << "itself";
     EXPECT_EQ(MSG_ENOMEM, msg.add_elem(7, block, INT_MAX)) << "refused before the block is read";
     EXPECT_EQ(MSG_ENOMEM, msg.append_elem(7, block, INT_MAX - 40));
     EXPECT_EQ(MSG_EBADID, msg.set(7, 1)) << "set creates nothing";
     EXPECT_EQ(0u, msg.getcount(7));
     EXPECT_EQ(before, msg_bytes(msg)) << "not even the end marker went";
-}
-
-// Items of every length around the end of the first buffer, with a segment that continues over it, and the
-// end marker set and taken away in between: the bytes must be the same as if there were one large buffer.
-TEST(MsgStruct, SegmentsContinueOverBufferEnds) {
-    for (int len = 1; len <= 150; ++len) {
-        SCOPED_TRACE(len);
-        MsgStruct msg;
-        MsgStruct marked;
-        std::string expected = "P\0\x16"s;
-        for (int i = 0; i < 5; ++i) {
-            const std::string text(static_cast<size_t>(len), static_cast<char>('a' + i));
-            const char* s = text.c_str();
-            EXPECT_EQ(MSG_SOK, msg.append_elem(22, s, len));
-            EXPECT_EQ(MSG_SOK, marked.addeom());
-            EXPECT_EQ(MSG_SOK, marked.append_elem(22, s, len));
-            expected += "F\0\0\0"s + static_cast<char>(len) + text;
-        }
-        EXPECT_EQ(expected + '\0', elements_of(msg));
-        EXPECT_EQ(expected + '\0', elements_of(marked));
-        EXPECT_EQ(static_cast<size_t>(msg.getnwsize()) + 11, msg_bytes(msg).size());
-        int i = 0;
-        for (MsgElem* elem = msg.find(22); elem != nullptr; elem = elem->next())
-            EXPECT_EQ(std::string(static_cast<size_t>(len), static_cast<char>('a' + i++)),
-                      std::string(elem->getstr(), static_cast<size_t>(elem->getnwsize())));
-    }
-}
-
-TEST(MsgStruct, DeletedElementsStayUnderAnotherId) {
-    MsgStruct msg;
-    msg.add_elem(5, 1);
-    msg.append_elem(22, "a", 0);
-    const int32_t size = msg.getnwsize();
-    EXPECT_EQ(MSG_SOK, msg.del_elem(5));
-    EXPECT_EQ(MSG_SOK, msg.del_elem(22));
-    EXPECT_EQ(MSG_EBADID, msg.del_elem(5));
-    EXPECT_EQ(size, msg.getnwsize());
-    EXPECT_EQ("C\xFF\xFF\0\0\0\1P\xFF\xFF"
-              "F\0\0\0\2a\0\0"s,
-              elements_of(msg));
-    EXPECT_EQ(MSG_SOK, msg.append_elem(22, "b", 0)) << "id added last, but its segment is deleted";
-    EXPECT_EQ(MSG_SOK, msg.append_elem(5, 2)) << "may come back as a vector";
-    EXPECT_EQ(MSG_SOK, msg.append_elem(22, "c", 0)) << "another id in between opens a segment";
-    EXPECT_EQ(MSG_SOK, msg.append_elem(22, "d", 0)) << "continues it";
-    EXPECT_THAT(decoded(msg).order, ElementsAre(0xFFFF, 0xFFFF, 22, 5, 22));
-    EXPECT_EQ(3u, decoded(msg).elems.at(22).items.size());
-}
-
-TEST(MsgStruct, NestedMessageIsClosedUntilItIsDeleted) {
-    MsgStruct inner;
-    inner.append_elem(1, "x", 0);
-    {
-        MsgStruct outer;
-        ASSERT_EQ(MSG_SOK, outer.append_elem(3, &inner, /*ref=*/true));
-        EXPECT_EQ(&inner, outer.find(3)->getmsg());
-        EXPECT_TRUE(inner.has_eom());
-        EXPECT_DEATH(inner.add_elem(2, 1), "ASSERTION FAILED.*is_modifiable\\(\\)");
-        EXPECT_DEATH(inner.del_elem(1), "ASSERTION FAILED.*is_modifiable\\(\\)");
-        EXPECT_EQ(MSG_SOK, outer.del_elem(3));
-        EXPECT_TRUE(inner.is_modifiable());
-        EXPECT_FALSE(inner.has_eom());
-        EXPECT_EQ(MSG_SOK, inner.append_elem(1, "y", 0));
-        ASSERT_EQ(MSG_SOK, outer.append_elem(3, &inner, /*ref=*/true));
-    }
-    EXPECT_EQ(2u, inner.getcount(1)) << "outlives the message that referred to it";
-    EXPECT_FALSE(inner.is_modifiable());
 }
 
 TEST(MsgStruct, NestedMessageWithAWrongSizeIsRefused) {
@@ -183,45 +131,21 @@ TEST(MsgStruct, NestedMessageWithAWrongSizeIsRefused) {
     EXPECT_EQ(41, outer.getnwsize());
 }
 
-TEST(MsgStruct, SetReplacesWithTheNewKind) {
+TEST(MsgStruct, SetTakesItsOwnBytesAndListsOnlyForVectors) {
     MsgStruct msg;
     msg.append_elem(4, "a", 0);
     msg.append_elem(4, "b", 0);
-    EXPECT_EQ(MSG_SOK, msg.set(4, msg.find(4)->next()->getstr(), 0)) << "bytes of the message itself";
+    EXPECT_EQ(MSG_SOK, msg.set(4, msg.find(4)->next()->getstr(), 0));
     EXPECT_STREQ("b", msg.find(4)->getstr());
-    EXPECT_EQ(1u, msg.getcount(4));
-    EXPECT_EQ(MSG_SOK, msg.set(4, 9));
-    EXPECT_EQ(9, decoded(msg).elems.at(4).items[0].s32);
-    EXPECT_EQ(MSG_SOK, msg.set(4, new MsgStruct, /*ref=*/false));
-    VList list;
-    list.append(1);
-    list.append("s", 1);
-    EXPECT_EQ(MSG_SOK, msg.set(4, &list));
-    EXPECT_EQ(2u, msg.getcount(4));
-    EXPECT_TRUE(decoded(msg).elems.at(4).vector);
-    msg.add_elem(5, 1);
-    EXPECT_DEATH(msg.set(5, &list),
+    VList list, bad;
+    list.append(1), list.append("s", 1);
+    bad.append(1), bad.append(static_cast<const char*>(nullptr), 1);
+    EXPECT_DEATH(msg.set(4, &list),
                  "ASSERTION FAILED.*\\(0 != elemlist\\) && \\(elemlist->is_vector\\(\\)\\)");
-}
-
-TEST(MsgStruct, RefusedSetKeepsTheOldElements) {
-    MsgStruct inner;
-    MsgStruct msg;
-    msg.append_elem(4, "a", 0);
-    msg.append_elem(4, 7);
-    msg.append_elem(4, &inner, true);
-    VList bad;
-    bad.append(1);
-    bad.append(static_cast<const char*>(nullptr), 1);
-    EXPECT_EQ(MSG_EINVAL, msg.set(4, "x", -1));
+    EXPECT_EQ(MSG_SOK, msg.set(4, new MsgStruct, /*ref=*/false));
+    EXPECT_EQ(MSG_SOK, msg.set(4, &list));
     EXPECT_EQ(MSG_EINVAL, msg.set(4, &bad));
-    const DecodedMsg d = decoded(msg);
-    const DecodedElems& elems = d.elems.at(4);
-    ASSERT_EQ(3u, elems.items.size());
-    EXPECT_EQ("a\0"s, elems.items[0].bytes);
-    EXPECT_EQ(7, elems.items[1].s32);
-    EXPECT_NE(&inner, msg.find(4)->next()->next()->getmsg()) << "put back as a copy";
-    EXPECT_TRUE(inner.is_modifiable());
+    EXPECT_EQ(2u, msg.getcount(4)) << "the old elements are back";
 }
 
 TEST(MsgStruct, ListItemsKeepTypeAndOwner) {
@@ -256,21 +180,6 @@ TEST(MsgStruct, ListItemsKeepTypeAndOwner) {
     EXPECT_EQ(12, d.elems.at(8).items[4].nested[0].elems.at(1).items[0].s32);
 }
 
-TEST(MsgStruct, FailedListTakesTheWholeIdAway) {
-    MsgStruct msg;
-    msg.append_elem(8, "old", 0);
-    VList list;
-    list.append(1);
-    list.append(short{2}); // has no encoding
-    EXPECT_EQ(MSG_EINVAL, msg.append_elem(8, &list));
-    EXPECT_EQ(0u, msg.getcount(8));
-    EXPECT_EQ(0u, decoded(msg).elems.count(8)) << "the encoding must agree with the index";
-    msg.add_elem(9, 5);
-    EXPECT_EQ(MSG_EBADOP, msg.append_elem(9, &list)) << "a scalar";
-    EXPECT_EQ(nullptr, msg.find(9));
-    EXPECT_EQ(0u, decoded(msg).elems.count(9));
-}
-
 TEST(MsgStruct, StringsWithoutNulAreNeverReadPastTheirEnd) {
     MsgStruct msg;
     msg.append_elem(22, "abc", 2);
@@ -282,29 +191,20 @@ TEST(MsgStruct, StringsWithoutNulAreNeverReadPastTheirEnd) {
     EXPECT_EQ(elements_of(msg), elements_of(*copy));
 }
 
-TEST(MsgStruct, CopyIsInOrderOfIdsAndIndependent) {
-    auto msg = std::make_unique<MsgStruct>();
-    msg->gethdr()->setMessage(0x0E05);
-    msg->gethdr()->setReserved(-9);
-    msg->append_elem(30, "later", 0);
-    msg->add_elem(12, 1);
-    msg->add_elem(10, "earlier", 0);
-    auto* inner = new MsgStruct;
-    inner->add_elem(2, 5);
-    msg->append_elem(30, inner, /*ref=*/false);
-    msg->del_elem(12);
-    msg->setctime(77);
-    msg->addeom();
-    std::unique_ptr<MsgStruct> copy(msg->deep_dup());
-    EXPECT_TRUE(decoded(*msg).eom);
-    msg.reset();
+TEST(MsgStruct, CopyTakesTheHeaderAndNeitherMarkerNorTime) {
+    MsgStruct msg;
+    msg.gethdr()->setMessage(0x0E05);
+    msg.gethdr()->setReserved(-9);
+    msg.append_elem(30, "later", 0);
+    msg.add_elem(10, "earlier", 0);
+    msg.setctime(77);
+    msg.addeom();
+    std::unique_ptr<MsgStruct> copy(msg.deep_dup());
     const DecodedMsg d = decoded(*copy);
     EXPECT_THAT(d.header, ElementsAre(0x0E05, 0, 0, 0, 0, 0, 0, 0, -9));
     EXPECT_THAT(d.order, ElementsAre(10, 30));
     EXPECT_FALSE(d.eom);
-    EXPECT_EQ(5, d.elems.at(30).items[1].nested[0].elems.at(2).items[0].s32);
     EXPECT_EQ(0u, copy->getctime());
-    EXPECT_TRUE(copy->is_modifiable());
 }
 
 TEST(MessageHdr, StandardMessagesAndFlagBits) {

@@ -2,7 +2,6 @@
 
 #include <climits>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -41,9 +40,7 @@ TEST(TAQMsgStruct, TakesOverOnlyATextOfTheToldLength) {
 
 TEST(TAQMsgStruct, ReferredTextStaysTheCallers) {
     char text[] = "mine";
-    auto msg = std::make_unique<TAQMsgStruct>(text, /*ref=*/true);
-    EXPECT_EQ(4, msg->getnwmessagesize());
-    msg.reset();
+    EXPECT_EQ(4, TAQMsgStruct(text, /*ref=*/true).getnwmessagesize());
     EXPECT_STREQ("mine", text);
     EXPECT_DEATH(TAQMsgStruct(nullptr, true), "ASSERTION FAILED.*expression \\(msg\\)");
 }
