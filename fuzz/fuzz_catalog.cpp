@@ -48,6 +48,25 @@ void require_text(int rc, const char* text, s32 size, size_t limit) {
     require(size >= 1 && static_cast<size_t>(size) <= limit && text[size - 1] == '\0');
 }
 
+// The text taken apart and put together again; "" where that is not offered for these arguments.
+std::string put_together(void** handle, u32 number, const std::string_view* args, size_t argc,
+                         bool* offered) {
+    size_t args_size = 0;
+    for (size_t i = 0; i < argc; ++i) args_size += args[i].size();
+    i18nTemplate parts;
+    *offered = i18nGetTemplate(handle, CATEGORY, number, &parts) == I18N_SOK && argc == parts.arg_count &&
+               args_size <= parts.args_size_max;
+    std::string whole;
+    for (size_t i = 0; *offered && i < parts.piece_count; ++i) {
+        const i18n_piece& piece = parts.pieces[i];
+        whole += parts.text.substr(piece._offset, piece._size);
+        if (piece._arg == I18N_NO_ARG) continue;
+        const auto ndx = static_cast<size_t>(piece._arg);
+        whole += ndx < argc ? args[ndx] : "???";
+    }
+    return whole;
+}
+
 void look_up(void** handle, u32 number, size_t file_size) {
     static const std::string_view args[] = {"one", "%s", "", "four", "\xFF", "six"};
     char* text;
@@ -60,6 +79,9 @@ void look_up(void** handle, u32 number, size_t file_size) {
         size_t len;
         require(rc == i18nFormatSafeTo(handle, CATEGORY, number, args, argc, line, sizeof line, &len));
         require(std::string_view(line, len) == whole);
+        bool offered;
+        const std::string again = put_together(handle, number, args, argc, &offered);
+        require(!offered || (rc == I18N_SOK && again == whole));
     }
     int rc = i18nGetSimpleMsg(handle, CATEGORY, number, &text, &size);
     require_text(rc, text, size, file_size);

@@ -1,5 +1,6 @@
 // Arbitrary texts and arguments, separated by NULs in the input: the formatter against a plain one that
-// builds strings, and every bound respected.
+// builds strings, and every bound respected; likewise the line of a record that is put together from the
+// pieces.
 #include <algorithm>
 #include <cstdlib>
 #include <string>
@@ -7,6 +8,7 @@
 
 #include "i18n/common/i18n.h"
 #include "i18n/common/i18n_format.h"
+#include "primitives/log/RecordLines.h"
 
 namespace {
 
@@ -46,6 +48,27 @@ void require_prefix(const i18n_formatted& done, const char* dst, size_t room, co
     require(std::string_view(dst, done._size) == std::string_view(whole).substr(0, room));
 }
 
+bool stands_twice(s32 arg, const std::vector<i18n_piece>& pieces) {
+    return std::count_if(pieces.begin(), pieces.end(), [&](auto& p) { return p._arg == arg; }) > 1;
+}
+
+// What a catalog handle offers as a template, whatever the number of arguments.
+void require_line(const std::string& text, const std::vector<i18n_piece>& pieces,
+                  const std::vector<std::string_view>& args, const std::string& whole) {
+    for (const i18n_piece& piece : pieces)
+        if (piece._arg != I18N_NO_ARG && stands_twice(piece._arg, pieces)) return;
+    size_t args_size = 0;
+    for (std::string_view arg : args) args_size += arg.size();
+    static RecordLines lines;
+    const std::string head = " QEN INFO K-16-25-1 ";
+    const i18nTemplate parts = {text, pieces.data(), pieces.size(), args.size(), I18N_CONV_BUFFSIZE};
+    const RecordLine* line = lines.keep(1, 4, head, &parts);
+    require(line == lines.find(1, 4) && line->head() == head);
+    if (!line->takes(args.size(), args_size)) return;
+    std::vector<char> out(line->size() + args_size + RecordLine::SLACK); // likewise of exactly this size
+    require(std::string(out.data(), line->compose(args, out.data())) == head + whole + "\n");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -74,5 +97,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                                    dst.data(), room),
                        dst.data(), room, whole);
     }
+    require_line(text, pieces, views, whole);
     return 0;
 }

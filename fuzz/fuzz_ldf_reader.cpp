@@ -1,8 +1,12 @@
-// Arbitrary bytes as a log data file: open, tail, jumps and filtered walks must end in listed results.
+// Arbitrary bytes as a log data file: open, tail, jumps and filtered walks must end in listed results. And as
+// the text of a record, which must fall into the pieces that one look at each byte finds.
 // The first three bytes steer, the rest is the file.
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ldf_fuzz_dir.h"
 #include "primitives/ldf/LdfReader.h"
@@ -39,10 +43,31 @@ void walk(LdfReader& reader, const LdfFilter& filter, size_t size) {
     require_listed(rc);
 }
 
+void require_pieces(const uint8_t* text, size_t size) {
+    std::vector<std::string> expected(1);
+    for (size_t i = 0; i < size && text[i] != '\0'; ++i) {
+        if (text[i] != LDF_SEPARATOR)
+            expected.back() += static_cast<char>(text[i]);
+        else if (!expected.back().empty())
+            expected.emplace_back();
+    }
+    if (expected.back().empty()) expected.pop_back();
+
+    std::vector<char> bytes(size + LDF_SPLIT_SLACK,
+                            '\xFF'); // of exactly this size, for the address sanitizer
+    std::memcpy(bytes.data(), text, size);
+    LdfRecordView view;
+    ldf_split_text(bytes.data(), size, view);
+    std::vector<std::string> found(view.pieces, view.pieces + std::min<size_t>(view.piece_count, 2));
+    view.for_each_arg([&](std::string_view arg) { found.emplace_back(arg); });
+    require(found == expected);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < STEERING) return 0;
+    require_pieces(data + STEERING, std::min(size - STEERING, LDF_TEXT_MAX));
     static const LdfFuzzDir dir;
     dir.put("f.ldf", data + STEERING, size - STEERING);
     LdfReader::init();
