@@ -90,7 +90,7 @@ TEST_F(LogQueueTest, WritesAndStopsAtOnceAndStartsAgain) {
 }
 
 TEST_F(LogQueueTest, ProducersOfAllThreadsKeepTheirOrderAcrossAStop) {
-    constexpr int THREADS = 4, EACH = 2000;
+    constexpr int THREADS = 8, EACH = 1000;
     // Producers write by themselves once the logger is stopped: one log for each, since a log is used by one
     // thread at a time.
     std::vector<std::unique_ptr<Log>> logs;
