@@ -77,10 +77,9 @@ TEST(ValueElem, Compare) {
     NVList names;
     int ends = 0;
     Probe object(&ends);
-    char block[2];
     const ValueElem null, s8('a'), s32(97), other(98), lower("abc", 1), upper("ABC", 1),
-        no_string(static_cast<char*>(nullptr), 1), vp(static_cast<void*>(block), 1),
-        vq(static_cast<void*>(block + 1), 1), l1(&abc, 1), l2(&ABC, 1), l3(&two, 1), nv(&names, 1),
+        no_string(static_cast<char*>(nullptr), 1), block(static_cast<void*>(&ends), 1),
+        block2(static_cast<void*>(&object), 1), list(&abc, 1), LIST(&ABC, 1), longer(&two, 1), nv(&names, 1),
         o(&object, 1);
     const struct {
         const char* name;
@@ -90,8 +89,8 @@ TEST(ValueElem, Compare) {
         {"nothing", null, null, 1, 1},           {"other widths", s8, s32, 0, 0},
         {"numbers", s32, other, 0, 0},           {"case", lower, upper, 1, 0},
         {"null string", lower, no_string, 0, 0}, {"null strings", no_string, no_string, 1, 1},
-        {"other block", vp, vq, 0, 0},           {"lists ignore case", l1, l2, 1, 1},
-        {"list lengths", l1, l3, 0, 0},          {"same name-value list", nv, nv, 0, 0},
+        {"blocks", block, block2, 0, 0},         {"lists ignore case", list, LIST, 1, 1},
+        {"list lengths", list, longer, 0, 0},    {"same name-value list", nv, nv, 0, 0},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(c.a.compare(&c.b, false), c.any_case) << c.name;
