@@ -76,7 +76,7 @@ TEST_F(Catalog, DamageHasItsResult) {
         {"text cut short", CatalogBuilder(good).truncate(98), {"abc", "<4>"}},
         {"length 0", CatalogBuilder(good).put32(84, 0), {"<4>", "???"}},
         {"length one beyond the file", CatalogBuilder(good).put32(92, 4), {"abc", "<4>"}},
-        {"length 2^32 - 1", CatalogBuilder(good).put32(92, 0xFFFFFFFF), {"abc", "<4>"}},
+        {"length 2^31 - 1", CatalogBuilder(good).put32(92, 0x7FFFFFFF), {"abc", "<4>"}},
         {"no NUL at the end", CatalogBuilder(good).put32(84, 3), {"<4>", "???"}},
         {"NUL inside", CatalogBuilder(good).flip(89, 'b'), {"a", "???"}},
         {"range backwards", CatalogBuilder(good).put32(64, 2).put32(68, 1), {"<3>", "<3>"}},
@@ -88,6 +88,10 @@ TEST_F(Catalog, DamageHasItsResult) {
         ASSERT_EQ(I18N_SOK, open());
         EXPECT_EQ(c.expect[0], text(25, 1));
         EXPECT_EQ(c.expect[1], text(25, 2));
+        testing::internal::CaptureStdout();
+        i18nPrintStats(&handle);
+        EXPECT_NE(std::string::npos, testing::internal::GetCapturedStdout().find("text buffer: 1024"))
+            << "no length that the file cannot hold makes the buffer grow";
         good.write(tree().dir() + "core.bmc");
         if (c.expect[0] == "<6>"s) {
             EXPECT_EQ("abc", text(25, 1)) << "a catalog that failed is tried again";

@@ -4,6 +4,8 @@
 #include "I18nFixture.h"
 #include "i18n/unix/i18n_conv.h"
 
+using namespace std::string_literals;
+
 namespace {
 
 constexpr char HIRAGANA_A[] = "\xE3\x81\x82";
@@ -48,12 +50,16 @@ TEST_F(Conversion, TextsComeInTheCodesetOfTheLocale) {
 }
 
 TEST_F(Conversion, TextsWithoutArgumentsAreKeptConverted) {
-    open_in("ja_JP.eucJP", CatalogBuilder().text(1, HIRAGANA_A).text(2, times(40, "%%") + HIRAGANA_A));
+    open_in("ja_JP.eucJP", CatalogBuilder()
+                               .text(1, HIRAGANA_A)
+                               .text(2, times(40, "%%") + HIRAGANA_A)
+                               .text(3, HIRAGANA_A + "%s"s));
     char* p = nullptr;
     s32 size = 0;
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ("\xA4\xA2", text(25, 1, {"surplus"}));
         EXPECT_EQ(std::string(40, '%') + "\xA4\xA2", text(25, 2));
+        for (const char* arg : {"x", "y"}) EXPECT_EQ("\xA4\xA2"s + arg, text(25, 3, {arg}));
         ASSERT_EQ(I18N_SOK, i18nGetSimpleMsg(&handle, 25, 1, &p, &size));
         EXPECT_EQ("\xA4\xA2", shown(I18N_SOK, p, size));
         ASSERT_EQ(I18N_SOK, i18nGetSafeUTF8Msg(&handle, 25, 1, &p, &size));
@@ -63,6 +69,15 @@ TEST_F(Conversion, TextsWithoutArgumentsAreKeptConverted) {
     size_t len;
     EXPECT_EQ(I18N_EBUFSIZE, i18nFormatSafeTo(&handle, 25, 1, nullptr, 0, line, 1, &len));
     EXPECT_EQ(I18N_SOK, i18nFormatSafeTo(&handle, 25, 1, nullptr, 0, line, 2, &len));
+}
+
+// The environment decides when the locale is a composite, and may name any codeset.
+TEST_F(Conversion, CodesetsThatChangeAsciiAreConvertedWhole) {
+    setenv("LC_MESSAGES", "ja_JP.IBM037", 1);
+    std::setlocale(LC_CTYPE, "ja_JP.eucJP");
+    tree("ja").catalog("core", 25, CatalogBuilder().text(1, "%s")).write();
+    ASSERT_EQ(I18N_SOK, open(nullptr));
+    EXPECT_EQ("\xF1\x81", text(25, 1, {"1a"}));
 }
 
 // An umlaut has two bytes in UTF-8, three in EUC and none in SJIS.

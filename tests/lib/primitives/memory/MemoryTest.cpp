@@ -174,7 +174,7 @@ TEST(Memory, ThrottleCallsBackAboveTheThreshold) {
         int pause;
     } cases[] = {{"3", "7", 3, 0, 7},
                  {"3", "7", 12, 3, 7},
-                 {"99999999999", "7", 9, 0, 7},
+                 {"4294967297", "7", 9, 0, 7},
                  {"3", "5", 6, 2, 5},
                  {"1", nullptr, 2, 1, 400}};
     static Memory memory;

@@ -56,7 +56,7 @@ TEST(MsgArgs, EachConversionBecomesAString) {
     EXPECT_THAT(encode("%hd %hu %hx", 65536 + 7, 65536 + 8, 0x12345), ElementsAre("7", "8", "2345"));
     EXPECT_THAT(encode("%e %E %g %G %Lf", 1.5, 1.5, 1e9, 1e-9, 2.5L),
                 ElementsAre("1.500000e+00", "1.500000E+00", "1e+09", "1E-09", "2.500000"));
-    EXPECT_THAT(encode("%Ld|%s", -5, "next"), ElementsAre("-5", "next")) << "L takes an int";
+    EXPECT_THAT(encode("%3Ld|%s", -5, "next"), ElementsAre(" -5", "next")) << "L takes an int";
     EXPECT_THAT(encode("%s|%3s|%s", nullptr, "", ""), ElementsAre("(null)", "   ", ""));
     EXPECT_THAT(encode("%ls %lc", L"wide", wint_t{L'c'}), ElementsAre("wide", "c"));
     EXPECT_THAT(encode("%c%d", 0, 3), ElementsAre("", "3"));
@@ -90,9 +90,9 @@ TEST(MsgArgs, LongTextsAreCut) {
         EXPECT_THAT(encode("%-s", arg.c_str()), ElementsAre(cut)) << len;
     }
     // Widths and precisions around and far beyond the buffer, numbers no int can hold among them.
-    for (const char* f : {"%4095s", "%-4096s", "%5100s", "%-5100s", "%9000s", "%4097.9s", "%9000.4900s"})
+    for (const char* f : {"%4095s", "%-4096s", "%5100s", "%-5100s", "%9000s", "%4097.9s", "%5100.4900s"})
         EXPECT_THAT(encode(f, text.c_str()), ElementsAre(printed(f, text.c_str()))) << f;
-    for (const char* f : {"%4096d", "%-4096d", "%04096d", "%.4096d", "%9000.4096d", "%20000.8200d"})
+    for (const char* f : {"%4096d", "%-4096d", "%04096d", "%.4096d", "%9000.4096d", "%8300.8200d"})
         EXPECT_THAT(encode(f, -7), ElementsAre(printed(f, -7))) << f;
     for (const char* f : {"%.5000f", "%f", "%5000.2f"})
         EXPECT_THAT(encode(f, -DBL_MAX), ElementsAre(printed(f, -DBL_MAX))) << f;
