@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <iconv.h>
 
 #include "I18nFixture.h"
 #include "i18n/unix/i18n_conv.h"
@@ -118,26 +116,6 @@ TEST_F(Conversion, NeedsAKnownCodesetUnlessEnglishOrUtf8) {
     EXPECT_EQ(0, i18n_conv_open("EN", "no-such", &cd, &needed));
     EXPECT_EQ(0, i18n_conv_open("ja", "UtF8", &cd, &needed));
     EXPECT_TRUE(cd == nullptr && needed == I18N_FALSE);
-}
-
-// What is said of codesets, held against iconv itself.
-TEST_F(Conversion, TraitsAreTrue) {
-    std::string ascii;
-    for (int c = 1; c < 128; ++c) ascii += static_cast<char>(c);
-    for (const char* codeset : {"UTF-8", "utf8", "ISO-8859-1", "ISO-8859-15", "eucJP", "EUC-JP", "EUC-KR",
-                                "SJIS", "ISO-2022-JP", "UTF-16", "UTF-7"}) {
-        SCOPED_TRACE(codeset);
-        char out[1024];
-        size_t size = sizeof out;
-        iconv_t cd = iconv_open(codeset, "UTF-8");
-        ASSERT_NE(reinterpret_cast<iconv_t>(-1), cd);
-        const bool same = i18n_conv_UTF8_to_system(cd, ascii.c_str(), ascii.size() + 1, out, &size) == 0 &&
-                          std::string(out, size - 1) == ascii;
-        EXPECT_TRUE(same || !i18n_conv_traits_of(codeset)._keeps_ascii);
-        i18n_conv_close(cd);
-    }
-    EXPECT_FALSE(i18n_conv_traits_of("ISO-2022-JP")._stateless);
-    EXPECT_FALSE(i18n_conv_traits_of("eucJPx")._stateless);
 }
 
 // The judgement on UTF-8 against iconv's, over every lead and second byte.
