@@ -1,4 +1,3 @@
-
 #include "I18nFixture.h"
 #include "i18n/unix/i18n_conv.h"
 
