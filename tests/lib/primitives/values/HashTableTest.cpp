@@ -66,6 +66,7 @@ TEST(HashTable, RegistryFollowsTheTables) {
     HashTable second, namesake;
     EXPECT_EQ(first->init("t", 4, ht_func), MSG_SOK);
     EXPECT_EQ(second.init("T", 4, ht_func), MSG_EEXISTS);
+    EXPECT_EQ(second.bucket(0), nullptr) << "a refused table stays empty";
     EXPECT_EQ(HashTable_inquire("T"), first.get());
     first.reset();
     EXPECT_EQ(second.init("t", 4, ht_func), MSG_SOK); // the name and the table are good again
