@@ -20,7 +20,7 @@ void write_debug_message(ILog* logp, ulog_dbg_lev lev, const char* whop, const c
     write_message((logp), (sev), __func__, __FILE__, __LINE__, (flags), (cat), (id), __VA_ARGS__)
 
 // Logs a debug message when its level is enabled on the log, which must exist. A disabled one costs one test:
-// nothing is formatted or captured, and its arguments are not evaluated.
+// nothing is formatted or captured, and its arguments are not evaluated. logp and lev are evaluated twice.
 #define QEN_DEBUG(logp, lev, flags, cat, id, ...)                                                            \
     ((logp)->is_enabled(lev) == 0 ? void()                                                                   \
                                   : write_debug_message((logp), (lev), __func__, __FILE__, __LINE__,         \
