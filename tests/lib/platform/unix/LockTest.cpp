@@ -112,7 +112,7 @@ TEST_F(LockTest, TimedWaitsEndByThemselvesWithTheLockHeld) {
     EXPECT_EQ(ETIMEDOUT, QENCondCvwait(&cond, &lock.mutex, 30));
     QENCondCvwait(&cond, &lock, &span);
     EXPECT_GE(std::chrono::steady_clock::now() - start, 80ms); // the clocks differ a little
-    for (const int at_once : {0, -2}) EXPECT_EQ(ETIMEDOUT, QENCondCvwait(&cond, &lock, at_once));
+    for (const int at_once : {0, -999}) EXPECT_EQ(ETIMEDOUT, QENCondCvwait(&cond, &lock, at_once));
     QENLockAssertCallerIsOwner(&lock);
 }
 

@@ -40,11 +40,9 @@ TEST(Syslog, IdentityOutlivesTheCallersText) {
 }
 
 TEST(AssertDeathTest, ReportsReasonThenPositionHereAndInTheSystemLog) {
-    EXPECT_EXIT(QENAssert("a < b", "x.cpp", 12, "why"), testing::KilledBySignal(SIGABRT),
-                "^why\nASSERTION FAILED: file x.cpp, line 12, expression \\(a < b\\)\n");
     EXPECT_DEATH(QENAssert(nullptr, nullptr, 1), "file \\(null\\), line 1, expression \\(\\(null\\)\\)");
-    EXPECT_DEATH(
-        (syslog_echo = true, QENAssert("e", "f.cpp", 3, "why")),
+    EXPECT_EXIT(
+        (syslog_echo = true, QENAssert("e", "f.cpp", 3, "why")), testing::KilledBySignal(SIGABRT),
         "^\\[3 why\\]why\n\\[3 ASSERTION FAILED: file f.cpp, line 3, expression \\(e\\)\n\\]ASSERTION");
     int n = 0;
     QEN_CHECK(++n == 1); // evaluated once

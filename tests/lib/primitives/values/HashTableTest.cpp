@@ -20,18 +20,12 @@ int32_t first_letter(int32_t size, const char* key) {
     return (static_cast<unsigned char>(*key) | 0x20) % size;
 }
 
-struct NoCase {
-    bool operator()(const std::string& a, const std::string& b) const {
-        return strcasecmp(a.c_str(), b.c_str()) < 0;
-    }
-};
-
 TEST(HashTable, BehavesLikeAMapUnderRandomOperations) {
     for (const hf_t hashf : {hf_t{ht_func}, hf_t{first_letter}}) {
         Dice dice(7);
         HashTable table;
         ASSERT_EQ(table.init(7, hashf), MSG_SOK);
-        std::map<std::string, int, NoCase> model;
+        std::map<std::string, int, Order> model(Order{false});
         for (int step = 0; step < 3000; ++step) {
             std::string key;
             for (unsigned n = 1 + dice(3); n > 0; --n) key += "abcABC\xc4\xe4"[dice(8)];

@@ -2,7 +2,6 @@
 
 #include <iterator>
 #include <map>
-#include <strings.h>
 
 #include "ValuesSupport.h"
 
@@ -10,12 +9,6 @@ namespace {
 
 using testing::ElementsAre;
 
-struct Order {
-    bool sensitive;
-    bool operator()(const std::string& a, const std::string& b) const {
-        return (sensitive ? strcmp(a.c_str(), b.c_str()) : strcasecmp(a.c_str(), b.c_str())) < 0;
-    }
-};
 using Map = std::map<std::string, int, Order>;
 
 Map entries_of(const NVList& list) {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <strings.h>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -22,6 +23,14 @@ public:
 
 private:
     std::mt19937 _random;
+};
+
+// The order of names in a sorted list.
+struct Order {
+    bool sensitive;
+    bool operator()(const std::string& a, const std::string& b) const {
+        return (sensitive ? strcmp(a.c_str(), b.c_str()) : strcasecmp(a.c_str(), b.c_str())) < 0;
+    }
 };
 
 // An owned string as the containers free it.
