@@ -1,5 +1,6 @@
 // Arbitrary bytes as a catalog file: every form of lookup must end in a listed result, with a text inside its
 // bounds. The input is the file; its last four bytes also choose a number.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -7,6 +8,7 @@
 
 #include "i18n/common/bmc_format.h"
 #include "i18n/common/i18n.h"
+#include "i18n/unix/i18n_conv.h"
 #include "support/CatalogBuilder.h"
 
 namespace {
@@ -55,7 +57,8 @@ std::string put_together(void** handle, u32 number, const std::string_view* args
     for (size_t i = 0; i < argc; ++i) args_size += args[i].size();
     i18nTemplate parts;
     *offered = i18nGetTemplate(handle, CATEGORY, number, &parts) == I18N_SOK && argc == parts.arg_count &&
-               args_size <= parts.args_size_max;
+               args_size <= parts.args_size_max &&
+               (!parts.needs_ascii || std::all_of(args, args + argc, i18n_is_ascii));
     std::string whole;
     for (size_t i = 0; *offered && i < parts.piece_count; ++i) {
         const i18n_piece& piece = parts.pieces[i];

@@ -61,10 +61,11 @@ void require_line(const std::string& text, const std::vector<i18n_piece>& pieces
     for (std::string_view arg : args) args_size += arg.size();
     static RecordLines lines;
     const std::string head = " QEN INFO K-16-25-1 ";
-    const i18nTemplate parts = {text, pieces.data(), pieces.size(), args.size(), I18N_CONV_BUFFSIZE};
+    const i18nTemplate parts = {text,        pieces.data(),      pieces.size(),
+                                args.size(), I18N_CONV_BUFFSIZE, /*needs_ascii=*/false};
     const RecordLine* line = lines.keep(1, 4, head, &parts);
     require(line == lines.find(1, 4) && line->head() == head);
-    if (!line->takes(args.size(), args_size)) return;
+    if (!line->takes(args, args_size)) return;
     std::vector<char> out(line->size() + args_size + RecordLine::SLACK); // likewise of exactly this size
     require(std::string(out.data(), line->compose(args, out.data())) == head + whole + "\n");
 }

@@ -60,6 +60,36 @@ TEST_F(LanguageTest, LanguageOfTheEnvironment) {
     }
 }
 
+TEST_F(LanguageTest, ArgumentsAreConvertedWithTheirText) {
+    LdfBuilder file;
+    for (const char* name : {"web",
+                             "w\xC3\xB6"
+                             "b",
+                             "w\xC3(", "web"})
+        file.record({.sev = 1, .cat = 100, .num = 1, .args = {name, "ONLINE", "n"}});
+    write("g", file);
+    const auto line = [](const std::string& name) {
+        return AT + "FEHLER K-16-100-1 Ressource " + name + " ist auf System n jetzt ONLINE\n";
+    };
+    const std::string refused =
+        AT + "FEHLER K-16-100-1 Could not find message K-16-100-1 : arg1 = w\xC3(, arg2 = ONLINE, arg3 = n\n";
+    env["QENI18N_LANG"] = "de";
+    env["LC_ALL"] = "C"; // from UTF-8 to UTF-8, which refuses what is none
+    expect({"g"}, 0,
+           line("web") +
+               line("w\xC3\xB6"
+                    "b") +
+               refused + line("web"),
+           "");
+    env["LC_ALL"] = "C.utf8"; // no conversion
+    expect({"g"}, 0,
+           line("web") +
+               line("w\xC3\xB6"
+                    "b") +
+               line("w\xC3(") + line("web"),
+           "");
+}
+
 TEST_F(LanguageTest, OptionChoosesTheLanguage) {
     expect({"-lang", "de", "f"}, 0, german, "");
     expect({"-tail", "1", "-lang", "de", "f"}, 0, german.substr(german.find('\n') + 1), "");

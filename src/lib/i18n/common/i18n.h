@@ -73,9 +73,10 @@ struct i18nTemplate {
     size_t piece_count;
     size_t arg_count;     // arguments that a lookup must bring to see them put in
     size_t args_size_max; // bytes that they may have together
+    bool needs_ascii;     // of the arguments: others would have to be converted
 };
 
-// I18N_SOK: putting as many arguments of that size into *templatep gives what i18nFormatSafeTo gives, as long
+// I18N_SOK: putting as many arguments of that kind into *templatep gives what i18nFormatSafeTo gives, as long
 // as the handle is open in this language; *templatep is valid until the next call on the handle. I18N_EFAIL:
 // this text must be looked up each time. Other results as for a lookup.
 int i18nGetTemplate(void** i18nhp, u32 catID, u32 msgID, i18nTemplate* templatep);

@@ -55,11 +55,14 @@ bool converts_to_itself(const i18n_conv_traits& traits, std::string_view text) {
     return i18n_is_ascii(text) || (traits._keeps_utf8 && i18n_is_utf8(text));
 }
 
-// Converts a text of which `size` bytes, the NUL included, stand at src, into the handle's buffer.
+// Converts a text of which `size` bytes, the NUL included, stand at src, into the handle's buffer. A codeset
+// that writes the NUL as something else gives no text that a caller could use.
 int convert(i18n_t* i18np, const char* src, size_t size, size_t* convertedp) {
+    const char* const buffer = i18np->_conv_bufferp.get();
     *convertedp = i18np->_conv_buffsize;
     const int rc = i18n_conv_UTF8_to_system(i18np->_cd, src, size, i18np->_conv_bufferp.get(), convertedp);
-    return rc == 0 ? I18N_SOK : I18N_ECONV;
+    if (rc != 0 || *convertedp == 0 || buffer[*convertedp - 1] != '\0') return I18N_ECONV;
+    return I18N_SOK;
 }
 
 // Keeps the conversion of a text without arguments, when it cannot depend on what was converted before.
@@ -234,10 +237,12 @@ int i18nGetTemplate(void** i18nhp, u32 catID, u32 msgID, i18nTemplate* templatep
     if (i18np == nullptr) return I18N_EBADHANDLE;
     if (int rc = i18n_find_text(i18np, catID, msgID, &textp)) return rc;
     const size_t fixed = textp->_record_size + size_t{2}; // for arguments_fit
-    if (i18np->_need_conversion || !textp->is_kept() || fixed > i18np->_conv_buffsize) return I18N_EFAIL;
+    const bool converts = i18np->_need_conversion;
+    if (converts && !converts_to_itself(i18np->_traits, textp->_text)) return I18N_EFAIL;
+    if (!textp->is_kept() || fixed > i18np->_conv_buffsize) return I18N_EFAIL;
     if (textp->_spec_count > I18N_MAX_ARGS || repeats_an_argument(*textp)) return I18N_EFAIL;
-    *templatep = {textp->_text, textp->_pieces.data(), textp->_pieces.size(), textp->_spec_count,
-                  i18np->_conv_buffsize - fixed};
+    *templatep = {textp->_text,       textp->_pieces.data(),         textp->_pieces.size(),
+                  textp->_spec_count, i18np->_conv_buffsize - fixed, /*needs_ascii=*/converts};
     return I18N_SOK;
 }
 

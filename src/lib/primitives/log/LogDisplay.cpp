@@ -75,10 +75,11 @@ void Log::_display_line(int sev, time_t time_stamp, uint32_t msgcat_id, ArgViews
     line.append(time);
     size_t count = 0, args_size = 0;
     for (; count < args.size() && args[count].data() != nullptr; ++count) args_size += args[count].size();
-    if (known == nullptr || !known->takes(count, args_size))
+    const ArgViews shown = args.first(count);
+    if (known == nullptr || !known->takes(shown, args_size))
         return _display_unlearned(known, sev, msgcat_id, time.size(), args, line);
     char* const start = line.room(known->size() + args_size + RecordLine::SLACK);
-    line.advance(static_cast<size_t>(known->compose(args.first(count), start) - start));
+    line.advance(static_cast<size_t>(known->compose(shown, start) - start));
 }
 
 // Null when the head of these messages is too long to be kept.

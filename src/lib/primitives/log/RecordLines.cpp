@@ -1,8 +1,10 @@
 #include "primitives/log/RecordLines.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "i18n/common/i18n.h"
+#include "i18n/unix/i18n_conv.h"
 
 namespace {
 
@@ -52,6 +54,10 @@ char* RecordLine::compose(ArgViews args, char* out) const {
     return out;
 }
 
+bool RecordLine::are_ascii(ArgViews args) {
+    return std::all_of(args.begin(), args.end(), i18n_is_ascii);
+}
+
 bool RecordLine::_add_bytes(std::string_view bytes) {
     if (bytes.size() > BYTES_MAX - _size) return false;
     memcpy(_bytes + _size, bytes.data(), bytes.size());
@@ -75,6 +81,7 @@ bool RecordLine::_add_text(const i18nTemplate& text) {
     }
     _piece_count = static_cast<uint8_t>(text.piece_count);
     _args_size_max = static_cast<uint16_t>(text.args_size_max);
+    _needs_ascii = text.needs_ascii;
     _arg_count = static_cast<uint8_t>(text.arg_count);
     return true;
 }

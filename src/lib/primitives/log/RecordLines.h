@@ -18,14 +18,14 @@ public:
 
     std::string_view head() const { return {_bytes, _head_size}; }
 
-    // Whether the text is here and takes so many arguments of args_size bytes together.
-    bool takes(size_t arg_count, size_t args_size) const {
-        return arg_count == _arg_count && args_size <= _args_size_max;
+    // Whether the text is here and takes these arguments, none of them null, of args_size bytes together.
+    bool takes(ArgViews args, size_t args_size) const {
+        return args.size() == _arg_count && args_size <= _args_size_max && (!_needs_ascii || are_ascii(args));
     }
     // Bytes of the line without time and arguments, its newline included.
     size_t size() const { return _size + size_t{1}; }
     // Writes the line without the time to `out`, where SLACK more bytes must be free, and returns the place
-    // behind it. args: as many as takes() agreed to, none of them null.
+    // behind it. args: what takes() agreed to.
     char* compose(ArgViews args, char* out) const;
 
 private:
@@ -38,6 +38,7 @@ private:
         uint8_t arg;  // index of the argument behind them, or beyond the last for none
     };
 
+    static bool are_ascii(ArgViews args);
     bool _add_text(const i18nTemplate& text);
     bool _add_bytes(std::string_view bytes);
 
@@ -48,6 +49,7 @@ private:
     uint8_t _piece_count = 0;
     uint16_t _size = 0; // of _bytes
     uint16_t _args_size_max = 0;
+    bool _needs_ascii = false;
     Piece _pieces[PIECES_MAX];
     char _bytes[BYTES_MAX + SLACK];
 };
