@@ -20,6 +20,10 @@ namespace {
 
 constexpr int DEFAULT_TAIL = 20;
 
+// Thousands of lines leave in a few writes. Far larger than the stream's own buffer, so that they need not be
+// copied into that.
+char lines[128 * 1024];
+
 static_assert(TAQMSG_ANY == LDF_MATCH_ANY && TAQMSG_MATCH_PIECES == LDF_MATCH_PIECES);
 
 // The pair of logs that main makes are Logs; a program with another kind of log shows its records through
@@ -124,7 +128,7 @@ int display_tail(const char* pathp, const char* ldf_filep, int tail_value, int f
     if (reader->tail(tail_value >= 1 ? tail_value : DEFAULT_TAIL) != LDF_OK) return LDF_EFAIL;
 
     int shown = 0;
-    LineBuffer out(stdout);
+    LineBuffer out(stdout, lines);
     LdfRecordView record;
     for (; !out.has_failed() && reader->next_record(LdfFilter{}, record) == LDF_OK; ++shown)
         show_record(record, flags, out);
@@ -145,7 +149,7 @@ int display_ldf(const char* pathp, const char* ldf_filep, int tag, int otype, Ha
     const LdfFilter filter{catid, msgid, tag, otype, oname_hashp, flags, hints ? &*hints : nullptr};
     const bool with_sequence = (reader->get_header()->flags & LDF_HEADER_FLAG_SEQ) != 0;
     int shown = 0;
-    LineBuffer out(stdout);
+    LineBuffer out(stdout, lines);
     LdfRecordView record;
     for (; !out.has_failed() && reader->next_record(filter, record) == LDF_OK; ++shown)
         display_record(record, with_sequence, flags, out);

@@ -9,7 +9,6 @@
 #include <clocale>
 #include <csignal>
 #include <cstdio>
-#include <unistd.h>
 #include <vector>
 
 char* cmdname = nullptr; // base name of the program path
@@ -18,12 +17,6 @@ namespace {
 
 char unnamed[] = "taqmsg";
 char* no_arguments[] = {unnamed, nullptr};
-
-// Thousands of lines in a few writes, unless somebody watches them come.
-void buffer_output() {
-    static char buffer[64 * 1024];
-    if (!isatty(STDOUT_FILENO)) std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
-}
 
 int process(int argc, char** argv) {
     std::vector<char*> converted(static_cast<size_t>(argc));
@@ -40,7 +33,6 @@ int main(int argc, char** argv) {
         argc = 1;
         argv = no_arguments;
     }
-    buffer_output();
     QENSigignore(SIGPIPE); // a reader that has seen enough, as "head", is no failure: the status stays
     cmdname = QENCLIBasename(argv[0]);
     initialization(cmdname);

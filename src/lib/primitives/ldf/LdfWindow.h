@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <memory>
 
-inline constexpr size_t LDF_WINDOW_MAX = 128 * 1024;
+inline constexpr size_t LDF_WINDOW_MAX = 64 * 1024;
 
 class LdfWindow {
 public:

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <span>
 #include <string_view>
 #include <sys/single_threaded.h>
 
@@ -11,15 +12,17 @@
 // buffer leaves in several calls; nothing is ever cut.
 class LineBuffer {
 public:
-    static constexpr size_t CAPACITY = 24 * 1024;
+    static constexpr size_t CAPACITY = 24 * 1024; // bytes, enough for any line but one of a huge text
 
-    explicit LineBuffer(FILE* fp) : _fp(fp) {}
+    explicit LineBuffer(FILE* fp) : _fp(fp), _buf(_own), _capacity(CAPACITY) {}
+    // For many lines: with room of the caller's, at least CAPACITY bytes, which must outlive the buffer.
+    LineBuffer(FILE* fp, std::span<char> room) : _fp(fp), _buf(room.data()), _capacity(room.size()) {}
     LineBuffer(const LineBuffer&) = delete;
     LineBuffer& operator=(const LineBuffer&) = delete;
 
     void append(std::string_view piece) {
         if (piece.empty()) return; // may have no data at all
-        if (piece.size() > CAPACITY - _len && !_make_room(piece)) return;
+        if (piece.size() > _capacity - _len && !_make_room(piece)) return;
         memcpy(_buf + _len, piece.data(), piece.size());
         _len += piece.size();
     }
@@ -28,7 +31,7 @@ public:
     // Room for `size` bytes (at most CAPACITY) to be filled in place; advance() then says how many were. The
     // room is valid until the next call.
     char* room(size_t size) {
-        if (size > CAPACITY - _len) _pass_on();
+        if (size > _capacity - _len) _pass_on();
         return _buf + _len;
     }
     void advance(size_t size) { _len += size; }
@@ -53,7 +56,7 @@ private:
     }
     bool _make_room(std::string_view piece) {
         _pass_on();
-        if (piece.size() <= CAPACITY) return true;
+        if (piece.size() <= _capacity) return true;
         _take(piece.data(), piece.size());
         return false;
     }
@@ -69,5 +72,7 @@ private:
     size_t _len = 0;    // bytes in _buf
     size_t _passed = 0; // bytes of the line that went to the stream before
     size_t _taken = 0;  // of these, bytes that the stream took
-    char _buf[CAPACITY];
+    char* const _buf;
+    const size_t _capacity;
+    char _own[CAPACITY];
 };

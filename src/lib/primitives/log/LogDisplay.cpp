@@ -67,7 +67,8 @@ void Log::display_ldf_record(int sev, int obj_tag, time_t time_stamp, uint32_t m
 }
 
 // Local time, head, text.
-void Log::_display_line(int sev, time_t time_stamp, uint32_t msgcat_id, ArgViews args, LineBuffer& line) {
+inline void Log::_display_line(int sev, time_t time_stamp, uint32_t msgcat_id, ArgViews args,
+                               LineBuffer& line) {
     const std::string_view time = _shown.at(time_stamp);
     if (_lines_identity != _identity) _forget_texts();
     const RecordLine* known = _lines.find(msgcat_id, sev);

@@ -78,13 +78,13 @@ TEST_F(LdfFault, CallsAreFew) {
     EXPECT_EQ(20, writes); // a record and a header each
 
     LdfReader reader;
-    open(reader, LdfBuilder().records(62000, {.args = {"resource1", "ONLINE"}})); // 23 windows
+    open(reader, LdfBuilder().records(62000, {.args = {"resource1", "ONLINE"}})); // 46 windows
     reads = 0;
     EXPECT_EQ(62000u, read_all(reader).size());
-    EXPECT_LE(reads, 45);
+    EXPECT_LE(reads, 60);
     reads = 0;
     EXPECT_EQ(LDF_OK, reader.tail(20));
-    EXPECT_LE(reads, 45);
+    EXPECT_LE(reads, 60);
 }
 
 TEST_F(LdfFault, FailedWriteCostsItsRecordOnly) {
