@@ -146,7 +146,7 @@ TEST_F(LdfFault, FileThatCannotBeRenamedCostsNoGeneration) {
                  {"A", "log_B.ldf/full", {3, 4, 5, 6}}};
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.unmovable) + " " + c.in_the_way);
-        for (unsigned seq : {1, 2, 3}) {
+        for (unsigned seq : {1u, 2u, 3u}) {
             const std::string file = path(std::string("log_") + "?CBA"[seq]);
             std::filesystem::remove_all(file);
             LdfBuilder().record({.seq = seq}).append(std::string(LDF_MIN_MAXLEN, '-')).write(file);
@@ -159,7 +159,7 @@ TEST_F(LdfFault, FileThatCannotBeRenamedCostsNoGeneration) {
         ASSERT_EQ(LDF_OK, w.open("log", 0));
         w.set_maxlen(LDF_MIN_MAXLEN);
         unmovable = c.unmovable;
-        for (unsigned seq : {4, 5, 6}) write(w, seq);
+        for (unsigned seq : {4u, 5u, 6u}) write(w, seq);
         EXPECT_EQ(c.kept, seqs(kept("log")));
         EXPECT_FALSE(exists(path("log_A") + ".new"));
         unmovable.clear();
@@ -180,11 +180,11 @@ TEST_F(LdfFault, FailureThatLastsIsReportedOnce) {
     write(w, 1); // a rotation that neither moves A nor can go on with it
     EXPECT_FALSE(w.is_opened());
     write_plan = {FAIL, FAIL, FAIL}; // A goes on, but now there is no room for a new file
-    for (unsigned seq : {2, 3, 4}) write(w, seq);
+    for (unsigned seq : {2u, 3u, 4u}) write(w, seq);
     EXPECT_EQ(1, reports);
     std::filesystem::remove(path("log_A"));
     std::filesystem::create_directory(path("log_A"));
-    for (unsigned seq : {5, 6, 7}) write(w, seq); // A can neither be moved nor opened
+    for (unsigned seq : {5u, 6u, 7u}) write(w, seq); // A can neither be moved nor opened
     EXPECT_EQ(2, reports);
 }
 

@@ -105,7 +105,7 @@ TEST_F(LdfRotationTest, DeathBetweenTheRenamesIsMended) {
         for (const char* suffix : c.files)
             LdfBuilder().record({.seq = static_cast<uint32_t>(suffix[1] - 'A')}).write(path(log + suffix));
         LdfBuilder().truncate(60).write(path(log + "_A") + ".new");
-        for (unsigned seq : {5, 6}) {
+        for (unsigned seq : {5u, 6u}) {
             LdfWriter x;
             ASSERT_EQ(LDF_OK, x.open(log.c_str(), 0));
             write(x, seq);
