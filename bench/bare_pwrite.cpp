@@ -8,7 +8,7 @@
 
 int main(int argc, char** argv) {
     if (argc != 3) return 2;
-    constexpr size_t RECORD_SIZE = 67;
+    constexpr size_t RECORD_SIZE = 68;
     const int fd = open(argv[1], O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     const int count = std::atoi(argv[2]);
     if (fd < 0) return 1;
