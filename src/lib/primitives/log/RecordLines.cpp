@@ -18,25 +18,26 @@ inline char* put_run(char* out, const char* from, size_t size) {
     return out + size;
 }
 
-// For bytes behind which nothing may be read: two moves that overlap.
+// The first and the last bytes of a string, as many as a Word has; its other bytes are among them.
+template <class Word>
+inline void put_both_ends(char* out, const char* from, size_t size) {
+    Word first, last;
+    memcpy(&first, from, sizeof first);
+    memcpy(&last, from + size - sizeof last, sizeof last);
+    memcpy(out, &first, sizeof first);
+    memcpy(out + size - sizeof last, &last, sizeof last);
+}
+
+// For bytes behind which nothing may be read.
 inline char* put_argument(char* out, const char* from, size_t size) {
-    if (size > 16) {
+    if (size > 2 * sizeof(uint64_t))
         memcpy(out, from, size);
-    } else if (size >= 8) {
-        uint64_t first, last;
-        memcpy(&first, from, 8);
-        memcpy(&last, from + size - 8, 8);
-        memcpy(out, &first, 8);
-        memcpy(out + size - 8, &last, 8);
-    } else if (size >= 4) {
-        uint32_t first, last;
-        memcpy(&first, from, 4);
-        memcpy(&last, from + size - 4, 4);
-        memcpy(out, &first, 4);
-        memcpy(out + size - 4, &last, 4);
-    } else {
+    else if (size >= sizeof(uint64_t))
+        put_both_ends<uint64_t>(out, from, size);
+    else if (size >= sizeof(uint32_t))
+        put_both_ends<uint32_t>(out, from, size);
+    else
         for (size_t i = 0; i < size; ++i) out[i] = from[i];
-    }
     return out + size;
 }
 
