@@ -1,0 +1,55 @@
+// Keeps the library's descriptors off standard input, output and error.
+#include "platform/unix/QENDescriptors.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int FIRST_KEPT = STDERR_FILENO + 1;
+constexpr mode_t STREAM_MODE = 0666; // as fopen creates files; the process's mask applies
+
+// The flags of open(2) for a mode of fopen(3); -1 for a mode that it does not know.
+int open_flags(const char* mode) {
+    const bool updates = strchr(mode, '+') != nullptr;
+    switch (*mode) {
+    case 'r': return updates ? O_RDWR : O_RDONLY;
+    case 'w': return (updates ? O_RDWR : O_WRONLY) | O_CREAT | O_TRUNC;
+    case 'a': return (updates ? O_RDWR : O_WRONLY) | O_CREAT | O_APPEND;
+    default: return -1;
+    }
+}
+
+void close_keeping_errno(int fd) {
+    const int saved = errno;
+    (void)close(fd);
+    errno = saved;
+}
+
+} // namespace
+
+int QENKeepDescriptor(int fd) {
+    if (fd < 0 || fd >= FIRST_KEPT) return fd;
+    const int kept = fcntl(fd, F_DUPFD_CLOEXEC, FIRST_KEPT);
+    close_keeping_errno(fd);
+    return kept;
+}
+
+int QENOpenDescriptor(const char* path, int flags, mode_t mode) {
+    return QENKeepDescriptor(open(path, flags | O_CLOEXEC, mode));
+}
+
+FILE* QENOpenStream(const char* path, const char* mode) {
+    const int flags = open_flags(mode);
+    if (flags < 0) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    const int fd = QENOpenDescriptor(path, flags, STREAM_MODE);
+    if (fd < 0) return nullptr;
+    FILE* fp = fdopen(fd, mode);
+    if (fp == nullptr) close_keeping_errno(fd);
+    return fp;
+}
