@@ -27,12 +27,16 @@ function(taq_room name)
   set_property(GLOBAL APPEND PROPERTY TAQ_ROOM_DIRS ${CMAKE_CURRENT_SOURCE_DIR})
 endfunction()
 
-# taq_test(NAME SOURCES file... [LIBS target...] [LABELS label...] [TIMEOUT seconds])
-# One GoogleTest program; every TEST in it becomes a test of its own for ctest.
+# taq_test(NAME [SYSLOG] SOURCES file... [LIBS target...] [LABELS label...] [TIMEOUT seconds])
+# One GoogleTest program; every TEST in it becomes a test of its own for ctest. SYSLOG: what the program sends to
+# the system log is caught (tests/support/SyslogTrap.h).
 function(taq_test name)
-  cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+  cmake_parse_arguments(T "SYSLOG" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
   if(NOT T_TIMEOUT)
     set(T_TIMEOUT 120)
+  endif()
+  if(T_SYSLOG)
+    list(APPEND T_SOURCES ${PROJECT_SOURCE_DIR}/tests/support/SyslogTrap.cpp)
   endif()
   add_executable(${name} ${T_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)

@@ -5,19 +5,19 @@
 //   CatalogTree(root, "en").catalog("core", 25, CatalogBuilder().text(1, "hello")).write();
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "support/Bytes.h"
+
 // One catalog file: header, range table, slot arrays, message records, in this order. Numbers that follow
 // each other form a range; a number between two ranges has no slot.
-class CatalogBuilder {
+class CatalogBuilder : public Damageable<CatalogBuilder> {
 public:
     // A message; the record gets the text's NUL and its true length.
     CatalogBuilder& text(uint32_t number, const std::string& text) {
@@ -31,22 +31,7 @@ public:
     // A number with an empty slot, which joins the ranges beside it.
     CatalogBuilder& empty(uint32_t number) { return record(number, ""); }
 
-    // Damage, done in the order of the calls to the finished bytes.
-    CatalogBuilder& put32(size_t pos, uint32_t v) {
-        return damage([=](std::string& b) { b.replace(pos, 4, be32(v)); });
-    }
-    CatalogBuilder& flip(size_t pos, uint8_t mask = 0xFF) {
-        return damage([=](std::string& b) { b.at(pos) = static_cast<char>(b.at(pos) ^ mask); });
-    }
-    CatalogBuilder& truncate(size_t size) {
-        return damage([=](std::string& b) { b.resize(std::min(size, b.size())); });
-    }
-    CatalogBuilder& damage(std::function<void(std::string&)> fn) {
-        _damage.push_back(std::move(fn));
-        return *this;
-    }
-
-    std::string bytes() const {
+    std::string sound_bytes() const {
         std::vector<std::pair<uint32_t, uint32_t>> ranges;
         for (const auto& [number, record] : _records) {
             if (ranges.empty() || ranges.back().second + 1 != number) ranges.emplace_back(number, number);
@@ -63,27 +48,17 @@ public:
                 records += it->second;
             }
         }
-        std::string file = be32(0x4795) + std::string(28, '\0') + be32(static_cast<uint32_t>(ranges.size())) +
-                           be32(static_cast<uint32_t>(_records.size())) + std::string(8, '\0') + be32(64) +
-                           be32(static_cast<uint32_t>(slots_at)) + be32(static_cast<uint32_t>(records_at)) +
-                           be32(0);
-        file += table + slots + records;
-        for (const auto& fn : _damage) fn(file);
-        return file;
-    }
-    void write(const std::string& path) const {
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes();
-    }
-
-    static std::string be32(uint32_t v) {
-        std::string s;
-        for (int shift = 24; shift >= 0; shift -= 8) s += static_cast<char>(v >> shift);
-        return s;
+        const std::string file =
+            be32(0x4795) + std::string(28, '\0') + be32(static_cast<uint32_t>(ranges.size())) +
+            be32(static_cast<uint32_t>(_records.size())) + std::string(8, '\0') + be32(64) +
+            be32(static_cast<uint32_t>(slots_at)) + be32(static_cast<uint32_t>(records_at)) + be32(0);
+        return file + table + slots + records;
     }
 
 private:
+    static std::string be32(uint32_t number) { return be(number, 4); }
+
     std::map<uint32_t, std::string> _records; // "" for an empty slot
-    std::vector<std::function<void(std::string&)>> _damage;
 };
 
 // The map file and the catalog files of one module in one language, at root/messages/<language>/.

@@ -4,14 +4,13 @@
 //   LdfBuilder().record({.sev = 1, .args = {"res1", "ONLINE"}}).truncate(150).write(path);
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
-#include <fstream>
-#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "support/Bytes.h"
 
 struct LdfTestRecord {
     uint8_t sev = 4;           // INFO
@@ -29,7 +28,7 @@ struct LdfTestRecord {
     std::optional<uint32_t> data_size = {}; // a length word that need not be true
 };
 
-class LdfBuilder {
+class LdfBuilder : public Damageable<LdfBuilder> {
 public:
     // Header fields.
     LdfBuilder& signature(int32_t v) { return _set(_signature, v); }
@@ -52,36 +51,10 @@ public:
         return *this;
     }
 
-    // Damage, done in the order of the calls to the finished bytes.
-    LdfBuilder& truncate(size_t size) {
-        return damage([=](std::string& b) { b.resize(std::min(size, b.size())); });
-    }
-    LdfBuilder& cut(size_t n) { // the last n bytes
-        return damage([=](std::string& b) { b.resize(b.size() - std::min(n, b.size())); });
-    }
-    LdfBuilder& flip(size_t pos, uint8_t mask = 0xFF) {
-        return damage([=](std::string& b) { b.at(pos) = static_cast<char>(b.at(pos) ^ mask); });
-    }
-    LdfBuilder& put32(size_t pos, uint32_t v) {
-        return damage([=](std::string& b) { b.replace(pos, 4, be(v, 4)); });
-    }
-    LdfBuilder& append(std::string bytes) {
-        return damage([bytes = std::move(bytes)](std::string& b) { b += bytes; });
-    }
-    LdfBuilder& damage(std::function<void(std::string&)> fn) {
-        _damage.push_back(std::move(fn));
-        return *this;
-    }
-
-    std::string bytes() const {
+    std::string sound_bytes() const {
         std::string body;
         for (const auto& r : _records) body += record_bytes(r);
-        std::string file = _header(static_cast<uint32_t>(117 + body.size())) + body;
-        for (const auto& fn : _damage) fn(file);
-        return file;
-    }
-    void write(const std::string& path) const {
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes();
+        return _header(static_cast<uint32_t>(117 + body.size())) + body;
     }
 
     static std::string record_bytes(const LdfTestRecord& r) {
@@ -93,11 +66,6 @@ public:
         return be(r.data_size.value_or(size), 4) + be(r.version, 1) + be(r.sev, 1) +
                be(static_cast<uint32_t>(r.time), 4) + be(r.cat, 2) + be(r.num, 2) + be(r.obj, 1) +
                be(r.line, 4) + be(r.seq, 4) + text;
-    }
-    static std::string be(uint32_t v, int n) {
-        std::string s;
-        while (n-- > 0) s += static_cast<char>(v >> (8 * n));
-        return s;
     }
 
 private:
@@ -128,5 +96,4 @@ private:
     std::string _system = "node1";
     int32_t _platform = 6, _created = 1794854290, _modified = 1794854299, _flags = 0;
     std::vector<LdfTestRecord> _records;
-    std::vector<std::function<void(std::string&)>> _damage;
 };

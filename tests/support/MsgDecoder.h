@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/Bytes.h"
+
 struct DecodedMsg;
 
 struct DecodedItem {
@@ -40,8 +42,8 @@ public:
     // receives the encoded size from the prefix.
     static std::optional<DecodedMsg> decode(std::string_view bytes, uint32_t* sizep = nullptr) {
         MsgDecoder d(bytes);
-        if (d.take(3) != "IPM" || d.be(4) != 0x1000000) return std::nullopt;
-        const uint32_t size = d.be(4);
+        if (d.take(3) != "IPM" || d.number(4) != 0x1000000) return std::nullopt;
+        const uint32_t size = d.number(4);
         if (sizep != nullptr) *sizep = size;
         DecodedMsg msg = d.body();
         if (d._bad || d._pos != bytes.size()) return std::nullopt;
@@ -59,17 +61,13 @@ private:
         _pos += n;
         return _bytes.substr(_pos - n, n);
     }
-    uint32_t be(size_t n) {
-        uint32_t v = 0;
-        for (const char c : take(n)) v = v << 8 | static_cast<unsigned char>(c);
-        return v;
-    }
-    char byte() { return static_cast<char>(be(1)); }
+    uint32_t number(size_t n) { return from_be(take(n)); }
+    char byte() { return static_cast<char>(number(1)); }
 
     DecodedMsg body() {
         DecodedMsg msg;
-        if (byte() != 'R' || be(4) != 36) _bad = true;
-        for (int32_t& field : msg.header) field = static_cast<int32_t>(be(4));
+        if (byte() != 'R' || number(4) != 36) _bad = true;
+        for (int32_t& field : msg.header) field = static_cast<int32_t>(number(4));
         while (!_bad && !msg.eom && _pos < _bytes.size()) element(msg);
         return msg;
     }
@@ -80,7 +78,7 @@ private:
             msg.eom = true;
             return;
         }
-        const auto id = static_cast<int>(be(2));
+        const auto id = static_cast<int>(number(2));
         DecodedElems found;
         found.vector = type == 'P';
         found.segments = 1;
@@ -103,9 +101,9 @@ private:
         DecodedItem it;
         it.type = type;
         switch (type) {
-        case 'C': it.s32 = static_cast<int32_t>(be(4)); break;
+        case 'C': it.s32 = static_cast<int32_t>(number(4)); break;
         case 'F':
-        case 'G': it.bytes = take(be(4)); break;
+        case 'G': it.bytes = take(number(4)); break;
         case 'S':
             it.nested.push_back(body());
             if (!it.nested[0].eom) _bad = true;

@@ -15,10 +15,7 @@
 #include "primitives/log/Log.h"
 #include "primitives/message/MsgStruct.h"
 #include "support/CatalogBuilder.h"
-
-// The priority and text of each call of the system log, as "3text". SyslogCapture.cpp stands in front of it.
-std::vector<std::string> syslog_texts(); // a copy
-void clear_syslog();
+#include "support/SyslogTrap.h"
 
 class LogFixture : public testing::Test {
 protected:

@@ -1,0 +1,66 @@
+#include "SyslogTrap.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+
+std::atomic<bool> syslog_echo = false;
+const char* openlog_identity = nullptr;
+int openlog_options = 0, openlog_facility = 0;
+
+namespace {
+
+std::mutex lock;
+std::vector<SyslogLine> lines;
+
+} // namespace
+
+std::vector<SyslogLine> syslog_lines() {
+    const std::lock_guard guard(lock);
+    return lines;
+}
+
+std::vector<std::string> syslog_texts() {
+    std::vector<std::string> texts;
+    for (const SyslogLine& line : syslog_lines()) texts.push_back(std::to_string(line.priority) + line.text);
+    return texts;
+}
+
+void clear_syslog() {
+    const std::lock_guard guard(lock);
+    lines.clear();
+}
+
+extern "C" {
+
+void openlog(const char* identity, int options, int facility) {
+    openlog_identity = identity;
+    openlog_options = options;
+    openlog_facility = facility;
+}
+
+void closelog() {}
+
+void vsyslog(int priority, const char* format, va_list args) {
+    char text[16384];
+    std::vsnprintf(text, sizeof text, format, args);
+    if (syslog_echo) std::fprintf(stderr, "[%d %s]", priority, text);
+    const std::lock_guard guard(lock);
+    lines.push_back({priority, text});
+}
+
+void syslog(int priority, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    vsyslog(priority, format, args);
+    va_end(args);
+}
+
+// What syslog() is in builds with checked library calls.
+void __syslog_chk(int priority, int, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    vsyslog(priority, format, args);
+    va_end(args);
+}
+}
