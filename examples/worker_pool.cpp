@@ -26,7 +26,6 @@ std::string dump_folder() {
 
 struct Pool {
     Log* log;
-    std::string dumps = dump_folder();
     int jobs;
     bool crash;
     std::atomic<int> next_job{0};
@@ -46,8 +45,9 @@ void do_job(const Pool& pool, int job) {
 }
 
 // Each thread registers its role once; from then on its messages are captured in the ring of that role.
+// Folder and name of the dumps are settled already.
 void work(Pool& pool) {
-    Log::register_for_ffdc(FFDC_ROLE_SVC_THREAD, "worker_pool", pool.dumps.c_str(), /*print_seqno=*/1);
+    Log::register_for_ffdc(FFDC_ROLE_SVC_THREAD, /*module=*/nullptr, /*logdir=*/nullptr, /*print_seqno=*/0);
     for (int job; (job = pool.next_job++) < pool.jobs;) do_job(pool, job);
     Log::unregister_for_ffdc();
 }
@@ -61,6 +61,9 @@ int main(int argc, char** argv) {
     }
     Log::init("QEN", "K-16", nullptr);
     Log::enable_ffdc();
+    // The first registration settles folder and name of the dumps. The logger thread registers too, without
+    // either, so the main thread comes first.
+    Log::register_for_ffdc(FFDC_ROLE_AGFW_MAIN, "worker_pool", dump_folder().c_str(), /*print_seqno=*/1);
     const std::unique_ptr<Log> log(new Log);
     if (const int rc = log->open(argv[1], /*fp=*/nullptr, /*flags=*/0, nullptr); rc != ULOG_OK) return rc;
     log->set_maxlen(LOG_MIN_MAXLEN);
@@ -73,4 +76,5 @@ int main(int argc, char** argv) {
     for (int i = 0; i < std::atoi(argv[2]); ++i) workers.emplace_back(work, std::ref(pool));
     for (std::thread& worker : workers) worker.join();
     Log::stop_logger(); // everything that was queued is written when it returns
+    Log::unregister_for_ffdc();
 }

@@ -24,8 +24,8 @@ inline uint32_t from_be(std::string_view bytes) {
     return number;
 }
 
-// What a builder of files has in common with others: damage that is done to the finished bytes, in the order of the
-// calls. The builder makes the sound bytes with sound_bytes().
+// What a builder of files has in common with others: damage that is done to the finished bytes, in the order
+// of the calls. The builder makes the sound bytes with sound_bytes().
 template <class Builder>
 class Damageable {
 public:

@@ -1,5 +1,5 @@
-// Catches what a program sends to the system log: the C library's functions are replaced, so that nothing leaves
-// the test. A test program gets it with taq_test(... SYSLOG).
+// Catches what a program sends to the system log: the C library's functions are replaced, so that nothing
+// leaves the test. A test program gets it with taq_test(... SYSLOG).
 #pragma once
 
 #include <atomic>

@@ -257,7 +257,9 @@ public:
     static void disable_ffdc() { _enable_ffdc.store(false, std::memory_order_relaxed); }
 
     // The calling thread captures from now on into the ring of its role (FFDCRoleT; 7 in dump_ffdc: all).
-    // The first call makes the capture object: module names the dump files, logdir holds them.
+    // The first call makes the capture object: module names the dump files, logdir holds them. Later calls
+    // ignore both. The logger thread registers too, with neither, so register the main thread before
+    // start_logger().
     static void register_for_ffdc(int role, const char* module, const char* logdir, char print_seqno);
     static void unregister_for_ffdc();
     static void dump_ffdc(int role, bool sig_handler);
