@@ -23,7 +23,6 @@ constexpr size_t SETTING_SIZE = 255;
 constexpr size_t PATH_SIZE = 4096;
 constexpr char TAG_SEPARATORS[] = " ,;:";
 constexpr char LOG_SUBDIR[] = "/log/";
-constexpr char LOG_EXTENSION[] = ".log";
 constexpr char ENGLISH[] = "en";
 constexpr int MSG_LDF_OPEN_FAILED = 50878;
 
@@ -65,22 +64,14 @@ Log::~Log() {
 void Log::_release() {
     if (_namep != nullptr && Log_obj(_namep.get()) == this) _log_nvlistp->remove(_namep.get());
     _namep.reset();
-    _dirp.reset();
-    _pathAp.reset();
-    _pathBp.reset();
-    _pathCp.reset();
-    _sys_namep.reset();
-    if (_fp != nullptr && _rewind_flag == 0)
-        fclose(_fp);
-    else if (_fp != nullptr)
-        fflush(_fp);
+    if (_fp != nullptr && _rewind_flag != 0) fflush(_fp);
     _fp = nullptr;
+    _file.close();
     _ldfp.reset();
     _i18n_rootp.reset();
     if (_i18n_enabled) i18nClose(&_i18nh);
     _i18n_enabled = false;
     _forget_texts();
-    _count = 0;
     _enabled = 0;
 }
 
@@ -98,7 +89,7 @@ int Log::open(const char* namep, FILE* fp, int flags, int (*)()) {
         return ULOG_OK;
     }
     const int result = _open_file_log();
-    if (result == ULOG_EROOT) _release();
+    if (result == ULOG_EROOT || result == ULOG_ENOMEM) _release();
     return result;
 }
 
@@ -122,39 +113,26 @@ int Log::_open_file_log() {
     _fp_specified = 0;
     _rewindallowed = 1;
     _rewind_flag = 0;
-    char system[PATH_SIZE];
-    _sys_namep = join({QENGetSystemName(system, sizeof system)});
     if (const int result = _make_paths(); result != ULOG_OK) return result;
     _enabled = 1;
-    const int size = QENGetFileSize(_pathAp.get());
-    if (size < 0) { // the first write makes the file
-        rotate();
-        return ULOG_OK;
-    }
-    _count = size;
-    _fp = fopen(_pathAp.get(), "ae");
-    if (_fp == nullptr) return ULOG_EFAIL;
-    if (size == 0) _write_file_header();
-    if (_ldf_enabled) _open_ldf();
+    if (!_file.open()) return ULOG_EFAIL;
+    _fp = _file.stream(); // null: the first write makes the file
+    if (_fp != nullptr && _ldf_enabled) _open_ldf();
     return ULOG_OK;
 }
 
 // Works out directory and paths, and makes the directory.
 int Log::_make_paths() {
-    char root[PATH_SIZE];
-    if (QENGetenv(QEN_ENV_LOG_ROOT, root, sizeof root) != 0)
-        qenstrlcpy(root, QEN_DEFAULT_DATA_ROOT, sizeof root);
-    if (QENCheckDir(root) == 0) return ULOG_EROOT;
-    _dirp = join({root, LOG_SUBDIR});
-    const char* hidden = (_open_flags & ULOG_HIDDEN_FILE) != 0 ? "." : "";
-    const auto path_of = [&](const char* generation) {
-        return join({_dirp.get(), hidden, _namep.get(), generation, LOG_EXTENSION});
-    };
-    _pathAp = path_of("_A");
-    _pathBp = path_of("_B");
-    _pathCp = path_of("_C");
-    if (QENCheckDir(_dirp.get()) == 0)
-        if (QENMakeDir(_dirp.get()) != 0 || QENCheckDir(_dirp.get()) == 0) return ULOG_EFAIL;
+    char text[PATH_SIZE];
+    if (QENGetenv(QEN_ENV_LOG_ROOT, text, sizeof text) != 0)
+        qenstrlcpy(text, QEN_DEFAULT_DATA_ROOT, sizeof text);
+    if (QENCheckDir(text) == 0) return ULOG_EROOT;
+    const Text directory = join({text, LOG_SUBDIR});
+    const bool hidden = (_open_flags & ULOG_HIDDEN_FILE) != 0;
+    if (!_file.set_name(directory.get(), hidden, _namep.get(), QENGetSystemName(text, sizeof text)))
+        return ULOG_ENOMEM;
+    if (QENCheckDir(directory.get()) == 0)
+        if (QENMakeDir(directory.get()) != 0 || QENCheckDir(directory.get()) == 0) return ULOG_EFAIL;
     return ULOG_OK;
 }
 
@@ -195,5 +173,5 @@ int Log::set_lang(const char* lang) {
 }
 
 void Log::set_maxlen(int count) {
-    _maxlen = std::max(count, LOG_MIN_MAXLEN);
+    _file.set_maxlen(std::max(count, LOG_MIN_MAXLEN));
 }

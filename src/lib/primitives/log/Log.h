@@ -13,6 +13,7 @@
 #include "primitives/log/ILog.h"
 #include "primitives/log/LocalTimeText.h"
 #include "primitives/log/RecordLines.h"
+#include "primitives/log/TextLogFile.h"
 #include "primitives/memory/Pooled.h"
 #include "primitives/utils/QENVaList.h"
 
@@ -83,7 +84,7 @@ public:
     int open(const char* namep, FILE* fp, int flags, int (*func)()) override;
 
     // Path of the current file; null for a log on a given stream.
-    char* pathAp() override { return _pathAp.get(); }
+    char* pathAp() override { return _file.path(); }
 
     // Stored without effect.
     void set_registry(RegDb* registry_db) override { _reg_db = registry_db; }
@@ -290,9 +291,6 @@ private:
 
     // LogFile.cpp
     void _next();
-    void _rotate_files();
-    void _write_file_header();
-    void _add_count(size_t bytes);
 
     // LogClassify.cpp
     bool _classify(LogMessage& m);
@@ -351,19 +349,15 @@ private:
     static constexpr char LOG_DEFAULT_MNEMONIC[] = "QEN";
     static constexpr char LOG_DEFAULT_ORIGINATOR[] = "K-16";
 
-    FILE* _fp = nullptr; // current stream; null until the first file is opened
+    FILE* _fp = nullptr; // given stream, or that of _file; null until the first file is opened
+    TextLogFile _file;   // of a file log; counts for a given stream as well
     std::unique_ptr<char[]> _namep;
-    std::unique_ptr<char[]> _dirp;                     // file logs only, as the paths
-    std::unique_ptr<char[]> _pathAp, _pathBp, _pathCp; // current file and the generations before
-    std::unique_ptr<char[]> _sys_namep;                // host name
-    RegDb* _reg_db = nullptr;                          // refers only
-    std::unique_ptr<VList> _cache_vlistp;              // MsgStruct elements, owned by the list
-    std::unique_ptr<LdfWriter> _ldfp;                  // null when no copy is written
-    std::unique_ptr<char[]> _i18n_rootp; // catalogs that are still to be opened; null: none, or done
-    void* _i18nh = nullptr;              // catalog handle, owned; null when closed
+    RegDb* _reg_db = nullptr;             // refers only
+    std::unique_ptr<VList> _cache_vlistp; // MsgStruct elements, owned by the list
+    std::unique_ptr<LdfWriter> _ldfp;     // null when no copy is written
+    std::unique_ptr<char[]> _i18n_rootp;  // catalogs that are still to be opened; null: none, or done
+    void* _i18nh = nullptr;               // catalog handle, owned; null when closed
     std::array<std::atomic<int>, DBG_LEV_END> _debug = {}; // flag word per debug level
-    int _count = 0;                                        // bytes in the current file; saturates
-    int _maxlen = 0;
     int _active = 0;        // 1 while a write or display is in progress: a nested one is dropped
     int _enabled = 0;       // 1 once opened
     int _rewind_flag = 0;   // 0 for a file log, 1 for a given stream

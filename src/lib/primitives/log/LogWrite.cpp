@@ -97,7 +97,7 @@ void Log::write_log(time_t timet, int sev, const char* whop, const char* filep, 
 void Log::_log(LogMessage& m) {
     if (!_accepts(m.sev, m.flags)) return;
     _active = 1;
-    if (_count >= _maxlen || _fp == nullptr) _next();
+    if (_file.wants_new() || _fp == nullptr) _next();
     if (_fp == nullptr)
         QENSyslog(SEV_ERR, "Log File Pointer is NULL");
     else if (_classify(m))
@@ -106,28 +106,28 @@ void Log::_log(LogMessage& m) {
 }
 
 void Log::_write_message(LogMessage& m) {
+    _file.begin();
     _write_line(m);
     if (!m.is_debug && !_on_terminal_stream()) {
         if (_ldf_enabled && _ldfp != nullptr && _ldfp->is_opened()) _copy_to_ldf(m);
         if (!m.leaves_out(ULOG_NO_EVENT) && QENIsEvent(m.logical_sev))
             QENReportEvent(m.logical_sev, m.number(), m.structure());
     }
-    if (!m.is_debug || _has_debug_flag(m.level, LOG_DBG_FLUSH)) fflush(_fp);
+    const bool flush = !m.is_debug || _has_debug_flag(m.level, LOG_DBG_FLUSH);
+    if (flush && _rewind_flag != 0) fflush(_fp);
+    _file.settle(flush);
 }
 
 void Log::_write_line(const LogMessage& m) {
     LineBuffer line(_fp);
     _put_head(m, line);
-    const size_t head = line.size();
     if (!_put_localized(m, line)) line.append(m.text);
-    const size_t text = line.size();
     if (!m.leaves_out(ULOG_NO_NEWLINE)) line.append('\n');
     const size_t counted = line.size();
     _put_source(m, line);
 
-    const size_t taken = line.send();
-    _add_count(head);
-    if (text == head || taken >= text) _add_count(counted - head);
+    const size_t size = line.size();
+    if (line.send() == size) _file.count(counted, size);
 }
 
 // Time stamp, mnemonic, severity word and identifier.

@@ -1,0 +1,108 @@
+// Rotation of a log's files, and what stands in its way.
+#include "primitives/files/Generations.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <unistd.h>
+
+#include "platform/unix/QENPlatform.h"
+
+namespace {
+
+constexpr char NEW_EXTENSION[] = ".new";
+constexpr char ERR_EXTENSION[] = ".err";
+
+bool is_directory(const char* path) {
+    struct stat st;
+    return lstat(path, &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+bool are_one_file(const char* a, const char* b) {
+    struct stat at_a, at_b;
+    return lstat(a, &at_a) == 0 && lstat(b, &at_b) == 0 && at_a.st_dev == at_b.st_dev &&
+           at_a.st_ino == at_b.st_ino;
+}
+
+// Renames `newer` to `older`, whose file goes in the same instant. True also when there is no `newer`: that
+// must not cost the older generation. Only an empty directory gives way to a file.
+bool replace(const char* newer, const char* older) {
+    if (is_directory(newer)) {
+        errno = EISDIR;
+        return false;
+    }
+    if (std::rename(newer, older) == 0 || errno == ENOENT) return true;
+    return errno == EISDIR && rmdir(older) == 0 && std::rename(newer, older) == 0;
+}
+
+} // namespace
+
+bool Generations::locate(std::string_view directory, std::string_view name, std::string_view extension) {
+    _current = file_join({directory, name, "_A", extension});
+    _previous = file_join({directory, name, "_B", extension});
+    _oldest = file_join({directory, name, "_C", extension});
+    _new = file_join({directory, name, "_A", NEW_EXTENSION});
+    _aside = file_join({directory, name, "_A", extension, ERR_EXTENSION});
+    _short_aside = file_join({directory, name, "_A", ERR_EXTENSION});
+    if (_current && _previous && _oldest && _new && _aside && _short_aside) return true;
+    *this = {};
+    return false;
+}
+
+void Generations::mend() const {
+    if (are_one_file(_current.get(), _previous.get()))
+        (void)unlink(_previous.get()); // rotate() sees a failure
+}
+
+int Generations::make_new(std::string_view content, int flags) const {
+    return file_create(_new.get(), content, flags);
+}
+
+bool Generations::install() const {
+    if (std::rename(_new.get(), _current.get()) == 0) return true;
+    const int why = errno;
+    (void)unlink(_new.get()); // the next new file takes its place anyhow
+    errno = why;
+    return false;
+}
+
+bool Generations::rotate() const {
+    mend();
+    const Kept kept = _keep_current();
+    if (kept != Kept::BLOCKED && install()) return true;
+    const int why = errno;
+    if (kept == Kept::BLOCKED) (void)unlink(_new.get());
+    if (kept == Kept::LINKED) (void)unlink(_previous.get()); // a failure is mended by the next attempt
+    if (kept == Kept::RENAMED) (void)std::rename(_previous.get(), _current.get());
+    errno = why;
+    return false;
+}
+
+// Makes A also the previous generation.
+Generations::Kept Generations::_keep_current() const {
+    struct stat st;
+    if (lstat(_current.get(), &st) != 0) return errno == ENOENT ? Kept::NO_CURRENT : Kept::BLOCKED;
+    if (S_ISDIR(st.st_mode)) {
+        errno = EISDIR;
+        return Kept::BLOCKED;
+    }
+    if (!replace(_previous.get(), _oldest.get())) return Kept::BLOCKED;
+    if (link(_current.get(), _previous.get()) == 0) return Kept::LINKED;
+    if (errno == EEXIST) return Kept::BLOCKED; // renaming would replace what has come there meanwhile
+    return std::rename(_current.get(), _previous.get()) == 0 ? Kept::RENAMED : Kept::BLOCKED;
+}
+
+void Generations::set_aside() const {
+    (void)QENDeleteFile(_aside.get()); // absent is fine
+    if (std::rename(_current.get(), _aside.get()) == 0 || errno != ENAMETOOLONG) return;
+    (void)QENDeleteFile(_short_aside.get());
+    (void)std::rename(_current.get(), _short_aside.get());
+}
+
+bool RetryPause::failed() {
+    constexpr int LONGEST = 256;
+    const bool first = _length == 0;
+    _length = std::clamp(_length * 2, 1, LONGEST);
+    _left = _length;
+    return first;
+}

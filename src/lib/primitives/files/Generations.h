@@ -1,0 +1,62 @@
+// The files of one log: A, the current one, and B and C before it. Text log and log data file alike.
+#pragma once
+
+#include <string_view>
+
+#include "primitives/files/FileIo.h"
+
+// A rotation makes the new file under a temporary name, lets B take the place of C, gives A the second name B
+// and puts the new file in the place of A. So there is a current file at every moment, and it has its header.
+// Where the file system has no hard links, A is renamed to B instead, and for an instant there is none.
+//
+// A process that dies between two steps loses nothing but the oldest generation, which the rotation drops:
+// the next open ends with mend() what it left.
+//
+// One process at a time rotates (NameLock.h). No operation allocates, except locate().
+class Generations {
+public:
+    // The paths are directory + name + "_A" + extension, and "_B" and "_C"; directory ends in "/". The
+    // temporary name is name + "_A.new", as long as the others. False: out of memory, and there are no paths.
+    bool locate(std::string_view directory, std::string_view name, std::string_view extension);
+
+    char* current() const { return _current.get(); } // path of A; null before locate
+
+    // Gives up the name B when A and B are one file: a process died in the middle of a rotation.
+    void mend() const;
+
+    // Makes the new file with its content, opened with the given flags of open(2). -1 with errno set.
+    int make_new(std::string_view content, int flags) const;
+
+    // Makes the new file the current one, after moving A and B on when there is an A. A missing B leaves C as
+    // it is. False with errno set: A is still the current file, and the new one is gone.
+    bool rotate() const;
+
+    // The same when A may be replaced by the new file: it holds nothing.
+    bool install() const;
+
+    // Moves A aside, to its path + ".err" (where that is too long for a name, ".err" stands for the
+    // extension), in place of what was moved there before. When that fails, A stays.
+    void set_aside() const;
+
+private:
+    enum class Kept { NO_CURRENT, LINKED, RENAMED, BLOCKED };
+    Kept _keep_current() const;
+
+    PathText _current, _previous, _oldest, _new;
+    PathText _aside, _short_aside;
+};
+
+// When to try again what is blocked: at first with the next call, then after 2, 4 and so on to 256 calls.
+class RetryPause {
+public:
+    bool is_due() { return _left == 0 || --_left == 0; }
+
+    // True for the first failure since the last success: the one to report.
+    bool failed();
+    void succeeded() { _length = _left = 0; }
+    void try_now() { _left = 0; }
+
+private:
+    int _length = 0; // of the pause at hand, in calls; 0: the last attempt went well
+    int _left = 0;   // of it
+};

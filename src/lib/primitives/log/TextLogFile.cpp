@@ -1,0 +1,182 @@
+// Opening, rotation and repair of a text log's current file.
+#include "primitives/log/TextLogFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <stdio_ext.h>
+#include <unistd.h>
+
+#include "platform/unix/QENFork.h"
+#include "platform/unix/QENPlatform.h"
+
+namespace {
+
+constexpr char EXTENSION[] = ".log";
+constexpr int OPEN_FLAGS = O_RDWR | O_APPEND; // read by _mend()
+constexpr int SYSLOG_ERROR = 1;
+constexpr size_t SYSINFO_SIZE = 4096;
+constexpr char CREATED_ROOM[] = "# Created:      2026/11/16 18:38:11 \n#\n\n"; // the longest such text
+
+} // namespace
+
+bool TextLogFile::set_name(const char* directory, bool hidden, const char* name, const char* system) {
+    char info[SYSINFO_SIZE] = "";
+    QENGetSysInfo(info, sizeof info);
+    _owner = QENForkCount();
+    const bool has_info = info[0] != '\0';
+    const PathText stem = file_join({hidden ? "." : "", name});
+    _header = file_join({"#\n# Log Name:     ", name, "\n# System:       ", system, "\n",
+                         has_info ? "# SysInfo:      " : "", info, has_info ? "\n" : "", CREATED_ROOM});
+    if (stem == nullptr || _header == nullptr) return false;
+    _header_size = strlen(_header.get()) - (sizeof CREATED_ROOM - 1);
+    return _files.locate(directory, stem.get(), EXTENSION);
+}
+
+bool TextLogFile::open() {
+    if (_owner == QENForkCount()) _files.mend();
+    struct stat st;
+    const int fd = file_open_regular(path(), OPEN_FLAGS, st);
+    if (fd < 0) return errno == ENOENT;
+    if (!_use(fd, st.st_size)) return false;
+    if (st.st_size > 0) return true;
+    const std::string_view header = _header_now();
+    count(header.size(), fwrite(header.data(), 1, header.size(), _stream));
+    settle(/*flush=*/true);
+    return true;
+}
+
+void TextLogFile::close() {
+    if (_stream != nullptr) {
+        begin(); // nothing of a parent's is written a second time
+        if (fflush(_stream) != 0) _mend();
+        fclose(_stream);
+    }
+    _stream = nullptr;
+    _files = {};
+    _bytes = 0;
+    _requested = _is_cut = false;
+    _pause.succeeded();
+}
+
+// Takes over the descriptor of the current file, `size` bytes long.
+bool TextLogFile::_use(int fd, off_t size) {
+    FILE* stream = fdopen(fd, "a");
+    if (stream == nullptr) {
+        ::close(fd);
+        return false;
+    }
+    if (_stream != nullptr) fclose(_stream);
+    _stream = stream;
+    _bytes = QENSaturatedFileSize(size);
+    _flushed = size;
+    _pending = 0;
+    _forks = QENForkCount();
+    _requested = _is_cut = false;
+    return true;
+}
+
+void TextLogFile::request_new() {
+    _requested = true;
+    _pause.try_now();
+}
+
+bool TextLogFile::_may_start_new() {
+    return _owner == QENForkCount() && _pause.is_due();
+}
+
+void TextLogFile::start_new() {
+    if (_stream == nullptr) {
+        _start();
+        return;
+    }
+    settle(/*flush=*/true);
+    if (_install_new(&Generations::rotate))
+        _pause.succeeded();
+    else if (const int why = errno; _pause.failed())
+        QENSyslog(SYSLOG_ERROR, "Could not rotate %s: %s", path(), strerror(why));
+}
+
+// There may be a file by now: of a forked child, or where there was an obstacle. One that cannot be continued
+// becomes the previous generation. The log reports that there is no stream.
+void TextLogFile::_start() {
+    if (!open()) {
+        if (_owner == QENForkCount()) (void)_install_new(&Generations::rotate);
+    } else if (_stream == nullptr) {
+        (void)_install_new(&Generations::install);
+    }
+}
+
+bool TextLogFile::_install_new(bool (Generations::*way)() const) {
+    const std::string_view header = _header_now();
+    const int fd = _files.make_new(header, OPEN_FLAGS);
+    if (fd < 0) return false;
+    if ((_files.*way)()) return _use(fd, static_cast<off_t>(header.size()));
+    const int why = errno;
+    ::close(fd);
+    errno = why;
+    return false;
+}
+
+std::string_view TextLogFile::_header_now() {
+    char now[32];
+    const bool known = QENTime(now, sizeof now) == 0;
+    const int created = snprintf(_header.get() + _header_size, sizeof CREATED_ROOM,
+                                 "# Created:      %s\n#\n\n", known ? now : "unknown");
+    return {_header.get(), _header_size + static_cast<size_t>(created)};
+}
+
+bool TextLogFile::_is_inherited() const {
+    return _forks != QENForkCount();
+}
+
+void TextLogFile::_begin_anew() {
+    if (_is_inherited()) {
+        __fpurge(_stream);
+        _pending = 0;
+        _forks = QENForkCount();
+    }
+    if (_is_cut) (void)putc('\n', _stream);
+    _is_cut = false;
+}
+
+void TextLogFile::settle(bool flush) {
+    if (_stream == nullptr) return;
+    if (flush) (void)fflush(_stream);
+    if (ferror(_stream) != 0) {
+        _mend();
+    } else if (flush) {
+        _flushed += _pending;
+        _pending = 0;
+    }
+}
+
+void TextLogFile::_mend() {
+    clearerr(_stream);
+    __fpurge(_stream);
+    const int fd = fileno(_stream);
+    struct stat st;
+    if (fstat(fd, &st) != 0) return;
+    const off_t end = _end_of_lines(fd, st.st_size);
+    // A child leaves to its parent what may be the parent's own line on its way.
+    _is_cut = end < st.st_size && (_owner != QENForkCount() || ftruncate(fd, end) != 0);
+    _bytes = QENSaturatedFileSize(_is_cut ? st.st_size : end);
+    _flushed = end;
+    _pending = 0;
+}
+
+// The end of the last whole line behind _flushed. Others may have appended lines there as well: forked
+// children.
+off_t TextLogFile::_end_of_lines(int fd, off_t size) const {
+    char block[512];
+    for (off_t end = size; end > _flushed;) {
+        const auto n = static_cast<size_t>(std::min<off_t>(sizeof block, end - _flushed));
+        const off_t start = end - static_cast<off_t>(n);
+        if (pread(fd, block, n, start) != static_cast<ssize_t>(n)) return size;
+        const void* newline = memrchr(block, '\n', n);
+        if (newline != nullptr) return start + (static_cast<const char*>(newline) - block) + 1;
+        end = start;
+    }
+    return std::min(_flushed, size);
+}

@@ -1,0 +1,90 @@
+// The files of a text log: the stream of the current one, its size, rotation, and what a full disk leaves.
+#pragma once
+
+#include <climits>
+#include <cstdio>
+
+#include "primitives/files/Generations.h"
+
+// Lines go to stream(); the log tells their sizes with count() and ends each message with settle(). The file
+// is opened for appending, so a forked child adds its lines behind those of its parent; a child rotates
+// nothing. A log on a given stream only counts.
+//
+// Used by one thread at a time.
+class TextLogFile {
+public:
+    TextLogFile() = default;
+    ~TextLogFile() { close(); }
+    TextLogFile(const TextLogFile&) = delete;
+    TextLogFile& operator=(const TextLogFile&) = delete;
+
+    // Works out the paths directory + name + "_A.log" and so on (directory ends in "/"; a hidden file's name
+    // begins with a dot) and the header of new files, which names log and system. False: out of memory.
+    bool set_name(const char* directory, bool hidden, const char* name, const char* system);
+
+    // Continues the current file. False: there is something that cannot be continued. True without a
+    // stream(): there is none yet, and start_new() makes it.
+    bool open();
+    void close();
+
+    // Starts a new file, after making the current one the previous generation; where there is no stream yet,
+    // goes on with the file that is there, or makes one. When that fails, the current file is continued; the
+    // first failure in a row is reported to the system log.
+    void start_new();
+
+    FILE* stream() const { return _stream; } // null: not open
+    char* path() const { return _files.current(); }
+
+    // Size in bytes at which wants_new() answers yes.
+    void set_maxlen(int bytes) { _maxlen = bytes; }
+
+    // Asks for a new file whatever the size of this one.
+    void request_new();
+
+    // Whether the next message belongs in a new file: the size is reached, or one was asked for. While that
+    // cannot be had, yes only now and then. Never in a forked child.
+    bool wants_new() { return (_bytes >= _maxlen || _requested) && _may_start_new(); }
+
+    // A line of `written` bytes went to the stream, of which `counted` count as the file's size.
+    void count(size_t counted, size_t written) {
+        const size_t room = static_cast<size_t>(INT_MAX - _bytes);
+        _bytes = counted < room ? _bytes + static_cast<int>(counted) : INT_MAX;
+        _pending += static_cast<off_t>(written);
+    }
+
+    // Before a message: a forked child drops what its parent had not flushed; behind a line that was cut and
+    // could not be removed, a new line begins.
+    void begin() {
+        if (_stream != nullptr && (_is_cut || _is_inherited())) _begin_anew();
+    }
+
+    // After a message: flushes if wanted. When the disk refused something, the size is that of the file, and
+    // the start of a line that was cut leaves it again. Nothing is reported: the disk may have room for the
+    // next message.
+    void settle(bool flush);
+
+private:
+    bool _may_start_new();
+    bool _is_inherited() const;
+    void _begin_anew();
+    bool _use(int fd, off_t size);
+    void _start();
+    bool _install_new(bool (Generations::*way)() const);
+    std::string_view _header_now();
+    void _mend();
+    off_t _end_of_lines(int fd, off_t size) const;
+
+    Generations _files;
+    PathText _header;        // the lines that stay, and room for the rest
+    size_t _header_size = 0; // of those that stay
+    FILE* _stream = nullptr; // owned
+    int _bytes = 0;          // in the current file; saturates
+    int _maxlen = 0;
+    bool _requested = false; // a new file was asked for
+    bool _is_cut = false;    // the file ends within a line
+    unsigned _forks = 0;     // QENForkCount() of the process whose lines the stream holds
+    unsigned _owner = 0;     // of the process that named the log
+    off_t _flushed = 0;      // file offset up to which this process wrote whole messages
+    off_t _pending = 0;      // bytes given to the stream since
+    RetryPause _pause;       // between attempts at a rotation that is blocked
+};

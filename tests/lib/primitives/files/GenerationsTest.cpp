@@ -1,0 +1,191 @@
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <map>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include "primitives/files/Generations.h"
+#include "support/SystemCalls.h"
+
+namespace fs = std::filesystem;
+
+class GenerationsTest : public testing::Test {
+protected:
+    GenerationsTest() {
+        char name[] = "/tmp/filesXXXXXX";
+        folder = std::string(mkdtemp(name)) + "/";
+        EXPECT_TRUE(files.locate(folder, "n", ".ldf"));
+    }
+    ~GenerationsTest() override {
+        system_call_plan = nullptr;
+        fs::remove_all(folder);
+    }
+
+    // Files by the letter of their generation, "N" for the new one.
+    using Contents = std::map<char, std::string>;
+    std::string path(char letter) const {
+        return folder + (letter == 'N' ? std::string("n_A.new") : std::string("n_") + letter + ".ldf");
+    }
+    void lay(const Contents& contents) const {
+        fs::remove_all(folder);
+        fs::create_directory(folder);
+        for (const auto& [letter, content] : contents) {
+            if (content.ends_with('/')) // a directory, and one that holds something
+                fs::create_directories(path(letter) + "/" + content);
+            else
+                std::ofstream(path(letter)) << content;
+        }
+    }
+    Contents found() const {
+        Contents contents;
+        for (const char letter : {'A', 'B', 'C', 'N'}) {
+            std::ifstream in(path(letter));
+            if (fs::is_regular_file(path(letter)))
+                contents[letter] = {std::istreambuf_iterator<char>(in), {}};
+        }
+        return contents;
+    }
+    int how_often(char letter) const { // as content, in all generations
+        int n = 0;
+        for (const auto& [generation, content] : found()) n += content == std::string(1, letter);
+        return n;
+    }
+    bool rotate(const char* content = "new") const {
+        const int fd = files.make_new(content, O_RDWR);
+        if (fd < 0) return false;
+        close(fd);
+        return files.rotate();
+    }
+    static bool is(const SystemCall& call, std::string_view name, std::string_view ending) {
+        return call.name == name && call.path.ends_with(ending);
+    }
+
+    std::string folder;
+    Generations files;
+};
+
+TEST_F(GenerationsTest, MovesOnWhatIsThere) {
+    const struct {
+        const char* name;
+        Contents before, after;
+        SystemCallPlan plan = nullptr;
+    } cases[] = {
+        {"all", {{'A', "a"}, {'B', "b"}, {'C', "c"}}, {{'A', "new"}, {'B', "a"}, {'C', "b"}}},
+        {"first", {}, {{'A', "new"}}},
+        {"no B costs no C", {{'A', "a"}, {'C', "c"}}, {{'A', "new"}, {'B', "a"}, {'C', "c"}}},
+        {"no A costs nothing", {{'B', "b"}, {'C', "c"}}, {{'A', "new"}, {'B', "b"}, {'C', "c"}}},
+        {"what a dead process left", {{'A', "a"}, {'N', "stale"}}, {{'A', "new"}, {'B', "a"}}},
+        {"an empty directory gives way",
+         {{'A', "a"}, {'B', "b"}, {'C', "/"}},
+         {{'A', "new"}, {'B', "a"}, {'C', "b"}}},
+        {"no hard links",
+         {{'A', "a"}, {'B', "b"}, {'C', "c"}},
+         {{'A', "new"}, {'B', "a"}, {'C', "b"}},
+         [](const SystemCall& call) { return call.name == "link" ? -EPERM : 0; }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        lay(c.before);
+        system_call_plan = c.plan;
+        EXPECT_TRUE(rotate());
+        system_call_plan = nullptr;
+        EXPECT_EQ(c.after, found());
+    }
+}
+
+// However often it is tried, it costs no more than the oldest generation, and A is where it was.
+TEST_F(GenerationsTest, BlockedRotationLeavesTheCurrentFile) {
+    const auto no = [](std::string_view name, std::string_view ending, int why = EIO) {
+        return [=](const SystemCall& call) { return is(call, name, ending) ? -why : 0; };
+    };
+    const Contents all = {{'A', "a"}, {'B', "b"}, {'C', "c"}}, oldest_gone = {{'A', "a"}, {'C', "b"}};
+    const struct {
+        const char* name;
+        Contents before, after;
+        SystemCallPlan plan = nullptr;
+    } cases[] = {
+        {"directory for the new file", {{'A', "a"}, {'N', "full/"}}, {{'A', "a"}}},
+        {"directory C", {{'A', "a"}, {'B', "b"}, {'C', "full/"}}, {{'A', "a"}, {'B', "b"}}},
+        {"directory B", {{'A', "a"}, {'B', "/"}, {'C', "c"}}, {{'A', "a"}, {'C', "c"}}},
+        {"directory A", {{'A', "/"}, {'B', "b"}, {'C', "c"}}, {{'B', "b"}, {'C', "c"}}},
+        {"B stays", all, all, no("rename", "_B.ldf", EACCES)},
+        {"A can neither be linked nor renamed", all, oldest_gone,
+         [](const SystemCall& call) { return call.path.ends_with("_A.ldf") ? -EACCES : 0; }},
+        {"new file stays", all, oldest_gone, no("rename", ".new")},
+        {"new file stays, no hard links", all, oldest_gone,
+         [](const SystemCall& call) {
+             return call.name == "link" || is(call, "rename", ".new") ? -EPERM : 0;
+         }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        lay(c.before);
+        system_call_plan = c.plan;
+        for (int i = 0; i < 3; ++i) EXPECT_FALSE(rotate());
+        system_call_plan = nullptr;
+        EXPECT_EQ(c.after, found());
+    }
+}
+
+// A process dies before one of its calls; the next one mends and rotates.
+TEST_F(GenerationsTest, DeathAtAnyStepCostsNothingButTheOldest) {
+    for (const bool has_links : {true, false}) {
+        int steps = 0;
+        for (bool died = true; died; ++steps) {
+            SCOPED_TRACE(testing::Message() << (has_links ? "" : "no hard links, ") << "step " << steps);
+            lay({{'A', "a"}, {'B', "b"}, {'C', "c"}});
+            const pid_t child = fork();
+            if (child == 0) {
+                system_call_plan = [&, left = steps](const SystemCall& call) mutable {
+                    if (left-- == 0) _exit(1);
+                    return call.name == "link" && !has_links ? -EPERM : 0;
+                };
+                _exit(rotate() ? 0 : 2);
+            }
+            int status;
+            ASSERT_EQ(child, waitpid(child, &status, 0));
+            died = status != 0;
+            EXPECT_TRUE(!has_links || fs::exists(path('A'))) << "always a current file";
+            files.mend();
+            EXPECT_TRUE(how_often('a') == 1 && how_often('b') == 1);
+            EXPECT_TRUE(rotate("later"));
+            EXPECT_TRUE(how_often('a') == 1 && how_often('b') == (died ? 1 : 0));
+        }
+        EXPECT_GE(steps, 4) << "renames and link, and the walk to their end";
+    }
+}
+
+TEST_F(GenerationsTest, ThereIsAlwaysACurrentFile) {
+    lay({{'A', "a"}});
+    std::atomic<bool> done = false;
+    int missing = 0, opened = 0;
+    std::thread reader([&] {
+        while (!done) {
+            const int fd = open(path('A').c_str(), O_RDONLY | O_CLOEXEC);
+            (fd < 0 ? missing : opened)++;
+            if (fd >= 0) close(fd);
+        }
+    });
+    for (int i = 0; i < 700; ++i) EXPECT_TRUE(rotate());
+    done = true;
+    reader.join();
+    EXPECT_EQ(0, missing) << "of " << opened;
+}
+
+TEST_F(GenerationsTest, NamesMayBeAsLongAsTheFileSystemTakesThem) {
+    for (const size_t length : {245u, 246u, 249u, 250u}) {
+        SCOPED_TRACE(length);
+        const std::string name(length, 'n');
+        ASSERT_TRUE(files.locate(folder, name, ".ldf"));
+        for (int i = 0; i < 3; ++i) EXPECT_EQ(length <= 249, rotate());
+        if (length > 249) break;
+        EXPECT_TRUE(fs::exists(folder + name + "_C.ldf"));
+        files.set_aside();
+        EXPECT_TRUE(fs::exists(folder + name + (length == 245 ? "_A.ldf.err" : "_A.err")));
+    }
+}

@@ -1,0 +1,146 @@
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "primitives/files/NameLock.h"
+
+namespace fs = std::filesystem;
+using Holder = NameLock::Holder;
+
+namespace {
+
+// A process of its own that runs a piece of the test and tells how it ended.
+class Process {
+public:
+    explicit Process(const std::function<int()>& run) : _pid(fork()) {
+        if (_pid == 0) _exit(run());
+    }
+    pid_t pid() const { return _pid; }
+    int ends() const {
+        int status = 0;
+        waitpid(_pid, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    pid_t _pid;
+};
+
+} // namespace
+
+class NameLockTest : public testing::Test {
+protected:
+    NameLockTest() {
+        char name[] = "/tmp/locksXXXXXX";
+        folder = std::string(mkdtemp(name)) + "/";
+    }
+    ~NameLockTest() override { fs::remove_all(folder); }
+    Holder take(NameLock& lock, const char* name = "engine") const {
+        return lock.take(folder.c_str(), name).holder;
+    }
+
+    std::string folder;
+};
+
+TEST_F(NameLockTest, BelongsToOneProcess) {
+    NameLock mine, second;
+    ASSERT_EQ(Holder::NOBODY, take(mine));
+    EXPECT_TRUE(mine.is_held());
+    EXPECT_EQ(Holder::THIS_PROCESS, take(second));
+    EXPECT_FALSE(second.is_held());
+    EXPECT_EQ(Holder::NOBODY, take(second, "other"));
+    const pid_t parent = getpid();
+    const auto other_sees = [&] {
+        NameLock lock;
+        const NameLock::Answer answer = lock.take(folder.c_str(), "engine");
+        return answer.holder != Holder::OTHER_PROCESS || answer.pid != parent;
+    };
+    EXPECT_EQ(0, Process(other_sees).ends()) << "neither the refused attempt here nor one there has freed it";
+    EXPECT_EQ(0, Process([&] {
+                     const bool believes = mine.is_held();
+                     mine.release(); // the child's copy
+                     return believes || other_sees();
+                 }).ends());
+    EXPECT_EQ(0, Process(other_sees).ends()) << "a child's end frees nothing";
+    mine.release();
+    second.release();
+    EXPECT_TRUE(fs::is_empty(folder));
+    EXPECT_EQ(0, Process([&] { return take(mine) == Holder::NOBODY ? 0 : 1; }).ends());
+    EXPECT_EQ(Holder::NOBODY, take(mine)) << "what a dead process left is free";
+}
+
+TEST_F(NameLockTest, ForkedChildTakesTheNameOfItsDeadParent) {
+    int ends[2];
+    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
+    const Process parent([&] {
+        NameLock lock, other;
+        if (take(lock) != Holder::NOBODY || take(other, "other") != Holder::NOBODY) return 1;
+        if (fork() > 0) return 0;
+        while (getppid() != getpid() && kill(getppid(), 0) == 0 &&
+               lock.take(folder.c_str(), "engine").holder != Holder::NOBODY)
+            usleep(1000);
+        const char ok =
+            lock.is_held() && !other.is_held() && take(other, "other") == Holder::NOBODY ? 'y' : 'n';
+        return write(ends[1], &ok, 1) == 1 ? 0 : 1;
+    });
+    close(ends[1]);
+    EXPECT_EQ(0, parent.ends());
+    char ok = '?';
+    EXPECT_EQ(1, read(ends[0], &ok, 1));
+    EXPECT_EQ('y', ok);
+    close(ends[0]);
+}
+
+// Whoever locks a file that its holder removed meanwhile must not believe that the name is his.
+TEST_F(NameLockTest, ManyProcessesNeverHoldItTogether) {
+    constexpr int PROCESSES = 4, ROUNDS = 500;
+    const std::string witness = folder + "witness";
+    std::vector<Process> processes;
+    for (int i = 0; i < PROCESSES; ++i)
+        processes.emplace_back([&] {
+            for (int round = 0; round < ROUNDS;) {
+                NameLock lock;
+                if (take(lock) != Holder::NOBODY) continue;
+                const int fd = open(witness.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);
+                if (fd < 0) return 1;
+                close(fd);
+                unlink(witness.c_str());
+                ++round;
+            }
+            return 0;
+        });
+    for (const Process& process : processes) EXPECT_EQ(0, process.ends());
+}
+
+TEST_F(NameLockTest, NamesThatCannotBeLockedMayBeWritten) {
+    NameLock lock;
+    fs::create_directory(folder + ".directory.lock");
+    fs::create_symlink("elsewhere", folder + ".link.lock");
+    for (const std::string name : {"missing/folder", "directory", "link"}) {
+        EXPECT_EQ(Holder::NOBODY, take(lock, name.c_str())) << name;
+        EXPECT_FALSE(lock.is_held()) << name;
+    }
+    EXPECT_FALSE(fs::exists(folder + "elsewhere"));
+    EXPECT_EQ(Holder::NOBODY, take(lock, std::string(249, 'n').c_str()));
+    EXPECT_TRUE(lock.is_held()) << "the longest name of a log";
+}
+
+TEST_F(NameLockTest, DescriptorIsNoStandardOneAndDoesNotOutliveExec) {
+    EXPECT_EQ(0, Process([&] {
+                     const int free = fcntl(0, F_DUPFD, 3);
+                     close(free);
+                     for (int fd = 0; fd < 3; ++fd) close(fd);
+                     NameLock lock;
+                     if (take(lock) != Holder::NOBODY || !lock.is_held()) return 1;
+                     for (int fd = 0; fd < 3; ++fd)
+                         if (fcntl(fd, F_GETFD) != -1) return 2;
+                     if (fcntl(free, F_GETFD) != FD_CLOEXEC) return 3;
+                     return 0;
+                 }).ends());
+}

@@ -1,0 +1,52 @@
+#include "support/SystemCalls.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+SystemCallPlan system_call_plan;
+
+namespace {
+
+// The bytes to transfer, 0 for a call on a path, or -1 with errno set.
+ssize_t ask(const SystemCall& call) {
+    if (!system_call_plan) return static_cast<ssize_t>(call.size);
+    const ssize_t answer = system_call_plan(call);
+    if (answer >= 0) return std::min(answer, static_cast<ssize_t>(call.size));
+    errno = static_cast<int>(-answer);
+    return -1;
+}
+
+} // namespace
+
+extern "C" {
+
+ssize_t pread(int fd, void* buf, size_t size, off_t offset) {
+    const ssize_t n = ask({"pread", "", size});
+    return n < 0 ? n : syscall(SYS_pread64, fd, buf, n, offset);
+}
+
+ssize_t pwrite(int fd, const void* buf, size_t size, off_t offset) {
+    const ssize_t n = ask({"pwrite", "", size});
+    return n < 0 ? n : syscall(SYS_pwrite64, fd, buf, n, offset);
+}
+
+int rename(const char* from, const char* to) {
+    return ask({"rename", from, 0}) < 0 ? -1 : renameat(AT_FDCWD, from, AT_FDCWD, to);
+}
+
+int link(const char* from, const char* to) noexcept {
+    return ask({"link", from, 0}) < 0 ? -1 : linkat(AT_FDCWD, from, AT_FDCWD, to, 0);
+}
+
+int unlink(const char* path) noexcept {
+    return ask({"unlink", path, 0}) < 0 ? -1 : unlinkat(AT_FDCWD, path, 0);
+}
+
+int rmdir(const char* path) noexcept {
+    return ask({"rmdir", path, 0}) < 0 ? -1 : unlinkat(AT_FDCWD, path, AT_REMOVEDIR);
+}
+
+} // extern "C"

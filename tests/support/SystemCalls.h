@@ -1,0 +1,18 @@
+// Calls of the system that fail, come up short or never return, at a moment of the test's choice. No file
+// system does this on demand, so SystemCalls.cpp stands before the C library in the program that lists it.
+#pragma once
+
+#include <functional>
+#include <string_view>
+#include <sys/types.h>
+
+struct SystemCall {
+    std::string_view name; // pread, pwrite, rename, link, unlink or rmdir
+    std::string_view path; // the first one; empty for a descriptor
+    size_t size;           // bytes to transfer; 0 for a path
+};
+
+// Asked before each such call of the program, while it is set: how many bytes to transfer (SystemCall::size
+// or more: all), or what the call fails with, as a negative errno.
+using SystemCallPlan = std::function<ssize_t(const SystemCall&)>;
+extern SystemCallPlan system_call_plan;
