@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <libgen.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -38,14 +39,21 @@ bool QENWriteAll(int fd, const void* data, size_t n) {
     const char* p = static_cast<const char*>(data);
     while (n > 0) {
         const ssize_t written = write(fd, p, n);
-        if (written < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
+        if (written < 0 && errno == EINTR) continue;
+        if (written == 0) errno = EIO; // to try again might never end
+        if (written <= 0) return false;
         p += written;
         n -= static_cast<size_t>(written);
     }
     return true;
+}
+
+void QENPutOutput(const char* text) {
+    (void)QENWriteAll(STDOUT_FILENO, text, std::strlen(text));
+}
+
+void QENPutError(const char* text) {
+    (void)QENWriteAll(STDERR_FILENO, text, std::strlen(text));
 }
 
 int QENGetenv(const char* env, char* str, size_t size) {

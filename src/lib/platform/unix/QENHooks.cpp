@@ -1,3 +1,4 @@
+// Keeps the table of hooks, one atomic pointer each.
 #include "platform/unix/QENHooks.h"
 
 #include <atomic>

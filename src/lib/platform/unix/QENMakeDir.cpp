@@ -49,8 +49,7 @@ int QENMakeDir(const char* namep) {
     const pid_t child = fork();
     if (child < 0) return -1;
     if (child == 0) run_shell(argv);
-    int status;
-    while (waitpid(child, &status, 0) != child) {
+    while (waitpid(child, nullptr, 0) != child) {
         if (errno == EINTR) continue;
         // In a process that ignores SIGCHLD the wait ends so once the child is gone, which is all we want.
         return errno == ECHILD ? 0 : -1;

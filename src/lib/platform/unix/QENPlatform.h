@@ -33,8 +33,13 @@ int QENMakeDir(const char* namep);
 char* QENCLIBasename(char* path);
 
 // Writes all n bytes to the descriptor, across short writes and interruptions. false with errno set when the
-// descriptor takes no more. Async-signal-safe.
+// descriptor takes no more (EIO when it takes nothing without an error). Async-signal-safe.
 bool QENWriteAll(int fd, const void* data, size_t n);
+
+// Write a text to standard output or standard error past stdio, whose locks and buffers may be what is
+// broken. A failed write is ignored: nobody is left to hear of it. Async-signal-safe.
+void QENPutOutput(const char* text);
+void QENPutError(const char* text);
 
 // ---- Environment
 
@@ -45,7 +50,8 @@ int QENGetenv(const char* env, char* str, size_t size);
 // ---- System log and events
 
 // Names the process in the system log (facility daemon, with process id, console as fallback). The text is
-// copied; null means the program's name. The copy in use before is not freed: other threads may be writing.
+// copied; null means the program's name, also after another one was set. The copy in use before is not freed:
+// other threads may be writing.
 void QENInitEventLog(const char* module);
 
 // Formats a line of at most 4094 bytes and sends it to the system log. Low byte of sev: 0 critical, 1 error,

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <string>
@@ -26,15 +27,15 @@ int level_of(int sev) {
 
 } // namespace
 
-// openlog() keeps the pointer that it is given for as long as anybody may write, so every identity is kept,
-// in a list that leak checkers can follow. Programs set one or two.
+// openlog() keeps the pointer that it is given and ignores a null one. So every identity is kept, in a list
+// that leak checkers can follow, and null becomes the program's name. Programs set one or two.
 void QENInitEventLog(const char* module) {
     struct Identity {
         std::string name;
         Identity* older;
     };
     static std::atomic<Identity*> newest{nullptr};
-    const char* name = nullptr;
+    const char* name = program_invocation_short_name;
     if (module != nullptr) {
         auto* identity = new Identity{module, newest.load(std::memory_order_relaxed)};
         while (!newest.compare_exchange_weak(identity->older, identity, std::memory_order_release)) {

@@ -1,3 +1,4 @@
+// The local time as text.
 #include "platform/unix/QENBoundedCopy.h"
 #include "platform/unix/QENPlatform.h"
 

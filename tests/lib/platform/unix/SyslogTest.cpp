@@ -16,9 +16,7 @@ TEST(Syslog, PriorityAndTextArrive) {
         int sev, priority;
         std::string given, expect;
     } cases[] = {{0, LOG_CRIT, "100% %s %n", "100% %s %n"},
-                 {1, LOG_ERR, longest, longest},
                  {2, LOG_WARNING, longest + "b", longest},
-                 {3, LOG_NOTICE, "", ""},
                  {(LOG_LOCAL7 << 8) + 4, LOG_LOCAL7 | LOG_INFO, "facility", "facility"},
                  {(1 << 16) + 5, LOG_DEBUG, "x", "x"}};
     for (const auto& c : cases) {
@@ -30,13 +28,15 @@ TEST(Syslog, PriorityAndTextArrive) {
     }
 }
 
-TEST(Syslog, IdentityOutlivesTheCallersText) {
+TEST(Syslog, IdentityOutlivesTheCallersTextAndReturnsToTheProgramsName) {
     std::string module = "engine";
     QENInitEventLog(module.c_str());
     module = "xxxxxx";
     EXPECT_STREQ("engine", openlog_identity);
     EXPECT_EQ(LOG_PID | LOG_CONS, openlog_options);
     EXPECT_EQ(LOG_DAEMON, openlog_facility);
+    QENInitEventLog(nullptr);
+    EXPECT_STREQ("PlatformTest", openlog_identity);
 }
 
 TEST(AssertDeathTest, ReportsReasonThenPositionHereAndInTheSystemLog) {

@@ -12,11 +12,6 @@
 
 namespace {
 
-TEST(System, ProcNameIsTheNameOfTheProcess) {
-    prctl(PR_SET_NAME, "fifteen: chars)"); // of the first thread, which is the process's
-    EXPECT_STREQ("fifteen: chars)", std::unique_ptr<char[]>(QENGetProcName()).get());
-}
-
 TEST(System, NamesComeFromTheKernelAndAreCut) {
     utsname host;
     ASSERT_EQ(0, uname(&host));
@@ -25,27 +20,24 @@ TEST(System, NamesComeFromTheKernelAndAreCut) {
     EXPECT_EQ(node, std::unique_ptr<char[]>(QENGetSystemName(nullptr, 0)).get());
     char text[512];
     for (const size_t size : {sizeof text, size_t{9}}) {
-        text[9] = 'z';
         QENGetSysInfo(text, size);
         EXPECT_EQ(info.substr(0, size - 1), text);
-        EXPECT_TRUE(size != 9 || text[9] == 'z');
     }
+    prctl(PR_SET_NAME, "fifteen: chars)"); // of the first thread, which is the process's
+    EXPECT_STREQ("fifteen: chars)", std::unique_ptr<char[]>(QENGetProcName()).get());
 }
 
 TEST(System, TimeIsLocalAndCut) {
     setenv("TZ", "XXX-05:30", 1); // five and a half hours east
     tzset();
-    char text[64];
+    char text[64], small[] = "zzzzzz";
     const time_t before = time(nullptr);
     ASSERT_EQ(0, QENTime(text, sizeof text));
-    ASSERT_EQ(20u, std::strlen(text));
     tm parsed = {};
     ASSERT_NE(nullptr, strptime(text, "%Y/%m/%d %H:%M:%S ", &parsed));
     const time_t shown = timegm(&parsed) - (5 * 60 + 30) * 60;
-    EXPECT_LE(before, shown);
-    EXPECT_GE(before + 5, shown);
-
-    char small[] = "zzzzzz";
+    EXPECT_EQ(20u, std::strlen(text));
+    EXPECT_TRUE(before <= shown && shown <= before + 5);
     ASSERT_EQ(0, QENTime(small, 6));
     EXPECT_EQ(std::string(text, 5), small);
     EXPECT_EQ(-1, QENTime(small, 0));

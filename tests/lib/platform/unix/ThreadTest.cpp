@@ -1,3 +1,4 @@
+// Making and joining threads, and the reports of failures.
 #include "platform/unix/QENThread.h"
 
 #include "SyslogTrap.h"
@@ -25,14 +26,12 @@ struct ThreadTest : testing::Test {
     ThreadTest() {
         reports.clear();
         syslog_lines.clear();
-        QENHooks hooks;
-        hooks.thread_failure = [](const QENThreadFailure& f) {
+        QENSetHooks({.thread_failure = [](const QENThreadFailure& f) {
             std::string args;
             for (const char* arg : f.args)
                 if (arg != nullptr) args += std::string("|") + arg;
             reports.push_back(std::to_string(f.number) + " " + f.function + ": " + f.text + args);
-        };
-        QENSetHooks(hooks);
+        }});
         QENThreadInit(&attr);
     }
     ~ThreadTest() override {
@@ -42,47 +41,34 @@ struct ThreadTest : testing::Test {
     pthread_attr_t* attr = nullptr;
 };
 
-void* plus_one(void* arg) {
-    return static_cast<char*>(arg) + 1;
-}
 void* exits(void* arg) {
     QENThreadYield();
     QENThreadExit(static_cast<char*>(arg) + 2);
 }
-
-TEST_F(ThreadTest, ValueOfAThreadReachesTheJoiner) {
-    char base[3];
-    const std::pair<void* (*)(void*), char*> cases[] = {{plus_one, base + 1}, {exits, base + 2}};
-    for (const auto& [body, expect] : cases) {
-        pthread_t tid;
-        void* value = nullptr;
-        ASSERT_EQ(0, QENThreadCreate(attr, &tid, body, base, 0));
-        EXPECT_EQ(0, QENThreadJoin(tid, &value));
-        EXPECT_EQ(expect, value);
-    }
-    EXPECT_THAT(reports, ElementsAre());
-}
-
 void* waits_for_lock(void* mutex) {
     QENMutexLock(static_cast<pthread_mutex_t*>(mutex));
     QENMutexUnlock(static_cast<pthread_mutex_t*>(mutex));
     return nullptr;
 }
 
-TEST_F(ThreadTest, JoinOfNoThreadOrADetachedOneIsReported) {
-    if (THREAD_SANITIZER) GTEST_SKIP();
+TEST_F(ThreadTest, JoinGivesTheValueAndReportsWhoCannotBeJoined) {
     static pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER; // outlives the thread
-    QENMutexLock(&mutex);
+    char base[3];
     pthread_t ended, detached;
+    void* value = nullptr;
+    QENMutexLock(&mutex);
     ASSERT_EQ(0, pthread_attr_setdetachstate(attr, PTHREAD_CREATE_DETACHED));
     ASSERT_EQ(0, QENThreadCreate(attr, &detached, waits_for_lock, &mutex, 0));
-    ASSERT_EQ(0, QENThreadCreate(nullptr, &ended, plus_one, nullptr, 0));
-    ASSERT_EQ(0, QENThreadJoin(ended, nullptr));
+    ASSERT_EQ(0, QENThreadCreate(nullptr, &ended, exits, base, 0));
+    EXPECT_EQ(0, QENThreadJoin(ended, &value));
+    EXPECT_EQ(base + 2, value);
+    EXPECT_THAT(reports, ElementsAre());
     const std::pair<pthread_t, int> cases[] = {
         {0, ESRCH}, {0x1000, ESRCH}, {~pthread_t{15}, ESRCH}, {ended, ESRCH}, {detached, EINVAL}};
     for (const auto& [tid, error] : cases) {
+        if (THREAD_SANITIZER) continue;
         reports.clear();
-        void* value = &value;
+        value = &value;
         EXPECT_EQ(error, QENThreadJoin(tid, &value));
         EXPECT_EQ(nullptr, value);
         const std::string id = std::to_string(tid);
@@ -95,27 +81,23 @@ TEST_F(ThreadTest, JoinOfNoThreadOrADetachedOneIsReported) {
 
 TEST_F(ThreadTest, FailuresAreReportedToTheLogOrElseTheSystemLog) {
     QENThreadInit(nullptr);
-    EXPECT_THAT(reports, ElementsAre("17357 QENThreadInit: Thread attributes object is NULL"));
-    reports.clear();
     ASSERT_EQ(0, pthread_attr_setstacksize(attr, size_t{1} << 46)); // no address space has that much left
     pthread_t tid;
-    EXPECT_EQ(-1, QENThreadCreate(attr, &tid, plus_one, nullptr, 0));
-    EXPECT_THAT(reports, ElementsAre("13162 QENThreadCreate: Could not create thread"));
+    EXPECT_EQ(-1, QENThreadCreate(attr, &tid, exits, nullptr, 0));
+    EXPECT_THAT(reports, ElementsAre("17357 QENThreadInit: Thread attributes object is NULL",
+                                     "13162 QENThreadCreate: Could not create thread"));
     EXPECT_TRUE(syslog_lines.empty());
-
     QENSetHooks({});
-    EXPECT_EQ(-1, QENThreadCreate(attr, &tid, plus_one, nullptr, 0));
+    EXPECT_EQ(-1, QENThreadCreate(attr, &tid, exits, nullptr, 0));
     ASSERT_EQ(1u, syslog_lines.size());
     EXPECT_EQ(LOG_WARNING, syslog_lines[0].priority);
     EXPECT_EQ("Could not create thread", syslog_lines[0].text);
-    QENThreadDeinit(&attr); // the fixture finds nothing left
 }
 
 TEST_F(ThreadTest, TsdKeysLiveUntilDeinit) {
     for (int round = 0; round < 2000; ++round) { // more than a process has keys
         ASSERT_EQ(0, QENThreadInitTsdKeys());
         ASSERT_EQ(0, QENThreadInitTsdKeys());
-        ASSERT_NE(qen_key_logfd, qen_key_logfile);
         ASSERT_EQ(nullptr, pthread_getspecific(qen_key_logfd));
         ASSERT_EQ(0, pthread_setspecific(qen_key_logfd, &round));
         QENThreadDeinit(nullptr);

@@ -1,3 +1,4 @@
+// Releases memory locks by a bare system call.
 #include "platform/unix/Linux/QENMemoryLocks.h"
 
 #include <sys/syscall.h>

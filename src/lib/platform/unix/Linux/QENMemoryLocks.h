@@ -1,3 +1,4 @@
+// Memory locks, which a child that runs a command must not keep.
 #pragma once
 
 // Releases the memory locks of the process; callable between fork and exec.

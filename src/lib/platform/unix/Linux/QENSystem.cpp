@@ -1,5 +1,6 @@
 // Identity of the process and of the host, and aligned memory, as Linux tells them.
 #include "platform/unix/QENBoundedCopy.h"
+#include "platform/unix/QENDescriptors.h"
 #include "platform/unix/QENPlatform.h"
 
 #include <cstdio>
@@ -36,7 +37,7 @@ int QENGetPid() {
 char* QENGetProcName() {
     char line[NAME_SIZE];
     std::snprintf(line, sizeof line, "/proc/%d/status", getpid());
-    const std::unique_ptr<FILE, FileCloser> file(std::fopen(line, "re"));
+    const std::unique_ptr<FILE, FileCloser> file(QENOpenStream(line, "r"));
     while (file != nullptr && std::fgets(line, sizeof line, file.get()) != nullptr) {
         if (std::strncmp(line, NAME_KEY, sizeof NAME_KEY - 1) != 0) continue;
         const char* name = line + sizeof NAME_KEY - 1;

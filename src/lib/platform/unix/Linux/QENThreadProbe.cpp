@@ -1,3 +1,4 @@
+// Asks the kernel whether a thread's control block can be read, without reading it.
 #include "platform/unix/Linux/QENThreadProbe.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// Judges thread ids before they are joined.
 #pragma once
 
 #include <pthread.h>
