@@ -10,6 +10,9 @@
 // The sanitizers bring operators of their own, which also check that new meets delete and new[] delete[]; a
 // program that is built with one keeps those.
 //
+// Without memory the plain forms end the process with a report, so that no caller of them has to think of it;
+// the nothrow forms give null, for callers that can answer.
+//
 // The over-aligned forms stay with the C++ library, which allocates and frees them by itself.
 #ifndef QEN_NO_GLOBAL_OPERATORS
 
@@ -26,11 +29,11 @@ void* operator new[](size_t size) {
 }
 
 void* operator new(size_t size, const std::nothrow_t&) noexcept {
-    return operator new(size);
+    return taq_mem.try_get(0, size, MEM_MISC);
 }
 
-void* operator new[](size_t size, const std::nothrow_t&) noexcept {
-    return operator new(size);
+void* operator new[](size_t size, const std::nothrow_t& nothrow) noexcept {
+    return operator new(size, nothrow);
 }
 
 void operator delete(void* p) noexcept {

@@ -1,5 +1,7 @@
+// Blocks with guards around malloc(), and the counters of the allocator.
 #include "primitives/memory/Memory.h"
 
+#include "platform/unix/Linux/QENSingleThreaded.h"
 #include "platform/unix/QENAssert.h"
 #include "platform/unix/QENPlatform.h"
 #include "primitives/memory/MemoryPoison.h"
@@ -11,8 +13,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <sys/single_threaded.h>
-#include <unistd.h>
 
 constinit Memory taq_mem;
 
@@ -92,9 +92,9 @@ inline void keep_stores(void* p) {
     asm volatile("" : : "r"(p) : "memory");
 }
 
-// The heap cannot be trusted any more: past stdio, which may allocate.
+// The heap cannot be trusted any more: not through stdio, which may allocate.
 [[noreturn, gnu::cold]] void stop(const char* what) {
-    (void)QENWriteAll(STDOUT_FILENO, what, std::strlen(what)); // nobody is left to hear of a failure
+    QENPutOutput(what);
     std::abort();
 }
 
@@ -121,30 +121,41 @@ inline void Memory::_account(int32_t bytes, int32_t blocks, int type) {
 // Locked additions would cost more than the rest of an allocation; until a second thread starts, plain ones
 // do.
 inline void Memory::_account(int32_t bytes, int32_t blocks, int type) {
-    if (__libc_single_threaded)
+    if (QENIsSingleThreaded())
         _account<true>(bytes, blocks, type);
     else
         _account<false>(bytes, blocks, type);
 }
 
-void* Memory::get(unsigned int align, size_t size, int type) {
+inline void* Memory::_get(unsigned int align, size_t size, int type) {
     QEN_CHECK_AS(type >= 0 && type < MEMORY_MAX_TYPES, "(type < MEMORY_MAX_TYPES)");
     const bool served = (align == 0 || align == 4 || align == 8) && size <= MAX_PAYLOAD;
     _throttle();
-    char* retp = served ? static_cast<char*>(std::malloc(LEAD + HEADER_SIZE + size + TRAILER_SIZE)) : nullptr;
-    QEN_CHECK(retp != NULL);
+    if (!served) return nullptr;
+    char* start = static_cast<char*>(std::malloc(LEAD + HEADER_SIZE + size + TRAILER_SIZE));
+    if (start == nullptr) return nullptr;
 
     const auto bytes = static_cast<uint32_t>(size);
     _account(static_cast<int32_t>(bytes), 1, type);
 
     const Header header = {HEADER_LIVE, bytes};
-    char* payload = retp + LEAD + HEADER_SIZE;
+    char* payload = start + LEAD + HEADER_SIZE;
     std::memcpy(payload - HEADER_SIZE, &header, HEADER_SIZE);
     std::memcpy(payload + size, &TRAILER_LIVE, TRAILER_SIZE);
     fill(payload, FILL_FRESH, size);
-    memory_poison(retp, LEAD + HEADER_SIZE);
+    memory_poison(start, LEAD + HEADER_SIZE);
     memory_poison(payload + size, TRAILER_SIZE);
     return payload;
+}
+
+void* Memory::get(unsigned int align, size_t size, int type) {
+    void* retp = _get(align, size, type);
+    QEN_CHECK(retp != NULL);
+    return retp;
+}
+
+void* Memory::try_get(unsigned int align, size_t size, int type) {
+    return _get(align, size, type);
 }
 
 void Memory::release(void* p, int type) {
@@ -174,13 +185,16 @@ void Memory::release(void* p, int type) {
     _account(static_cast<int32_t>(0 - header.size), -1, type);
 }
 
-// The count is taken back before the call, which may allocate and come here again; of threads that exceed the
-// threshold together, one calls back.
+// The callback may allocate: its calls count, but do not call back. Of several threads that exceed the
+// threshold together, one resets the count and calls back.
 void Memory::_call_back(void (*callback)(int)) {
+    static constinit thread_local bool is_calling = false;
     const int32_t threshold = _block_threshold.load(std::memory_order_relaxed);
-    if (add<false>(_block_count, 1) <= threshold) return;
+    if (add<false>(_block_count, 1) <= threshold || is_calling) return;
     if (_block_count.exchange(0, std::memory_order_relaxed) <= threshold) return;
+    is_calling = true;
     callback(_block_time.load(std::memory_order_relaxed));
+    is_calling = false;
     add<false>(_blocks, 1);
 }
 

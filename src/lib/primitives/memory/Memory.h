@@ -53,10 +53,11 @@ public:
     Memory(const Memory&) = delete;
     Memory& operator=(const Memory&) = delete;
 
-    // A new payload of `size` bytes, 16-byte aligned, to be freed with release(). align: 0, 4 or 8. Never
-    // null: a refused alignment, a size beyond 4 GiB less the guards, and exhausted memory are fatal, as is
-    // a type outside the table.
+    // A new payload of `size` bytes, 16-byte aligned, to be freed with release(). align: 0, 4 or 8. There is
+    // none for another alignment, for a size beyond 4 GiB less the guards, and when memory is exhausted: get
+    // ends the process then, try_get gives null. A type outside the table is fatal.
     [[nodiscard]] void* get(unsigned int align, size_t size, int type);
+    [[nodiscard]] void* try_get(unsigned int align, size_t size, int type);
 
     // Frees a payload; null is accepted. The counters of the type given here change, whatever get() was
     // given. A damaged header or trailer is named on standard output ("BAD header", "Unknown header", "BAD
@@ -65,7 +66,7 @@ public:
 
     // Registers a function that is called now and then, after QEN_BLOCK_THRESHOLD (75000) calls of get and
     // release, with the value of QEN_BLOCK_TIME (400); typically it pauses. Null ends that. The function may
-    // allocate.
+    // allocate; it is not called from within itself.
     static void block(void (*callback)(int));
 
     // Whether payloads are filled. On by default; stays on while ZORQ_MEMORY_CLOBBER is in the environment.
@@ -89,6 +90,7 @@ public:
 private:
     using counter = std::atomic<int32_t>;
 
+    void* _get(unsigned int align, size_t size, int type);
     template <bool SINGLE_THREADED>
     void _account(int32_t bytes, int32_t blocks, int type);
     void _account(int32_t bytes, int32_t blocks, int type);

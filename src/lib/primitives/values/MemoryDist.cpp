@@ -3,6 +3,7 @@
 #include "primitives/memory/Memory.h"
 #include "primitives/values/NVList.h"
 
+#include <cinttypes>
 #include <cstdio>
 
 NVList* Memory::dist(bool all) const {
@@ -25,9 +26,9 @@ NVList* Memory::dist(bool all) const {
     for (int type = 0; type < MEMORY_MAX_TYPES; ++type) {
         const auto [blocks, bytes] = types[type];
         if (!all && blocks == 0) continue;
+        const int64_t average = blocks != 0 ? int64_t{bytes} / blocks : 0; // bytes may be INT_MIN, blocks -1
         char text[64];
-        const int length = std::snprintf(text, sizeof text, "%8d\t%8d\t%8d", blocks,
-                                         blocks != 0 ? bytes / blocks : 0, bytes);
+        const int length = std::snprintf(text, sizeof text, "%8d\t%8" PRId64 "\t%8d", blocks, average, bytes);
         list->append(Mem_names[type], ValueElem::dup_str(text, static_cast<size_t>(length)), /*ref=*/0);
     }
     return list;
