@@ -1,3 +1,4 @@
+// Writing and reading a ring of strings.
 #include "primitives/values/CList.h"
 
 #include "platform/unix/QENAssert.h"

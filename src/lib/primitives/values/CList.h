@@ -2,7 +2,7 @@
 #pragma once
 
 #include "primitives/values/DList.h"
-#include "primitives/values/ValueElem.h"
+#include "primitives/values/ValueHolder.h"
 
 class CList;
 

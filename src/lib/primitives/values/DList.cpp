@@ -1,3 +1,4 @@
+// The checked operations of lists and links; the short ones stand in the header.
 #include "primitives/values/DList.h"
 
 #include "platform/unix/QENAssert.h"

@@ -90,19 +90,15 @@ public:
             _link_after(_tail, dlink);
     }
 
-    // Deletes every element, each a T, and empties the list. The elements' destructors see it empty.
+    // Deletes every element, each a T, from the head on. An element has left the list when its destructor
+    // runs, which may delete other elements of the list.
     template <class T>
     void delete_objects() {
-        DLink* link = _head;
-        int32_t left = _count;
-        _head = _tail = nullptr;
-        _count = 0;
-        for (; left > 0; --left) { // by count: a ring has no null end
-            DLink* following = link->_next;
-            link->_dlist = nullptr; // spares each link the work of leaving the list
+        while (DLink* link = _head) {
+            link->_leave();
             delete static_cast<T*>(link->_object);
-            link = following;
         }
+        _tail = nullptr;
     }
 
     int32_t count() const { return _count; }
@@ -125,6 +121,7 @@ private:
         dlink->_dlist = this;
     }
     void _link_only(DLink* dlink) {
+        _count = 0; // whatever set_head or set_tail has left behind
         _count_one(dlink);
         dlink->_next = dlink->_prev = nullptr; // may still show neighbours of a list that it has left
         _head = _tail = dlink;

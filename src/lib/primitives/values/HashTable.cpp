@@ -1,6 +1,8 @@
+// The hash functions, the registry of named tables, and the tables themselves.
 #include "primitives/values/HashTable.h"
 
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "platform/unix/QENAssert.h"
@@ -89,16 +91,14 @@ int HashTable::init(const char* namep, int32_t size, hf_t hashf) {
     QEN_CHECK(namep != NULL);
     QEN_CHECK(size > 0);
     QEN_CHECK(hashf != NULL);
-    char* name = ValueElem::dup_str(namep, strlen(namep)); // namep may be the name that _set_up frees
+    // namep may be the name that _release frees.
+    std::unique_ptr<char[]> name(ValueElem::dup_str(namep, strlen(namep)));
+    const bool is_taken = _Hash_hashtablep->_bucketsp != nullptr && HashTable_inquire(namep) != nullptr;
+    _release();
+    if (is_taken) return MSG_EEXISTS;
     _set_up(size, hashf);
-    const int result = _Hash_hashtablep->append(name, this, 1);
-    if (result == MSG_SOK) {
-        _name = name;
-    } else {
-        delete[] name;
-        _release();
-    }
-    return result;
+    _name = name.release();
+    return _Hash_hashtablep->append(_name, this, 1);
 }
 
 void HashTable::_set_up(int32_t size, hf_t hashf) {
@@ -118,6 +118,8 @@ void HashTable::_release() {
     if (_name != nullptr && HashTable_inquire(_name) == this) _Hash_hashtablep->remove(_name);
     delete[] _name;
     _name = nullptr;
+    // Entries go while all buckets stand: the end of a value may remove another entry.
+    for (int32_t i = 0; i < _size; ++i) _bucketsp[i].remove_all();
     delete[] _bucketsp;
     _bucketsp = nullptr;
     _size = 0;

@@ -1,3 +1,4 @@
+// A hash table of numbers under one lock.
 #include "primitives/values/IntHashTable.h"
 
 #include <cstring>

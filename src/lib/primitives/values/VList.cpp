@@ -1,3 +1,4 @@
+// Searching, comparing, packing and rendering a list of values.
 #include "primitives/values/VList.h"
 
 #include <algorithm>
@@ -19,6 +20,16 @@ const char* text_of(const VElem* velemp) {
     return s != nullptr ? s : "";
 }
 
+// How many characters fit a string that concat made: 255 less those that it holds. 0 for any other element,
+// also when the string was given away or its text does not agree with its balance.
+int32_t packed_room(const VElem* velemp) {
+    if (velemp == nullptr || velemp->vtype() != VTYPE_STR || velemp->ref() != 0) return 0;
+    const int32_t room = velemp->bal();
+    if (room <= 0 || room > PACKED_CHARS || velemp->getstr() == nullptr) return 0;
+    const auto used = static_cast<size_t>(PACKED_CHARS - room);
+    return strnlen(velemp->getstr(), used + 1) == used ? room : 0;
+}
+
 // snprintf into what is left of the buffer; `used` counts the characters that are really there.
 template <class... Args>
 void render(char* buf, size_t& used, const char* format, Args... args) {
@@ -38,6 +49,12 @@ VElem* VElem::_link_before(VElem* fresh) {
     QEN_CHECK(_dlink.dlist() != NULL);
     _dlink.insert(&fresh->_dlink);
     return fresh;
+}
+
+VElem* VElem::append(const ValueElem* src) {
+    VElem* velemp = append();
+    velemp->set(src);
+    return velemp;
 }
 
 char* VElem::collapse() const {
@@ -92,9 +109,9 @@ VList* VList::deep_dup() const {
 void VList::concat(const char* s) {
     size_t remaining = s != nullptr ? strlen(s) : 0;
     VElem* last = tail();
-    int32_t room = last != nullptr && last->vtype() == VTYPE_STR ? last->bal() : 0;
+    int32_t room = packed_room(last);
     while (remaining > 0) {
-        if (room <= 0) {
+        if (room == 0) {
             char* packed = new char[PACKED_CHARS + 1];
             packed[0] = '\0';
             last = append(packed, 0);

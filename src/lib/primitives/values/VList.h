@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #include "primitives/values/DList.h"
-#include "primitives/values/ValueElem.h"
+#include "primitives/values/ValueHolder.h"
 
 // One element of a VList. It owns its value unless the value was stored with reference flag 1. An element
 // is made by the operations of a list; deleting it takes it out of its list.
@@ -28,6 +28,9 @@ public:
     requires CellValue<V...> VElem* append(V... value) { return _link_after(new VElem(value...)); }
     template <class... V>
     requires CellValue<V...> VElem* insert(V... value) { return _link_before(new VElem(value...)); }
+
+    // A new element with a deep copy of *src (ValueElem::set) directly after this one.
+    VElem* append(const ValueElem* src);
 
     // As ValueElem::compare.
     int compare(const VElem* other, bool case_sensitive) const {
@@ -95,7 +98,7 @@ public:
     VList* deep_dup() const;
 
     // Appends text packed into owned strings of 255 characters each. The last one is filled up first when
-    // concat made it; its bal() is the number of characters that still fit.
+    // concat made it and the list still owns it; its bal() is the number of characters that still fit.
     void concat(const char* s);
 
     // The three below return a new array that the caller frees with delete[].

@@ -14,6 +14,7 @@
 #include "primitives/values/HashTable.h"
 #include "primitives/values/NVList.h"
 #include "primitives/values/VList.h"
+#include "primitives/values/ValueArray.h"
 
 namespace {
 

@@ -1,11 +1,8 @@
-// The typed value cell that every list element, name-value entry and hash-table entry embeds, and arrays
-// of such cells.
+// The typed value cell that every list element, name-value entry and hash-table entry embeds.
 #pragma once
 
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 #include "primitives/memory/Pooled.h"
 
@@ -70,21 +67,21 @@ public:
     ValueElem(const ValueElem&) = delete;
     ValueElem& operator=(const ValueElem&) = delete;
 
-    // Each frees the current value if owned and stores the new one; size and bal become 0. The number
-    // forms leave the reference flag as it was.
+    // Each frees the current value if owned and stores the new one; size and bal become 0. A pointer that the
+    // cell holds already is not freed. The number forms leave the reference flag as it was.
     void set() { _delete_val(); }
     void set(int value) { _renew(VTYPE_S32)._s32 = value; }
     void set(short value) { _renew(VTYPE_S16)._s16 = value; }
     void set(char value) { set(static_cast<signed char>(value)); }
     void set(signed char value) { _renew(VTYPE_S8)._s8 = value; }
-    void set(const char* value, int ref) { _renew(VTYPE_STR, ref)._cp = const_cast<char*>(value); }
-    void set(void* value, int ref) { _renew(VTYPE_PTR, ref)._vp = value; }
-    void set(VList* value, int ref) { _renew(VTYPE_VLIST, ref)._vlist = value; }
-    void set(NVList* value, int ref) { _renew(VTYPE_NVLIST, ref)._nvlist = value; }
-    void set(ValueArray* value, int ref) { _renew(VTYPE_ARRAY, ref)._array = value; }
-    void set(HashTable* value, int ref) { _renew(VTYPE_HASH, ref)._hash = value; }
-    void set(MsgStruct* value, int ref) { _renew(VTYPE_MSG, ref)._msg = value; }
-    void set(BusinessObject* value, int ref) { _renew(VTYPE_OBJECT, ref)._obj = value; }
+    void set(const char* value, int ref) { _renew(VTYPE_STR, ref, value)._cp = const_cast<char*>(value); }
+    void set(void* value, int ref) { _renew(VTYPE_PTR, ref, value)._vp = value; }
+    void set(VList* value, int ref) { _renew(VTYPE_VLIST, ref, value)._vlist = value; }
+    void set(NVList* value, int ref) { _renew(VTYPE_NVLIST, ref, value)._nvlist = value; }
+    void set(ValueArray* value, int ref) { _renew(VTYPE_ARRAY, ref, value)._array = value; }
+    void set(HashTable* value, int ref) { _renew(VTYPE_HASH, ref, value)._hash = value; }
+    void set(MsgStruct* value, int ref) { _renew(VTYPE_MSG, ref, value)._msg = value; }
+    void set(BusinessObject* value, int ref) { _renew(VTYPE_OBJECT, ref, value)._obj = value; }
 
     // Replaces the value with an owned deep copy of src's and takes over its auxtype and atype, adding its
     // otype bits. A raw pointer is copied by its size(). Arrays, hash tables and objects have no copy: the
@@ -155,20 +152,20 @@ private:
 
     ValueElem(vtype_t vtype, int ref) : _vtype(vtype), _ref(ref != 0) {}
 
-    void _delete_val() {
-        if (_vtype >= VTYPE_STR && _ref == 0 && _value._vp != nullptr) _free_owned();
+    void _delete_val(const void* kept = nullptr) {
+        if (_vtype >= VTYPE_STR && _ref == 0 && _value._vp != kept) _free_owned();
         _vtype = VTYPE_NULL;
     }
-    Value& _renew(vtype_t vtype) {
-        _delete_val();
+    Value& _renew(vtype_t vtype, const void* kept = nullptr) {
+        _delete_val(kept);
         _vtype = vtype;
         _size = _bal = 0;
         return _value;
     }
-    Value& _renew(vtype_t vtype, int ref) {
-        Value& value = _renew(vtype);
+    Value& _renew(vtype_t vtype, int ref, const void* value) {
+        Value& renewed = _renew(vtype, value);
         _ref = ref != 0;
-        return value;
+        return renewed;
     }
     void _free_owned();
     void _assign(const ValueElem& src);
@@ -182,66 +179,4 @@ private:
     int32_t _size = 0;
     int32_t _bal = 0;
     Value _value;
-};
-
-// What a cell can be made of: nothing, a number, or a pointer followed by its reference flag. Containers
-// take their values as such arguments, so that they have exactly the overloads of ValueElem.
-template <class... V>
-concept CellValue = std::is_constructible_v<ValueElem, V...>;
-template <class T>
-concept CellNumber = CellValue<T> && !std::is_pointer_v<T>;
-template <class P>
-concept CellPointer = std::is_pointer_v<P> && CellValue<P, int>;
-
-// The value operations of an element E that embeds a cell and gives access to it with value().
-template <class E>
-class ValueHolder {
-public:
-    uint8_t vtype() const { return _cell().vtype(); }
-    int ref() const { return _cell().ref(); }
-    ValueElemScope vscope() const { return _cell().vscope(); }
-    int32_t size() const { return _cell().size(); }
-    int32_t bal() const { return _cell().bal(); }
-    void set_ref(int ref) { _cell().set_ref(ref); }
-    void set_vscope(ValueElemScope scope) { _cell().set_vscope(scope); }
-    void set_size(int32_t size) { _cell().set_size(size); }
-    void set_bal(int32_t bal) { _cell().set_bal(bal); }
-
-    int8_t gets8() const { return _cell().gets8(); }
-    int16_t gets16() const { return _cell().gets16(); }
-    int32_t gets32() const { return _cell().gets32(); }
-    char* getstr() const { return _cell().getstr(); }
-    void* getptr() const { return _cell().getptr(); }
-    VList* getvlist() const { return _cell().getvlist(); }
-    NVList* getnvlist() const { return _cell().getnvlist(); }
-    ValueArray* getarray() const { return _cell().getarray(); }
-    HashTable* gethash() const { return _cell().gethash(); }
-    MsgStruct* getmsg() const { return _cell().getmsg(); }
-    BusinessObject* getobject() const { return _cell().getobject(); }
-
-    // As ValueElem::set, all its forms.
-    template <class... V>
-    requires CellValue<V...>
-    void set(V... value) { _cell().set(value...); }
-    void set(const ValueElem* src) { _cell().set(src); }
-
-private:
-    ValueElem& _cell() { return *static_cast<E*>(this)->value(); }
-    const ValueElem& _cell() const { return *static_cast<const E*>(this)->value(); }
-};
-
-// A fixed number of cells, each empty at first. The array owns its cells.
-class ValueArray : public Pooled<MEM_VALUEARRAY> {
-public:
-    explicit ValueArray(int n); // a negative n counts as 0
-    ~ValueArray() { delete[] _elemp; }
-    ValueArray(const ValueArray&) = delete;
-    ValueArray& operator=(const ValueArray&) = delete;
-
-    int32_t count() const { return _count; }
-    ValueElem* value(int i) const { return i >= 0 && i < _count ? &_elemp[i] : nullptr; } // null outside
-
-private:
-    int32_t _count;
-    ValueElem* _elemp; // owned
 };

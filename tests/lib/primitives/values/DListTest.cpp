@@ -73,6 +73,12 @@ TEST(DListDeath, MisuseNamesTheBrokenRule) {
     EXPECT_DEATH(list.insert(&elsewhere), "expression \\(dlink->_dlist == NULL\\)");
     EXPECT_DEATH(list.insert_at(&alone, &elsewhere), "expression \\(location->_dlist == this\\)");
     EXPECT_DEATH(alone.unlink(), "expression \\(_dlist != NULL\\)");
+
+    DLink first;
+    list.append(&first);
+    list.set_tail(nullptr); // whose list starts anew
+    list.append(&alone);
+    EXPECT_EQ(list.count(), 1);
 }
 
 } // namespace

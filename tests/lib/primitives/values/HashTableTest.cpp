@@ -64,7 +64,10 @@ TEST(HashTable, RegistryFollowsTheTables) {
     EXPECT_EQ(HashTable_inquire("T"), first.get());
     first.reset();
     EXPECT_EQ(second.init("t", 4, ht_func), MSG_SOK); // the name and the table are good again
-    EXPECT_EQ(second.init(second.name(), 8, ht_func), MSG_SOK);
+    EXPECT_EQ(second.init(second.name(), 8, ht_func), MSG_EEXISTS)
+        << "a name is taken, also by the table itself";
+    EXPECT_EQ(HashTable_inquire("t"), nullptr);
+    EXPECT_EQ(second.init("t", 8, ht_func), MSG_SOK);
 
     // Tables outlive the registry, and do not take a namesake out of the next one.
     HashTable::destroy();

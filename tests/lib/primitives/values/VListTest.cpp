@@ -9,8 +9,10 @@ using testing::ElementsAre;
 TEST(VList, ElementsAreFoundAddedAroundAndDeleted) {
     VList list;
     VElem* b = list.append_copy("bcd", 1);
-    VElem* upper = b->append("C", 1);
+    ValueElem copied("C", 1);
+    VElem* upper = b->append(&copied);
     VElem* lower = upper->append("c", 1);
+    EXPECT_NE(upper->getstr(), copied.getstr());
     b->insert("a", 1);
     EXPECT_THAT(strings_of(list), ElementsAre("a", "b", "C", "c"));
     EXPECT_EQ(list.inquire(3), list.tail());
@@ -51,6 +53,18 @@ TEST(VList, ConcatFillsStringsOf255Characters) {
         EXPECT_EQ(strlen(list.tail()->getstr()) + static_cast<size_t>(list.tail()->bal()), 255u);
     }
     EXPECT_EQ(list.count(), 1 + (1532 + 254) / 255);
+
+    const std::unique_ptr<NVList> names(
+        list.convertToNVList(true, nullptr)); // the strings are no longer the list's
+    list.concat("x");
+    EXPECT_STREQ(list.tail()->getstr(), "x");
+    EXPECT_EQ(list.tail()->bal(), 254);
+    for (const int32_t bal :
+         {255, 256, 1000, INT32_MAX, -1, 253}) { // none agrees with a text of one character
+        list.tail()->set_bal(bal);
+        list.concat("x");
+        EXPECT_EQ(list.tail()->bal(), 254) << bal;
+    }
 }
 
 TEST(VList, RenderingsCutAtTheirBuffer) {

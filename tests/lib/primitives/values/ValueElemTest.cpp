@@ -1,8 +1,11 @@
 #include "primitives/values/ValueElem.h"
 
+#include <functional>
+
 #include "ValuesSupport.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/values/HashTable.h"
+#include "primitives/values/ValueArray.h"
 
 namespace {
 
@@ -34,6 +37,32 @@ TEST(ValueElem, OwnedValuesEndOnceAndReferredToOnesStay) {
         delete outer;
         EXPECT_EQ(ends, 4);
     }
+}
+
+// Its end ends another element too.
+struct Chained : BusinessObject {
+    explicit Chained(std::function<void()> end) : _end(std::move(end)) {}
+    ~Chained() override { _end(); }
+    const char* object_label() const override { return "Chained"; }
+    std::function<void()> _end;
+};
+
+TEST(ValueElem, TheEndOfAnElementMayEndOthersOfItsContainer) {
+    int ends = 0;
+    auto* list = new VList;
+    auto* names = new NVList;
+    HashTable table;
+    table.init(3, [](int32_t, const char* key) { return *key - '0'; });
+    list->append(new Chained([&] { delete list->head(), delete list->tail(); }), 0);
+    names->append("0", new Chained([&] { names->remove("1"); }), 0);
+    table.append("0", new Chained([&] { table.remove("2"); }), 0);
+    table.append("1", new Chained([&] { table.remove("0"); }), 0);
+    for (const char* name : {"1", "2"}) names->append(name, new Probe(&ends), 0);
+    for (int i = 0; i < 3; ++i) list->append(new Probe(&ends), 0);
+    table.append("2", new Probe(&ends), 0);
+    delete list, delete names;
+    table.init(1, ht_func);
+    EXPECT_EQ(ends, 6);
 }
 
 TEST(ValueElem, DeepCopyIsIndependentAndCarriesTheAnnotations) {
@@ -68,6 +97,7 @@ TEST(ValueElem, DeepCopyIsIndependentAndCarriesTheAnnotations) {
 
     to.set(to.getvlist()->head()->value()); // the source lies inside the target
     to.set(&to);
+    to.set(to.getstr(), 0);
     EXPECT_STREQ(to.getstr(), "deep");
 }
 
