@@ -15,7 +15,7 @@ std::FILE* open(const uint8_t* data, size_t size) {
 }
 
 void read_entries(std::FILE* fp, size_t size) {
-    std::string name, value;
+    i18n_string name, value;
     size_t entries = 0;
     int rc;
     while ((rc = get_next_entry(fp, &name, &value)) == I18N_SOK) {

@@ -56,6 +56,11 @@ TEST_F(Catalog, FindsEveryCategory) {
     }
 }
 
+// The record of message 2 becomes so long.
+CatalogBuilder longer(CatalogBuilder file, uint32_t size, char fill) {
+    return file.put32(92, size).damage([=](std::string& bytes) { bytes.resize(96 + size, fill); });
+}
+
 // Two messages: header 0 to 63, range table 64 to 75, slots 76 to 83, records from 84 ("abc" with its
 // length, 8 bytes) and 92 ("%s" with its length, 7 bytes).
 TEST_F(Catalog, DamageHasItsResult) {
@@ -78,6 +83,10 @@ TEST_F(Catalog, DamageHasItsResult) {
         {"length one beyond the file", CatalogBuilder(good).put32(92, 4), {"abc", "<4>"}},
         {"length 2^31 - 1", CatalogBuilder(good).put32(92, 0x7FFFFFFF), {"abc", "<4>"}},
         {"no NUL at the end", CatalogBuilder(good).put32(84, 3), {"<4>", "???"}},
+        {"longer than can be shown", longer(good, 4095, '\0'), {"abc", "<1>"}},
+        {"likewise, no NUL at the end", longer(good, 4095, 'x'), {"abc", "<4>"}},
+        {"65536 ranges", longer(good, 0xC0000, 0).put32(92, 3).put32(32, 65536), {"abc", "???"}},
+        {"65537 ranges", longer(good, 0xC0000, 0).put32(92, 3).put32(32, 65537), {"<6>", "<6>"}},
         {"NUL inside", CatalogBuilder(good).flip(89, 'b'), {"a", "???"}},
         {"range backwards", CatalogBuilder(good).put32(64, 2).put32(68, 1), {"<3>", "<3>"}},
         {"range over all numbers", CatalogBuilder(good).put32(64, 0).put32(68, 0xFFFFFFFF), {"???", "<4>"}},
@@ -91,7 +100,7 @@ TEST_F(Catalog, DamageHasItsResult) {
         testing::internal::CaptureStdout();
         i18nPrintStats(&handle);
         EXPECT_NE(std::string::npos, testing::internal::GetCapturedStdout().find("text buffer: 1024"))
-            << "no length that the file cannot hold makes the buffer grow";
+            << "no length makes the buffer grow that the file does not hold or a line cannot show";
         good.write(tree().dir() + "core.bmc");
         if (c.expect[0] == "<6>"s) {
             EXPECT_EQ("abc", text(25, 1)) << "a catalog that failed is tried again";

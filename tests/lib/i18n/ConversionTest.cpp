@@ -68,6 +68,24 @@ TEST_F(Conversion, TextsWithoutArgumentsAreKeptConverted) {
     EXPECT_EQ(I18N_SOK, i18nFormatSafeTo(&handle, 25, 1, nullptr, 0, line, 2, &len));
 }
 
+TEST_F(Conversion, SettledEarlyAnOpenReadsItsFilesLater) {
+    i18nSettings settings;
+    setenv("QENI18N_LANG", "ja", 1);
+    std::setlocale(LC_ALL, "ja_JP.eucJP");
+    ASSERT_EQ(I18N_SOK, i18nSettle(&settings, root.c_str(), nullptr));
+    setenv("QENI18N_LANG", "de", 1);
+    std::setlocale(LC_ALL, "ja_JP.SJIS");
+    EXPECT_EQ(I18N_ENODIR, i18nOpenSettled(&handle, settings, "KORE"));
+    for (const char* lang : {"ja", "en"})
+        tree(lang).catalog("core", 25, CatalogBuilder().text(1, HIRAGANA_A)).write();
+    ASSERT_EQ(I18N_SOK, i18nOpenSettled(&handle, settings, "KORE"));
+    EXPECT_EQ("\xA4\xA2", text(25, 1));
+    i18nClose(&handle);
+    settings.lang = "en";
+    ASSERT_EQ(I18N_SOK, i18nOpenSettled(&handle, settings, "KORE"));
+    EXPECT_EQ(HIRAGANA_A, text(25, 1));
+}
+
 // The environment decides when the locale is a composite, and may name any codeset.
 TEST_F(Conversion, CodesetsThatChangeAsciiAreConvertedWhole) {
     setenv("LC_MESSAGES", "ja_JP.IBM037", 1);

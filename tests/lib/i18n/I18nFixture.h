@@ -25,7 +25,8 @@ protected:
     void TearDown() override {
         i18nClose(&handle);
         std::setlocale(LC_ALL, "C");
-        std::filesystem::remove_all(root);
+        std::error_code ignored;
+        std::filesystem::remove_all(root, ignored);
     }
 
     CatalogTree tree(const std::string& language = "en") const { return {root, language}; }

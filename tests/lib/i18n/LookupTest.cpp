@@ -64,6 +64,9 @@ TEST_F(Lookup, CallersBufferBoundsTheText) {
         EXPECT_EQ(cap < 5 ? "" : "<abc>", std::string(line, len));
         EXPECT_EQ('#', line[cap]);
     }
+    size_t len = 99;
+    EXPECT_EQ(I18N_EBUFSIZE, i18nFormatSafeTo(&handle, 25, 1, &arg, 1, nullptr, 99, &len));
+    EXPECT_EQ(0u, len);
 }
 
 TEST_F(Lookup, OtherFormsReturnTheTextTheirWay) {
@@ -95,7 +98,9 @@ std::set<std::string> open_catalogs() {
         const auto target = std::filesystem::read_symlink(entry.path(), gone);
         if (target.extension() != ".bmc") continue;
         names.insert(target.stem());
-        EXPECT_NE(0, fcntl(std::stoi(entry.path().filename()), F_GETFD) & FD_CLOEXEC);
+        const int fd = std::stoi(entry.path().filename());
+        EXPECT_NE(0, fcntl(fd, F_GETFD) & FD_CLOEXEC);
+        EXPECT_GT(fd, STDERR_FILENO);
     }
     return names;
 }
@@ -105,6 +110,8 @@ TEST_F(Lookup, LeastUsedOfSixCatalogsIsClosed) {
     for (const char* name : {"a", "b", "c", "d", "e", "f", "g"})
         t.catalog(name, static_cast<u32>(*name), CatalogBuilder().text(1, name).text(2, name).text(3, name));
     t.write();
+    const int standard_input = dup(STDIN_FILENO);
+    close(STDIN_FILENO); // the place of the next descriptor
     ASSERT_EQ(I18N_SOK, open());
     char* p;
     s32 size;
@@ -128,6 +135,8 @@ TEST_F(Lookup, LeastUsedOfSixCatalogsIsClosed) {
     EXPECT_EQ(5, i18nGetOpenHandleCount(&handle));
     i18nClose(&handle);
     EXPECT_EQ(std::set<std::string>{}, open_catalogs());
+    dup2(standard_input, STDIN_FILENO);
+    close(standard_input);
 }
 
 TEST_F(Lookup, SeenTextsNeedNoFile) {

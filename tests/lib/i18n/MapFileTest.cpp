@@ -40,10 +40,12 @@ TEST(MapEntry, IsReadFromItsLines) {
     };
     for (const auto& c : cases) {
         FILE* fp = fmemopen(const_cast<char*>(c.text.data()), c.text.size(), "rb");
-        std::string name, value;
+        i18n_string name, value;
         const int rc = get_next_entry(fp, &name, &value);
         fclose(fp);
-        EXPECT_EQ(c.expect, rc == I18N_SOK ? name + "|" + value : "<" + std::to_string(rc) + ">") << c.name;
+        EXPECT_EQ(c.expect, rc == I18N_SOK ? std::string(name.c_str()) + "|" + value.c_str()
+                                           : "<" + std::to_string(rc) + ">")
+            << c.name;
     }
 }
 

@@ -7,7 +7,7 @@
 int bmc_create_table(const char* root_pathp, const char* langp, const char* modulep, bmc_table* tablep) {
     tablep->clear();
     if (!i18n_checkdir(root_pathp)) return I18N_ENODIR;
-    const std::string messages_path = std::string(root_pathp) + "/" + BMC_MESSAGES_DIR + "/";
+    const i18n_string messages_path = i18n_string(root_pathp) + "/" + BMC_MESSAGES_DIR + "/";
     if (!i18n_checkdir(messages_path.c_str())) return I18N_ENODIR;
     return bmcmap_process_map(messages_path.c_str(), langp, modulep, tablep);
 }
@@ -16,7 +16,7 @@ int bmc_initialize(bmc_t* bmcp, i18n_file* filep) {
     i18n_file file;
     uint8_t bytes[BMC_HEADER_SIZE];
     bmc_header_t header;
-    std::vector<bmc_range_t> ranges;
+    i18n_vector<bmc_range_t> ranges;
     if (!file.open(bmcp->_pathp.c_str())) return I18N_EBMC;
     if (file.read_at(0, bytes, sizeof bytes) != sizeof bytes) return I18N_EBMC;
     if (!bmc_decode_header(bytes, &header)) return I18N_EBMC;
@@ -33,10 +33,11 @@ int bmc_initialize(bmc_t* bmcp, i18n_file* filep) {
 }
 
 int range_create_table(const i18n_file& file, u32 tab_range_address, u32 count,
-                       std::vector<bmc_range_t>* tablep) {
+                       i18n_vector<bmc_range_t>* tablep) {
     constexpr size_t CHUNK = 256; // records of one read
     uint8_t bytes[CHUNK * BMC_RANGE_SIZE];
     tablep->clear();
+    if (count > BMC_RANGES_MAX) return I18N_EBMC;
     if (!file.holds(tab_range_address, uint64_t{count} * BMC_RANGE_SIZE)) return I18N_EBMC;
     tablep->reserve(count);
     uint64_t offset = tab_range_address;
@@ -72,7 +73,7 @@ int bmc_find_ndx(const bmc_table& table, u32 category, s32* ndxp) {
     return I18N_EFAIL;
 }
 
-const bmc_range_t* range_find(const std::vector<bmc_range_t>& table, u32 msg_id) {
+const bmc_range_t* range_find(const i18n_vector<bmc_range_t>& table, u32 msg_id) {
     if (table.empty()) return nullptr;
     if (table.front().holds(msg_id)) return &table.front();
     if (table.back().holds(msg_id)) return &table.back();
@@ -96,7 +97,11 @@ int get_bmc_msg(const i18n_file& file, uint64_t slot_offset, char* buffer, size_
     // Sizes are reported as s32, and a length that the file cannot hold must not make the buffer grow.
     if (size == 0 || size > INT32_MAX || !file.holds(record + BMC_LENGTH_SIZE, size)) return I18N_EBADHANDLE;
     *sizep = size;
-    if (size > buffsize) return I18N_EBUFSIZE;
-    if (file.read_at(record + BMC_LENGTH_SIZE, buffer, size) != size) return I18N_EBADHANDLE;
+    const uint64_t text = record + BMC_LENGTH_SIZE;
+    if (size > buffsize) {
+        char last = 'x';
+        return file.read_at(text + size - 1, &last, 1) == 1 && last == '\0' ? I18N_EBUFSIZE : I18N_EBADHANDLE;
+    }
+    if (file.read_at(text, buffer, size) != size) return I18N_EBADHANDLE;
     return buffer[size - 1] == '\0' ? I18N_SOK : I18N_EBADHANDLE;
 }

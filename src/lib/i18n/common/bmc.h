@@ -1,13 +1,12 @@
 // The catalogs of one module: the table that the map file gives, and the reading of one catalog file.
-// Lack of memory shows as std::bad_alloc here; the public set makes I18N_ENOMEM of it.
+// Exhausted memory shows as std::bad_alloc here; the public set makes I18N_ENOMEM of it.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
-#include <vector>
 
 #include "i18n/common/bmc_format.h"
+#include "i18n/common/i18n_memory.h"
 #include "i18n/common/i18n_types.h"
 #include "i18n/unix/i18n_file.h"
 
@@ -23,14 +22,14 @@ struct bmc_t {
     u32 _category = 0;
     u32 _msg_id_min = 0;
     u32 _msg_id_max = 0;
-    std::string _versionp;
-    std::string _pathp;
-    std::vector<bmc_range_t> _range_table;
+    i18n_string _versionp;
+    i18n_string _pathp;
+    i18n_vector<bmc_range_t> _range_table;
 };
 
 // Ascending by category; the map file promises that, and a search in a table that breaks the promise finds
 // less.
-using bmc_table = std::vector<bmc_t>;
+using bmc_table = i18n_vector<bmc_t>;
 
 // Builds the table of a module from its map file. Results: I18N_SOK; I18N_ENODIR when the root or its
 // "messages" is no directory; the map reader's codes. On failure the table is empty.
@@ -41,18 +40,19 @@ int bmc_create_table(const char* root_pathp, const char* langp, const char* modu
 // unchanged.
 int bmc_initialize(bmc_t* bmcp, i18n_file* filep);
 
-// Reads `count` records of the range table. I18N_EBMC: they are not all in the file. Nothing is
-// allocated before their size was compared with the file's.
+// Reads `count` records of the range table. I18N_EBMC: more than BMC_RANGES_MAX, or not all in the file; both
+// are checked before anything is allocated.
 int range_create_table(const i18n_file& file, u32 tab_range_address, u32 count,
-                       std::vector<bmc_range_t>* tablep);
+                       i18n_vector<bmc_range_t>* tablep);
 
 // Index of the catalog of a category. I18N_EFAIL: none, *ndxp is -1. I18N_EBMC: empty table.
 int bmc_find_ndx(const bmc_table& table, u32 category, s32* ndxp);
 
 // The range that holds a number, or null.
-const bmc_range_t* range_find(const std::vector<bmc_range_t>& table, u32 msg_id);
+const bmc_range_t* range_find(const i18n_vector<bmc_range_t>& table, u32 msg_id);
 
 // Reads the message record that the slot at slot_offset refers to. I18N_SOK: *sizep bytes at buffer, the
-// last of them a NUL. I18N_ENOTFOUND: empty slot. I18N_EBUFSIZE: the record has *sizep bytes, more than
-// buffsize. I18N_EBADHANDLE: slot or record outside the file, length 0, no NUL at the end.
+// last of them a NUL. I18N_ENOTFOUND: empty slot. I18N_EBUFSIZE: the text has *sizep bytes, more than
+// buffsize, and only its last byte was read. I18N_EBADHANDLE: slot or record outside the file, length 0, no
+// NUL at the end.
 int get_bmc_msg(const i18n_file& file, uint64_t slot_offset, char* buffer, size_t buffsize, u32* sizep);

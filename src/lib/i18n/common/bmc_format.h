@@ -40,8 +40,7 @@ inline constexpr size_t BMC_RANGE_SIZE = 12;
 inline constexpr size_t BMC_SLOT_SIZE = 4;
 inline constexpr size_t BMC_LENGTH_SIZE = 4; // length word of a message record
 inline constexpr uint32_t BMC_EMPTY_SLOT = 0xFFFFFFFFu;
-inline constexpr uint32_t BMC_MSG_ID_MAX = 65535;   // highest message number that is ever looked up
-inline constexpr uint32_t BMC_CATEGORY_MAX = 65535; // likewise the highest category
+inline constexpr uint32_t BMC_RANGES_MAX = 65536; // one for each message number; a table of more is refused
 
 // The interpreted fields of the header, in file order.
 struct bmc_header_t {

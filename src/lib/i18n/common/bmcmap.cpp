@@ -19,7 +19,7 @@ struct stream_closer {
 
 // Reads one line, or the first BMCMAP_LINE_MAX bytes of a longer one. A piece counts only when
 // something follows it, a newline or the rest of its line.
-int read_piece(std::FILE* fp, std::string* linep) {
+int read_piece(std::FILE* fp, i18n_string* linep) {
     linep->clear();
     for (;;) {
         const int c = ::getc_unlocked(fp);
@@ -35,18 +35,18 @@ int read_piece(std::FILE* fp, std::string* linep) {
 }
 
 // Reads the next line that is neither blank nor a comment, without the blanks around it.
-int read_line(std::FILE* fp, std::string* linep) {
+int read_line(std::FILE* fp, i18n_string* linep) {
     for (;;) {
         if (int rc = read_piece(fp, linep)) return rc;
         const size_t first = linep->find_first_not_of(BLANKS);
-        if (first == std::string::npos || (*linep)[first] == '#' || (*linep)[first] == '!') continue;
+        if (first == i18n_string::npos || (*linep)[first] == '#' || (*linep)[first] == '!') continue;
         linep->erase(linep->find_last_not_of(BLANKS) + 1);
         linep->erase(0, first);
         return I18N_SOK;
     }
 }
 
-void split(std::string_view line, std::string* namep, std::string* valuep) {
+void split(std::string_view line, i18n_string* namep, i18n_string* valuep) {
     line.remove_prefix(std::min(line.find_first_not_of(SEPARATORS), line.size()));
     const size_t separator = line.find_first_of(SEPARATORS);
     namep->assign(line.substr(0, separator));
@@ -67,18 +67,18 @@ size_t count_names(std::string_view value) {
 }
 
 // Numbers as atol reads them, of which the low 32 bits count.
-u32 number_of(const std::string& value) {
+u32 number_of(const i18n_string& value) {
     return static_cast<u32>(std::strtol(value.c_str(), nullptr, /*base=*/10));
 }
 
 // An entry that must be there.
-int require_entry(std::FILE* fp, std::string* namep, std::string* valuep) {
+int require_entry(std::FILE* fp, i18n_string* namep, i18n_string* valuep) {
     const int rc = get_next_entry(fp, namep, valuep);
     return rc == I18N_EEOF ? static_cast<int>(I18N_EBMC) : rc;
 }
 
 int read_number(std::FILE* fp, u32* numberp) {
-    std::string name, value;
+    i18n_string name, value;
     if (int rc = require_entry(fp, &name, &value)) return rc;
     if (value.empty()) return I18N_EBMC;
     *numberp = number_of(value);
@@ -86,11 +86,11 @@ int read_number(std::FILE* fp, u32* numberp) {
 }
 
 // Reads the four entries of one catalog.
-int read_group(std::FILE* fp, const std::string& lang_dir, bmc_t* bmcp) {
-    std::string name;
+int read_group(std::FILE* fp, const i18n_string& lang_dir, bmc_t* bmcp) {
+    i18n_string name;
     if (int rc = require_entry(fp, &name, &bmcp->_versionp)) return rc;
-    const std::string base = name.substr(0, name.find('.'));
-    if (base.empty() || base.find('/') != std::string::npos) return I18N_EBMC; // would leave the directory
+    const i18n_string base = name.substr(0, name.find('.'));
+    if (base.empty() || base.find('/') != i18n_string::npos) return I18N_EBMC; // would leave the directory
     if (bmcp->_versionp.empty()) return I18N_EBMC;
     bmcp->_pathp = lang_dir + base + BMC_EXTENSION;
 
@@ -104,7 +104,7 @@ bool names_a_directory(std::string_view lang) {
     return !lang.empty() && lang != "." && lang != ".." && lang.find('/') == std::string_view::npos;
 }
 
-int read_groups(std::FILE* fp, const std::string& lang_dir, size_t count, bmc_table* tablep) {
+int read_groups(std::FILE* fp, const i18n_string& lang_dir, size_t count, bmc_table* tablep) {
     bmc_table table;
     for (size_t i = 0; i < count; ++i)
         if (int rc = read_group(fp, lang_dir, &table.emplace_back())) return rc;
@@ -114,9 +114,9 @@ int read_groups(std::FILE* fp, const std::string& lang_dir, size_t count, bmc_ta
 
 } // namespace
 
-int get_next_entry(std::FILE* fp, std::string* namep, std::string* valuep) {
+int get_next_entry(std::FILE* fp, i18n_string* namep, i18n_string* valuep) {
     if (fp == nullptr) return I18N_EBMC;
-    std::string line;
+    i18n_string line;
     if (int rc = read_line(fp, &line)) return rc;
     bool continues = line.back() == CONTINUES;
     if (continues) line.pop_back();
@@ -131,9 +131,9 @@ int get_next_entry(std::FILE* fp, std::string* namep, std::string* valuep) {
     return I18N_SOK;
 }
 
-int bmcmap_read(std::FILE* fp, const std::string& lang_dir, const char* langp, const char* modulep,
+int bmcmap_read(std::FILE* fp, const i18n_string& lang_dir, const char* langp, const char* modulep,
                 bmc_table* tablep) {
-    std::string name, value;
+    i18n_string name, value;
     tablep->clear();
     if (int rc = require_entry(fp, &name, &value)) return rc;
     if (!i18n_equal_nocase(name, BMCMAP_LANGUAGE)) return I18N_EBMC;
@@ -151,7 +151,7 @@ int bmcmap_process_map(const char* messages_pathp, const char* langp, const char
     tablep->clear();
     if (messages_pathp == nullptr) return I18N_EINVAL;
     if (langp == nullptr || !names_a_directory(langp)) return I18N_ENOLANG;
-    const std::string lang_dir = std::string(messages_pathp) + langp + "/";
+    const i18n_string lang_dir = i18n_string(messages_pathp) + langp + "/";
     if (!i18n_checkdir(lang_dir.c_str())) return I18N_ENOLANG;
     if (modulep == nullptr) return I18N_EBMC;
 

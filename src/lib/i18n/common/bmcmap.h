@@ -24,7 +24,6 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <string>
 
 #include "i18n/common/bmc.h"
 
@@ -39,12 +38,12 @@ inline constexpr char BMC_MESSAGES_DIR[] = "messages"; // below the catalog root
 // Reads the next entry of an open map file. Results: I18N_SOK; I18N_EEOF when the file ends first, in the
 // middle of a continued entry included; I18N_EBMC for a null file, a value over BMCMAP_VALUE_MAX bytes
 // or a NUL byte. Other results than I18N_SOK leave name and value unspecified.
-int get_next_entry(std::FILE* fp, std::string* namep, std::string* valuep);
+int get_next_entry(std::FILE* fp, i18n_string* namep, i18n_string* valuep);
 
 // Reads an open map file of the given language and module; the catalogs' files lie in lang_dir, which
 // ends with "/". Results: I18N_SOK and the catalogs in the order of the map; I18N_EBMC malformed;
 // I18N_ELANGMISMATCH another language. On failure the table is empty.
-int bmcmap_read(std::FILE* fp, const std::string& lang_dir, const char* langp, const char* modulep,
+int bmcmap_read(std::FILE* fp, const i18n_string& lang_dir, const char* langp, const char* modulep,
                 bmc_table* tablep);
 
 // Finds and reads the map file of a module below messages_path ("<root>/messages/"). Beside the results of

@@ -12,19 +12,20 @@
 namespace {
 
 // Fills a new record; on failure it is deleted as far as it got. Throws std::bad_alloc.
-int open_record(i18n_t* i18np, const char* pathp, const char* modulep, const char* langp) {
-    i18np->_langp = langp;
+int open_record(i18n_t* i18np, const i18nSettings& settings, const char* modulep) {
+    i18np->_langp = settings.lang;
     i18np->_modulep = modulep == nullptr ? "" : modulep;
-    i18np->_bmc_root_pathp = pathp;
-    if (i18n_conv_open(langp, /*codeset=*/nullptr, &i18np->_cd, &i18np->_need_conversion) != 0)
+    i18np->_bmc_root_pathp = settings.root;
+    const char* const lang = settings.lang.c_str();
+    if (i18n_conv_open(lang, settings.codeset.c_str(), &i18np->_cd, &i18np->_need_conversion) != 0)
         return I18N_ECONVOPEN;
-    if (i18np->_need_conversion) i18np->_traits = i18n_conv_traits_of(i18n_lang_get_system_codeset());
+    if (i18np->_need_conversion) i18np->_traits = i18n_conv_traits_of(settings.codeset);
 
-    i18np->_conv_bufferp = std::make_unique<char[]>(I18N_CONV_BUFFSIZE);
+    i18np->_conv_bufferp.reset(i18n_checked(new (std::nothrow) char[I18N_CONV_BUFFSIZE]()));
     i18np->_conv_buffsize = I18N_CONV_BUFFSIZE;
-    i18np->_bmc_bufferp = std::make_unique<char[]>(I18N_BMC_BUFFSIZE);
+    i18np->_bmc_bufferp.reset(i18n_checked(new (std::nothrow) char[I18N_BMC_BUFFSIZE]()));
     i18np->_bmc_buffsize = I18N_BMC_BUFFSIZE;
-    return bmc_create_table(pathp, langp, modulep, &i18np->_bmc_tablep);
+    return bmc_create_table(settings.root.c_str(), lang, modulep, &i18np->_bmc_tablep);
 }
 
 } // namespace
@@ -43,22 +44,39 @@ void i18n_assertion_failed(const char* file, int line) {
     std::abort();
 }
 
-int i18nOpen(void** i18nhp, const char* pathp, const char* modulep, const char* langp) {
+int i18nSettle(i18nSettings* settingsp, const char* pathp, const char* langp) {
     if (pathp == nullptr) return I18N_EINVAL;
-    if (i18nhp == nullptr) return I18N_EBADHANDLE;
     char lang[I18N_LANG_SIZE];
     if (langp == nullptr || *langp == '\0') {
         (void)i18n_determine_lang(lang, sizeof lang); // always 0
         langp = lang;
     }
     try {
-        auto i18np = std::make_unique<i18n_t>();
-        if (int rc = open_record(i18np.get(), pathp, modulep, langp)) return rc;
+        settingsp->root = pathp;
+        settingsp->lang = langp;
+        settingsp->codeset = i18n_lang_get_system_codeset();
+        return I18N_SOK;
+    } catch (const std::bad_alloc&) {
+        return I18N_ENOMEM;
+    }
+}
+
+int i18nOpenSettled(void** i18nhp, const i18nSettings& settings, const char* modulep) {
+    if (i18nhp == nullptr) return I18N_EBADHANDLE;
+    try {
+        std::unique_ptr<i18n_t> i18np(i18n_checked(new (std::nothrow) i18n_t));
+        if (int rc = open_record(i18np.get(), settings, modulep)) return rc;
         *i18nhp = i18np.release();
         return I18N_SOK;
     } catch (const std::bad_alloc&) {
         return I18N_ENOMEM;
     }
+}
+
+int i18nOpen(void** i18nhp, const char* pathp, const char* modulep, const char* langp) {
+    i18nSettings settings;
+    if (int rc = i18nSettle(&settings, pathp, langp)) return rc;
+    return i18nOpenSettled(i18nhp, settings, modulep);
 }
 
 int i18nClose(void** i18nhp) {
@@ -74,10 +92,10 @@ int i18nChangeLang(void** i18nhp, const char* langp) {
     if (i18np == nullptr) return I18N_EBADHANDLE;
     if (langp != nullptr && i18np->_langp == langp) return I18N_SOK;
     try {
-        const std::string wanted = langp != nullptr ? langp : ""; // may be a text of the handle
-        const std::string lang = i18np->_langp;
-        const std::string module = i18np->_modulep;
-        const std::string root = i18np->_bmc_root_pathp;
+        const i18n_string wanted = langp != nullptr ? langp : ""; // may be a text of the handle
+        const i18n_string lang = i18np->_langp;
+        const i18n_string module = i18np->_modulep;
+        const i18n_string root = i18np->_bmc_root_pathp;
         (void)i18nClose(i18nhp); // the handle is open
         if (i18nOpen(i18nhp, root.c_str(), module.c_str(), wanted.c_str()) == I18N_SOK) return I18N_SOK;
         (void)i18nOpen(i18nhp, root.c_str(), module.c_str(), lang.c_str()); // else the handle stays null

@@ -24,17 +24,34 @@
 #include <cstddef>
 #include <string_view>
 
+#include "i18n/common/i18n_id.h"
+#include "i18n/common/i18n_memory.h"
 #include "i18n/common/i18n_types.h"
 
-inline constexpr size_t I18N_MAX_ARGS = 6;          // arguments of a text
-inline constexpr size_t I18N_CONV_BUFFSIZE = 4096;  // bytes of the longest finished text, its NUL included
-inline constexpr u32 I18N_SEVERITY_CATALOG = 65534; // messages 0 to 4 are the names of the severities
+inline constexpr size_t I18N_MAX_ARGS = 6;         // arguments of a text
+inline constexpr size_t I18N_CONV_BUFFSIZE = 4096; // bytes of the longest finished text, its NUL included
 
 // Opens the catalogs of modulep under the catalog root pathp in the language langp; null or "" takes the
 // language from the environment (QENI18N_LANG, then the locale). Only the map file is read here.
 // Results: I18N_SOK and *i18nhp set; else *i18nhp is unchanged: I18N_EINVAL null root, I18N_EBADHANDLE null
 // i18nhp, I18N_ECONVOPEN, I18N_ENOMEM, I18N_ENODIR, I18N_ENOLANG, I18N_EBMC, I18N_ELANGMISMATCH.
 int i18nOpen(void** i18nhp, const char* pathp, const char* modulep, const char* langp);
+
+// What an open takes from its surroundings. Settled early, it allows to read files late: a change of the
+// environment or the locale in between does not matter.
+struct i18nSettings {
+    i18n_string root;    // catalog root
+    i18n_string lang;    // may be replaced, for instance to try English after another language
+    i18n_string codeset; // to which texts are converted
+};
+
+// Settles root and language as i18nOpen would, and the system codeset. Reads no file. I18N_SOK; I18N_EINVAL
+// null root; I18N_ENOMEM. On failure *settingsp is unspecified.
+int i18nSettle(i18nSettings* settingsp, const char* pathp, const char* langp);
+
+// Opens the catalogs of modulep with settings made before; results as for i18nOpen. i18nChangeLang settles
+// the codeset anew, as it opens anew.
+int i18nOpenSettled(void** i18nhp, const i18nSettings& settings, const char* modulep);
 
 // Closes a handle and sets it to null; every text that it returned is gone. I18N_EFAIL: no handle.
 int i18nClose(void** i18nhp);
@@ -48,8 +65,8 @@ int i18nChangeLang(void** i18nhp, const char* langp);
 // text's specifiers, or text and arguments exceed I18N_CONV_BUFFSIZE, the text comes with "???" for each.
 // I18N_SOK: *msgp is the NUL-terminated text, valid until the next lookup, i18nChangeLang or i18nClose on
 // this handle; *sizep is its length in bytes, the NUL included. Other results set *msgp null and *sizep 0:
-// I18N_ESPECCOUNT more than six specifiers, or the text alone is too long; I18N_ECONV; I18N_ENOTFOUND;
-// I18N_EBADHANDLE; I18N_EBMC; I18N_ENOMEM.
+// I18N_ESPECCOUNT more than six specifiers, or the text alone is too long (then it is not even read);
+// I18N_ECONV; I18N_ENOTFOUND; I18N_EBADHANDLE; I18N_EBMC; I18N_ENOMEM.
 int i18nGetSafeMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, const char* arg1p = nullptr,
                    const char* arg2p = nullptr, const char* arg3p = nullptr, const char* arg4p = nullptr,
                    const char* arg5p = nullptr, const char* arg6p = nullptr);
@@ -61,8 +78,9 @@ int i18nGetSafeMsgViews(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* s
 
 // The same straight into the caller's buffer: on I18N_SOK *lenp bytes of text, without a NUL, stand at
 // dst. The results are those of i18nGetSafeMsgViews, and I18N_EBUFSIZE when the text has more than cap bytes;
-// that cannot happen with a cap of I18N_CONV_BUFFSIZE - 1 or more. On failure *lenp is 0 and dst may have
-// been overwritten. Texts that the handle returned earlier are no longer valid.
+// that cannot happen with a cap of I18N_CONV_BUFFSIZE - 1 or more. A null dst has room for nothing. On
+// failure *lenp is 0 and dst may have been overwritten. Texts that the handle returned earlier are no longer
+// valid.
 int i18nFormatSafeTo(void** i18nhp, u32 catID, u32 msgID, const std::string_view* argv, size_t argc,
                      char* dst, size_t cap, size_t* lenp);
 
@@ -86,7 +104,8 @@ int i18nGetSafeUTF8Msg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* si
                        const char* arg1p = nullptr, const char* arg2p = nullptr, const char* arg3p = nullptr,
                        const char* arg4p = nullptr, const char* arg5p = nullptr, const char* arg6p = nullptr);
 
-// Looks a text up and returns it as it is stored, specifiers included (converted to the system codeset).
+// Looks a text up and returns it as it is stored, specifiers included (converted to the system codeset). A
+// text that needs no conversion may be as long as its file.
 int i18nGetSimpleMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep);
 
 // Look a text up and put the caller's arguments in, all of type const char*, without a check of their number:

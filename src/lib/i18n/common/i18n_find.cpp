@@ -22,34 +22,35 @@ void evict(i18n_t* i18np, i18n_mru_t* slotp) {
     --i18np->_open_handles;
 }
 
-// Reads the record of a slot into the raw text buffer, which grows when it is too small.
-int read_record(i18n_t* i18np, const i18n_file& file, uint64_t slot_offset, u32* sizep) {
+// Reads the record of a slot into the raw text buffer, which grows for a text of up to `longest` bytes.
+int read_record(i18n_t* i18np, const i18n_file& file, uint64_t slot_offset, size_t longest, u32* sizep) {
     int rc = get_bmc_msg(file, slot_offset, i18np->_bmc_bufferp.get(), i18np->_bmc_buffsize, sizep);
     if (rc != I18N_EBUFSIZE) return rc;
+    if (*sizep > longest) return I18N_ESPECCOUNT;
     const size_t buffsize = *sizep + I18N_BMC_BUFFSLACK;
-    i18np->_bmc_bufferp.reset(new char[buffsize]);
+    i18np->_bmc_bufferp.reset(i18n_checked(new (std::nothrow) char[buffsize]));
     i18np->_bmc_buffsize = buffsize;
     rc = get_bmc_msg(file, slot_offset, i18np->_bmc_bufferp.get(), buffsize, sizep);
     return rc == I18N_EBUFSIZE ? static_cast<int>(I18N_EBADHANDLE) : rc; // somebody writes to the file
 }
 
-int read_text(i18n_t* i18np, u32 catID, u32 msgID, i18n_text* textp) {
+int read_text(i18n_t* i18np, u32 catID, u32 msgID, size_t longest, i18n_text* textp) {
     const i18n_file* filep = nullptr;
     if (bmc_find_ndx(i18np->_bmc_tablep, catID, &textp->_bmc_ndx) != I18N_SOK) return I18N_ENOTFOUND;
     if (int rc = i18n_get_bmc_filehandle(i18np, textp->_bmc_ndx, &filep)) return rc;
     const bmc_t& bmc = i18np->_bmc_tablep[static_cast<size_t>(textp->_bmc_ndx)];
     const bmc_range_t* rangep = range_find(bmc._range_table, msgID);
     if (rangep == nullptr) return I18N_ENOTFOUND;
-    if (int rc = read_record(i18np, *filep, rangep->slot_of(msgID), &textp->_record_size)) return rc;
+    const uint64_t slot = rangep->slot_of(msgID);
+    if (int rc = read_record(i18np, *filep, slot, longest, &textp->_record_size)) return rc;
     textp->_text = i18np->_bmc_bufferp.get(); // up to the first NUL; the last byte is one
     textp->_spec_count = i18n_count_string_specifiers(textp->_text);
     return I18N_SOK;
 }
 
-int read_and_keep(i18n_t* i18np, u32 catID, u32 msgID, i18n_text** textpp) {
+int read_and_keep(i18n_t* i18np, u32 catID, u32 msgID, size_t longest, i18n_text** textpp) {
     i18n_text text;
-    const int rc = read_text(i18np, catID, msgID, &text);
-    if (rc != I18N_SOK) return rc;
+    if (int rc = read_text(i18np, catID, msgID, longest, &text)) return rc;
     *textpp = i18np->_texts.keep(catID, msgID, text);
     if (*textpp != nullptr) return I18N_SOK;
     i18np->_passing = std::move(text);
@@ -83,10 +84,10 @@ int i18n_get_bmc_filehandle(i18n_t* i18np, s32 ndx, const i18n_file** filepp) {
     return I18N_SOK;
 }
 
-int i18n_find_new_text(i18n_t* i18np, u32 catID, u32 msgID, i18n_text** textpp) {
+int i18n_find_new_text(i18n_t* i18np, u32 catID, u32 msgID, size_t longest, i18n_text** textpp) {
     if (i18np->_bmc_tablep.empty()) return I18N_EBADHANDLE;
     try {
-        return read_and_keep(i18np, catID, msgID, textpp);
+        return read_and_keep(i18np, catID, msgID, longest, textpp);
     } catch (const std::bad_alloc&) {
         return I18N_ENOMEM;
     }

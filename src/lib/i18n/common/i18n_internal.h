@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <string>
 
 #include "i18n/common/bmc.h"
 #include "i18n/common/i18n.h"
@@ -35,9 +34,9 @@ struct i18n_t {
     i18n_conv _cd = nullptr;                 // meaningful when _need_conversion
     i18n_conv_traits _traits;                // of the system codeset, likewise
     i18n_mru_t _mru_list[I18N_MRU_COUNT];
-    std::string _bmc_root_pathp;
-    std::string _langp;
-    std::string _modulep;
+    i18n_string _bmc_root_pathp;
+    i18n_string _langp;
+    i18n_string _modulep;
     std::unique_ptr<char[]> _conv_bufferp; // formatted or converted text
     size_t _conv_buffsize = 0;
     std::unique_ptr<char[]> _bmc_bufferp; // raw text of a record; grows, never shrinks
@@ -58,13 +57,15 @@ inline i18n_t* i18n_record(void** i18nhp) {
 int i18n_get_bmc_filehandle(i18n_t* i18np, s32 ndx, const i18n_file** filepp);
 
 // The text of a message that the handle does not keep, which it does from then on if it can.
-int i18n_find_new_text(i18n_t* i18np, u32 catID, u32 msgID, i18n_text** textpp);
+int i18n_find_new_text(i18n_t* i18np, u32 catID, u32 msgID, size_t longest, i18n_text** textpp);
 
-// The text of a message. The record stays valid until the next call on the handle. Results: I18N_SOK,
-// I18N_ENOTFOUND, I18N_EBADHANDLE (no catalogs, damaged record), I18N_EBMC, I18N_ENOMEM.
-inline int i18n_find_text(i18n_t* i18np, u32 catID, u32 msgID, i18n_text** textpp) {
+// The text of a message, for a caller that has no use for one of more than `longest` bytes, its NUL included.
+// The record stays valid until the next call on the handle. Results: I18N_SOK, I18N_ENOTFOUND,
+// I18N_EBADHANDLE (no catalogs, damaged record), I18N_EBMC, I18N_ENOMEM, I18N_ESPECCOUNT (the text is longer
+// and was not read).
+inline int i18n_find_text(i18n_t* i18np, u32 catID, u32 msgID, size_t longest, i18n_text** textpp) {
     *textpp = i18np->_texts.find(catID, msgID);
-    if (*textpp == nullptr) return i18n_find_new_text(i18np, catID, msgID, textpp);
+    if (*textpp == nullptr) return i18n_find_new_text(i18np, catID, msgID, longest, textpp);
     // The use of a kept text counts for its catalog as if it had been read.
     const s32 slot = i18np->_bmc_tablep[static_cast<size_t>((*textpp)->_bmc_ndx)]._mru_ndx;
     if (slot >= 0) ++i18np->_mru_list[slot]._hits;

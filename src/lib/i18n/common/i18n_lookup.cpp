@@ -15,6 +15,10 @@ struct arguments {
     size_t _argc;
 };
 
+// Most bytes of a text, its NUL included, that arguments_fit accepts without arguments.
+constexpr size_t LONGEST_SAFE_TEXT = I18N_CONV_BUFFSIZE - 2;
+constexpr size_t ANY_LENGTH = SIZE_MAX;
+
 constexpr std::string_view all_missing[I18N_MAX_ARGS] = {I18N_MISSING_ARG, I18N_MISSING_ARG,
                                                          I18N_MISSING_ARG, I18N_MISSING_ARG,
                                                          I18N_MISSING_ARG, I18N_MISSING_ARG};
@@ -33,11 +37,11 @@ bool arguments_fit(const i18n_t& i18n, const i18n_text& text, arguments args) {
 // Finds a text for a safe lookup. Arguments that do not fit it are replaced by as many "???" as it has
 // specifiers.
 int find_safe_text(i18n_t* i18np, u32 catID, u32 msgID, arguments* argsp, i18n_text** textpp) {
-    if (int rc = i18n_find_text(i18np, catID, msgID, textpp)) return rc;
+    if (int rc = i18n_find_text(i18np, catID, msgID, LONGEST_SAFE_TEXT, textpp)) return rc;
     if (arguments_fit(*i18np, **textpp, *argsp)) return I18N_SOK;
     if ((*textpp)->_spec_count > I18N_MAX_ARGS) return I18N_ESPECCOUNT;
     // The second attempt is a lookup of its own and counts as another use of the catalog.
-    if (int rc = i18n_find_text(i18np, catID, msgID, textpp)) return rc;
+    if (int rc = i18n_find_text(i18np, catID, msgID, LONGEST_SAFE_TEXT, textpp)) return rc;
     *argsp = {all_missing, (*textpp)->_spec_count};
     return arguments_fit(*i18np, **textpp, *argsp) ? I18N_SOK : I18N_ESPECCOUNT;
 }
@@ -149,7 +153,7 @@ int get_unsafe(void** i18nhp, u32 catID, u32 msgID, target to, char** msgp, s32*
     i18n_t* i18np = i18n_record(i18nhp);
     i18n_text* textp = nullptr;
     if (i18np == nullptr) return fail(I18N_EBADHANDLE, msgp, sizep);
-    if (int rc = i18n_find_text(i18np, catID, msgID, &textp)) return fail(rc, msgp, sizep);
+    if (int rc = i18n_find_text(i18np, catID, msgID, ANY_LENGTH, &textp)) return fail(rc, msgp, sizep);
 
     std::string_view argv[I18N_MAX_ARGS];
     size_t argc = 0;
@@ -189,7 +193,7 @@ bool format_directly(const i18n_t& i18n, const i18n_text& text, arguments args, 
 int copy_out(const char* text, size_t size, char* dst, size_t cap, size_t* lenp) {
     const size_t len = size == 0 ? 0 : size - 1;
     if (len > cap) return I18N_EBUFSIZE;
-    std::memcpy(dst, text, len);
+    if (len > 0) std::memcpy(dst, text, len); // dst may be null
     *lenp = len;
     return I18N_SOK;
 }
@@ -221,6 +225,7 @@ int i18nFormatSafeTo(void** i18nhp, u32 catID, u32 msgID, const std::string_view
     i18n_text* textp = nullptr;
     arguments args{argv, std::min(argc, I18N_MAX_ARGS)};
     *lenp = 0;
+    if (dst == nullptr) cap = 0;
     if (i18np == nullptr) return I18N_EBADHANDLE;
     if (int rc = find_safe_text(i18np, catID, msgID, &args, &textp)) return rc;
 
@@ -235,7 +240,7 @@ int i18nGetTemplate(void** i18nhp, u32 catID, u32 msgID, i18nTemplate* templatep
     i18n_t* i18np = i18n_record(i18nhp);
     i18n_text* textp = nullptr;
     if (i18np == nullptr) return I18N_EBADHANDLE;
-    if (int rc = i18n_find_text(i18np, catID, msgID, &textp)) return rc;
+    if (int rc = i18n_find_text(i18np, catID, msgID, LONGEST_SAFE_TEXT, &textp)) return rc;
     const size_t fixed = textp->_record_size + size_t{2}; // for arguments_fit
     const bool converts = i18np->_need_conversion;
     if (converts && !converts_to_itself(i18np->_traits, textp->_text)) return I18N_EFAIL;
@@ -250,7 +255,7 @@ int i18nGetSimpleMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* size
     i18n_t* i18np = i18n_record(i18nhp);
     i18n_text* textp = nullptr;
     if (i18np == nullptr) return fail(I18N_EBADHANDLE, msgp, sizep);
-    if (int rc = i18n_find_text(i18np, catID, msgID, &textp)) return fail(rc, msgp, sizep);
+    if (int rc = i18n_find_text(i18np, catID, msgID, ANY_LENGTH, &textp)) return fail(rc, msgp, sizep);
     return finish_unformatted(i18np, SYSTEM_CODESET, *textp, msgp, sizep);
 }
 

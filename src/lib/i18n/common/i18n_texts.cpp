@@ -10,11 +10,11 @@ i18n_text* i18n_texts::keep(u32 catID, u32 msgID, const i18n_text& text) {
     for (i18n_scanner scanner(text._text); scanner.next(&pieces[count]);)
         if (++count > KEPT_PIECES_MAX) return nullptr;
 
-    auto kept = std::make_unique<i18n_text>();
+    std::unique_ptr<i18n_text> kept(i18n_checked(new (std::nothrow) i18n_text));
     kept->_bmc_ndx = text._bmc_ndx;
     kept->_record_size = text._record_size;
     kept->_spec_count = text._spec_count;
-    kept->_ownedp = std::make_unique<char[]>(text._record_size);
+    kept->_ownedp.reset(i18n_checked(new (std::nothrow) char[text._record_size]));
     std::memcpy(kept->_ownedp.get(), text._text.data(), text._record_size);
     kept->_text = {kept->_ownedp.get(), text._text.size()};
     kept->_pieces.assign(pieces, pieces + count);

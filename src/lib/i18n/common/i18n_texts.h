@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
-#include <vector>
 
 #include "i18n/common/i18n_format.h"
+#include "i18n/common/i18n_memory.h"
 #include "i18n/common/i18n_types.h"
 
 // One message record. What is said of "kept" texts holds for those in the cache; any other refers to the
@@ -18,7 +18,7 @@ struct i18n_text {
     size_t _spec_count = 0;
     std::string_view _text;              // up to the first NUL of the record
     std::unique_ptr<char[]> _ownedp;     // kept: the whole record
-    std::vector<i18n_piece> _pieces;     // kept: its pieces
+    i18n_vector<i18n_piece> _pieces;     // kept: its pieces
     std::unique_ptr<char[]> _convertedp; // kept, without specifiers: in the system codeset, once converted
     size_t _converted_size = 0;          // bytes of it, its NUL included
 

@@ -8,9 +8,20 @@
 
 namespace {
 
+constexpr int FIRST_KEPT = STDERR_FILENO + 1;
+
+// Moves a descriptor off the standard streams, which a daemon may have closed: what it reads from "standard
+// input" must not be a catalog. This room stands on the C library alone, so it has its own such function.
+int keep(int fd) {
+    if (fd < 0 || fd >= FIRST_KEPT) return fd;
+    const int kept = ::fcntl(fd, F_DUPFD_CLOEXEC, FIRST_KEPT);
+    (void)::close(fd); // only read
+    return kept;
+}
+
 // A descriptor of a regular file and its size, or -1. Without O_NONBLOCK a FIFO would hold the caller.
 int open_regular(const char* path, uint64_t* sizep) {
-    const int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    const int fd = keep(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (fd < 0) return -1;
     struct stat st;
     if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_size < 0) {
