@@ -1,8 +1,8 @@
+// After all sources are parsed, before anything is written: judges each text as the lookup will use it.
 #include "Checker.h"
 
 #include "i18n/common/i18n.h"
 #include "i18n/common/i18n_format.h"
-#include "i18n/unix/i18n_conv.h"
 
 #include <algorithm>
 #include <string_view>
@@ -70,7 +70,6 @@ bool has_room(std::string_view text) {
 }
 
 const char* fault_of_text(std::string_view text) {
-    if (!i18n_is_utf8(text)) return "not valid UTF-8";
     if (const char* reason = fault_of_specifiers(text)) return reason;
     if (!has_room(text)) return "the text and its arguments do not fit 4096 bytes";
     return nullptr;
@@ -80,49 +79,33 @@ std::string name_of(uint32_t category, uint32_t number) {
     return "message " + std::to_string(number) + " of set " + std::to_string(category);
 }
 
-bool check_against(uint32_t category, uint32_t number, const Message& message, const Message* reference,
+void check_against(uint32_t category, uint32_t number, const Message& message, const Message* reference,
                    Diagnostics& faults) {
-    if (!reference) {
-        faults.add(message.pos, name_of(category, number) + " is not in the reference");
-        return false;
-    }
+    if (!reference) return faults.add(message.pos, name_of(category, number) + " is not in the reference");
     const size_t has = i18n_count_string_specifiers(message.text);
     const size_t wants = i18n_count_string_specifiers(reference->text);
-    if (has == wants) return true;
+    if (has == wants) return;
     faults.add(message.pos, name_of(category, number) + " has " + std::to_string(has) +
                                 " specifiers, the reference " + std::to_string(wants));
-    return false;
 }
 
 } // namespace
 
-bool check_texts(const Messages& messages, Diagnostics& faults) {
-    bool good = true;
-    for (const auto& [category, set] : messages) {
-        for (const auto& [number, message] : set) {
-            const char* reason = fault_of_text(message.text);
-            if (!reason) continue;
-            faults.add(message.pos, name_of(category, number) + ": " + reason);
-            good = false;
-        }
-    }
-    return good;
-}
-
-bool check_translation(const Messages& messages, const Messages& reference, Diagnostics& faults) {
-    bool good = true;
+void check_texts(const Messages& messages, Diagnostics& faults) {
     for (const auto& [category, set] : messages)
         for (const auto& [number, message] : set)
-            good &=
-                check_against(category, number, message, find_message(reference, category, number), faults);
-    for (const auto& [category, set] : reference) {
-        for (const auto& [number, message] : set) {
-            if (find_message(messages, category, number)) continue;
-            faults.add(message.pos, name_of(category, number) + " has no translation");
-            good = false;
-        }
-    }
-    return good;
+            if (const char* reason = fault_of_text(message.text))
+                faults.add(message.pos, name_of(category, number) + ": " + reason);
+}
+
+void check_translation(const Messages& messages, const Messages& reference, Diagnostics& faults) {
+    for (const auto& [category, set] : messages)
+        for (const auto& [number, message] : set)
+            check_against(category, number, message, find_message(reference, category, number), faults);
+    for (const auto& [category, set] : reference)
+        for (const auto& [number, message] : set)
+            if (!find_message(messages, category, number))
+                faults.add(message.pos, name_of(category, number) + " has no translation");
 }
 
 } // namespace gencat

@@ -6,13 +6,12 @@
 
 namespace gencat {
 
-// Every text: valid UTF-8, room for it and its arguments, no specifier but %s, %1$s to %6$s and %%, no
-// more than six, the two forms not mixed, each position up to the highest used exactly once. False when
-// anything was reported.
-bool check_texts(const Messages& messages, Diagnostics& faults);
+// Every text: room for it and its arguments, no specifier but %s, %1$s to %6$s and %%, no
+// more than six, the two forms not mixed, each position up to the highest used exactly once.
+void check_texts(const Messages& messages, Diagnostics& faults);
 
 // A translation against its reference: the same messages, each with as many specifiers. A message that is
 // missing is reported at its place in the reference.
-bool check_translation(const Messages& messages, const Messages& reference, Diagnostics& faults);
+void check_translation(const Messages& messages, const Messages& reference, Diagnostics& faults);
 
 } // namespace gencat

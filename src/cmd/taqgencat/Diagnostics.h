@@ -1,26 +1,34 @@
-// Faults of sources, in the order in which they were found.
+// What the parser and the checker say about sources: faults, for which nothing is written, and warnings.
 #pragma once
 
 #include "Messages.h"
 
 #include <cstddef>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace gencat {
 
 class Diagnostics {
 public:
-    void add(const SourcePos& pos, const std::string& reason) {
+    void add(const SourcePos& pos, const std::string& fault) {
+        _append(pos, fault);
+        _has_faults = true;
+    }
+    void warn(const SourcePos& pos, const std::string& reason) { _append(pos, "warning: " + reason); }
+
+    bool has_faults() const { return _has_faults; }
+    const std::vector<std::string>& lines() const {
+        return _lines;
+    } // "file:line: reason", as they were found
+
+private:
+    void _append(const SourcePos& pos, const std::string& reason) {
         _lines.push_back(*pos.file + ":" + std::to_string(pos.line) + ": " + reason);
     }
 
-    bool empty() const { return _lines.empty(); }
-    const std::vector<std::string>& lines() const { return _lines; } // "file:line: reason"
-
-private:
     std::vector<std::string> _lines;
+    bool _has_faults = false;
 };
 
 } // namespace gencat

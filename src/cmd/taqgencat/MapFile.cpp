@@ -1,14 +1,16 @@
+// Lists the catalogs of a module for the reader in i18n/common/bmcmap.cpp.
 #include "MapFile.h"
 
-#include "i18n/common/bmcmap.h"
-
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace gencat {
 
 namespace {
 
 constexpr char CATALOG_VERSION[] = "1.0";
+constexpr char SHORT_NAME[] = "x";
 
 bool is_plain_name(std::string_view name, size_t max) {
     return !name.empty() && name.size() <= max && std::all_of(name.begin(), name.end(), [](char c) {
@@ -17,28 +19,38 @@ bool is_plain_name(std::string_view name, size_t max) {
     });
 }
 
+// The names in the module's entry. The reader only counts them, so when the catalogs' own ones do not fit one
+// value, each is a single letter.
+std::vector<std::string> names_of(const std::string& module, const Messages& messages) {
+    std::vector<std::string> names;
+    size_t value = 0;
+    for (const auto& [category, set] : messages) {
+        names.push_back(catalog_base_name(module, category));
+        value += names.back().size() + (names.size() > 1 ? 1 : 0);
+    }
+    if (value > BMCMAP_VALUE_MAX) names.assign(names.size(), SHORT_NAME);
+    return names;
+}
+
 // Appends names to the entry begun in map, continued over as many lines as their length needs. On the
 // first line the reader drops the backslash, on the others it turns it into the blank between two names.
-size_t append_names(const std::string& module, const Messages& messages, std::string& map) {
-    size_t line = map.size() - (map.rfind('\n') + 1), value = 0;
-    bool first_name = true, first_line = true;
-    for (const auto& [category, set] : messages) {
-        const std::string name = catalog_base_name(module, category);
-        value += name.size() + (first_name ? 0 : 1);
+void append_names(const std::vector<std::string>& names, std::string& map) {
+    size_t line = map.size() - (map.rfind('\n') + 1);
+    const char* continues = " \\\n";
+    bool is_first = true;
+    for (const std::string& name : names) {
         if (line + name.size() + sizeof " \\\n" > BMCMAP_LINE_MAX) {
-            map += first_line ? " \\\n" : "\\\n";
+            map += std::exchange(continues, "\\\n");
             line = 0;
-            first_line = false;
-        } else if (!first_name) {
+        } else if (!is_first) {
             map += ' ';
             ++line;
         }
         map += name;
         line += name.size();
-        first_name = false;
+        is_first = false;
     }
     map += '\n';
-    return value;
 }
 
 void append_group(const std::string& base, uint32_t category, const MessageSet& set, std::string& map) {
@@ -63,8 +75,9 @@ std::string catalog_base_name(const std::string& module, uint32_t category) {
 
 bool write_map(const std::string& module, const std::string& language, const Messages& messages,
                std::string& map) {
+    if (messages.size() > MAX_CATEGORIES) return false;
     map = std::string(BMCMAP_LANGUAGE) + "=" + language + "\n" + module + "=";
-    if (append_names(module, messages, map) > BMCMAP_VALUE_MAX) return false;
+    append_names(names_of(module, messages), map);
     for (const auto& [category, set] : messages)
         append_group(catalog_base_name(module, category), category, set, map);
     return true;

@@ -1,3 +1,4 @@
+// The command line: modes and values are collected first, then judged together.
 #include "Options.h"
 
 #include "MapFile.h"
@@ -9,12 +10,14 @@ namespace gencat {
 
 const char USAGE_TEXT[] =
     "Usage: taqgencat [checks] --module NAME --lang LANGUAGE --out ROOT source...\n"
+    "       taqgencat [checks] catfile source...\n"
     "       taqgencat [checks] --check source...\n"
-    "       taqgencat catfile source...\n"
     "       taqgencat --list catfile\n"
     "\n"
     "Compiles message sources to binary message catalogs. A source is a file, \"-\" for\n"
-    "standard input, or a folder, which stands for its files *.msg.\n"
+    "standard input, or a folder, which stands for its files *.msg. An existing catfile\n"
+    "is replaced when it is a catalog. With --check it must end in .bmc; otherwise the\n"
+    "sources are checked and nothing is written.\n"
     "\n"
     "  --module NAME      module of the catalogs, for instance KORE\n"
     "  --lang LANGUAGE    language of the texts, for instance de\n"
@@ -136,7 +139,8 @@ std::string settle_catalog(Options& options) {
 std::string settle_mode(const Values& values, Options& options) {
     if (!values.modules.empty() || !values.languages.empty() || !values.roots.empty())
         return settle_module(values, options);
-    if (values.check) {
+    const bool names_catalog = !options.sources.empty() && options.sources.front().ends_with(BMC_EXTENSION);
+    if (values.check && !names_catalog) {
         options.mode = Mode::Check;
         return "";
     }
@@ -153,11 +157,11 @@ std::string settle_list(const Values& values, Options& options) {
     return "";
 }
 
-bool reads_stdin_twice(const Values& values) {
-    std::vector<std::string> inputs = values.operands;
-    inputs.insert(inputs.end(), values.references.begin(), values.references.end());
-    inputs.insert(inputs.end(), values.fill_from.begin(), values.fill_from.end());
-    return std::count(inputs.begin(), inputs.end(), STANDARD_STREAM) > 1;
+bool reads_stdin_twice(const Options& options) {
+    std::ptrdiff_t count = 0;
+    for (const auto* inputs : {&options.sources, &options.references, &options.fill_from})
+        count += std::count(inputs->begin(), inputs->end(), STANDARD_STREAM);
+    return count > 1;
 }
 
 } // namespace
@@ -175,8 +179,7 @@ std::string parse_options(const std::vector<std::string>& arguments, Options& op
     if (!values.references.empty() && !values.check) return "--reference needs --check";
     if (std::string wrong = settle_mode(values, options); !wrong.empty()) return wrong;
     if (options.sources.empty()) return "no source is named";
-    if (options.mode != Mode::Catalog && reads_stdin_twice(values))
-        return "standard input can be read only once";
+    if (reads_stdin_twice(options)) return "standard input can be read only once";
     return "";
 }
 

@@ -1,3 +1,4 @@
+// From the command line to the parser: folders become files, files become bytes.
 #include "SourceFiles.h"
 
 #include <algorithm>
@@ -53,7 +54,7 @@ bool read_file(const std::string& path, std::string& bytes, std::string& error) 
 }
 
 bool load_sources(const std::vector<std::string>& paths, DefaultSet default_set, Messages& messages,
-                  Diagnostics& faults, std::string& error) {
+                  Diagnostics& faults, std::vector<std::string>& inputs, std::string& error) {
     std::vector<std::string> files;
     for (const std::string& path : paths)
         if (!expand(path, files, error)) return false;
@@ -62,6 +63,7 @@ bool load_sources(const std::vector<std::string>& paths, DefaultSet default_set,
         if (!read_file(file, source, error)) return false;
         parse_source(file, source, default_set, messages, faults);
     }
+    inputs.insert(inputs.end(), files.begin(), files.end());
     return true;
 }
 

@@ -15,8 +15,9 @@ inline constexpr char SOURCE_SUFFIX[] = ".msg";
 bool read_file(const std::string& path, std::string& bytes, std::string& error);
 
 // Parses the sources in the order given; a folder stands for its files *.msg in name order. Faults go to
-// faults. False when a file cannot be read or a folder holds no source; the reason is in error.
+// faults, the files read to inputs. False when a file cannot be read or a folder holds no source; the reason
+// is in error.
 bool load_sources(const std::vector<std::string>& paths, DefaultSet default_set, Messages& messages,
-                  Diagnostics& faults, std::string& error);
+                  Diagnostics& faults, std::vector<std::string>& inputs, std::string& error);
 
 } // namespace gencat

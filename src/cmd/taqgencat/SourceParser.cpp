@@ -1,6 +1,9 @@
+// The first step of a compilation: source lines become messages with their positions.
 #include "SourceParser.h"
 
 #include "TextEscape.h"
+
+#include "i18n/unix/i18n_conv.h"
 
 #include <algorithm>
 #include <optional>
@@ -50,6 +53,17 @@ bool ends_in_continuation(std::string_view line) {
     return backslashes % 2 == 1;
 }
 
+// UTF-16 and UTF-32 with a byte order mark, or without one, when the first character is ASCII.
+bool is_wide(std::string_view source) {
+    if (source.starts_with("\xFF\xFE") || source.starts_with("\xFE\xFF")) return true;
+    return source.size() > 1 && source.substr(0, 2).find('\0') != std::string_view::npos;
+}
+
+bool blanks_hide_quote(std::string_view text, char quote) {
+    const size_t first = text.find_first_not_of(BLANKS);
+    return quote != 0 && first != 0 && first != std::string_view::npos && text[first] == quote;
+}
+
 class Parser {
 public:
     Parser(std::string_view file, std::string_view source, DefaultSet default_set, Messages& messages,
@@ -61,6 +75,7 @@ public:
     }
 
     bool run() {
+        if (!_check_encoding()) return false;
         while (!_rest.empty()) {
             const std::string_view line = _next_line();
             _pos.line = _lines_read;
@@ -70,6 +85,7 @@ public:
     }
 
 private:
+    bool _check_encoding();
     std::string_view _next_line();
     std::string _join_continuations(std::string_view text);
     void _parse_line(std::string_view line);
@@ -98,6 +114,23 @@ private:
 void Parser::_fault(const std::string& reason) {
     _good = false;
     _faults.add(_pos, reason);
+}
+
+bool Parser::_check_encoding() {
+    _pos.line = 1;
+    if (is_wide(_rest)) {
+        _fault("the source is UTF-16 or UTF-32, not UTF-8");
+        return false;
+    }
+    const std::string_view source = _rest;
+    while (!_rest.empty()) {
+        const std::string_view line = _next_line();
+        _pos.line = _lines_read;
+        if (!i18n_is_utf8(line)) _fault("not valid UTF-8");
+    }
+    _rest = source;
+    _lines_read = 0;
+    return _good;
 }
 
 std::string_view Parser::_next_line() {
@@ -154,7 +187,8 @@ void Parser::_parse_delset(std::string_view arguments) {
     _category.reset();
     _skipping = false;
     if (!category) return _fault("$delset takes a category from 1 to 65535");
-    _messages.erase(*category);
+    if (_messages.erase(*category) == 0)
+        _faults.warn(_pos, "set " + std::to_string(*category) + " is not there to be deleted");
 }
 
 void Parser::_parse_quote(std::string_view arguments) {
@@ -177,11 +211,18 @@ void Parser::_parse_message(std::string_view line) {
     if (!number) return _fault("a message number is a decimal from 0 to 65535 with a blank behind it");
     if (!_accept_number(*number)) return;
     if (rest.empty()) {
-        _messages[*_category].erase(*number);
+        if (_messages[*_category].erase(*number) == 0)
+            _faults.warn(_pos,
+                         "message " + std::to_string(*number) +
+                             " is not there to be deleted; an empty text needs a blank behind its number");
         return;
     }
+    rest.remove_prefix(1);
+    if (blanks_hide_quote(rest, _quote))
+        _faults.warn(_pos, "the blanks before the quote, and the quotes, become part of the text");
     Message message{{}, _pos};
-    if (const char* reason = unescape_text(rest.substr(1), _quote, message.text)) return _fault(reason);
+    if (const char* reason = unescape_text(rest, _quote, message.text)) return _fault(reason);
+    if (!i18n_is_utf8(message.text)) return _fault("the escapes do not give valid UTF-8");
     _messages[*_category].insert_or_assign(*number, std::move(message));
 }
 

@@ -8,7 +8,8 @@
 //   N                          drops message N as read from an earlier file
 //
 // In a text: \n \t \v \b \r \f \\ and \ddd (one to three octal digits); a backslash at the end of a line
-// continues the text on the next line; before any other character a backslash is dropped. Within a file
+// continues the text on the next line; before any other character a backslash is dropped. Sources and texts
+// are UTF-8. Within a file
 // sets ascend, and so do the messages of a set, so that a number used twice is noticed; a later file
 // replaces what an earlier one said. CR LF counts as LF; a leading UTF-8 byte order mark is skipped.
 #pragma once
@@ -28,7 +29,9 @@ enum class DefaultSet : uint32_t {
 };
 
 // Adds the messages of one source to messages. file names the source in diagnostics. Faulty lines are
-// reported and skipped, the others still count. False when anything was reported.
+// reported and skipped, the others still count; a source in another encoding is reported and not read.
+// False when there was a fault. What is probably a slip gets a warning: deleting what is not there, and
+// blanks that keep a quote from being one.
 bool parse_source(std::string_view file, std::string_view source, DefaultSet default_set, Messages& messages,
                   Diagnostics& faults);
 

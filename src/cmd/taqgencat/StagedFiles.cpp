@@ -1,48 +1,34 @@
+// The last step of a compilation: the encoded catalogs become files.
 #include "StagedFiles.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace gencat {
 
 namespace {
 
-constexpr int MAX_NAME_TRIES = 100;
+constexpr unsigned MAX_NAME_TRIES = 1000; // names that others have, of runs at the same time or killed ones
 
-// A name in the target's folder, so that the rename never crosses file systems.
-std::string temporary_name(const std::string& target, int attempt) {
-    const size_t base = target.rfind('/') + 1; // npos + 1 is the start
-    return target.substr(0, base) + "." + target.substr(base) + "." + std::to_string(getpid()) + "." +
-           std::to_string(attempt);
-}
-
-int create_temporary(const std::string& target, std::string& name) {
-    for (int attempt = 0; attempt < MAX_NAME_TRIES; ++attempt) {
-        name = temporary_name(target, attempt);
-        const int fd = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd >= 0 || errno != EEXIST) return fd;
-    }
-    return -1;
-}
-
-bool write_all(int fd, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t n = write(fd, bytes.data(), bytes.size());
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        bytes.remove_prefix(static_cast<size_t>(n));
-    }
-    return true;
+// A name in the target's folder, so that the rename never crosses file systems. It does not contain the
+// target's name, which may be as long as a name can be.
+std::string temporary_name(const std::string& target, unsigned number) {
+    return target.substr(0, target.rfind('/') + 1) + ".taqgencat-" + std::to_string(number);
 }
 
 } // namespace
 
+bool write_and_close(std::FILE* stream, std::string_view bytes) {
+    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
+    const int write_errno = errno;
+    if (std::fclose(stream) != 0) return false;
+    errno = write_errno;
+    return written;
+}
+
 StagedFiles::~StagedFiles() {
     for (const Entry& entry : _entries)
-        (void)unlink(entry.temporary.c_str()); // nothing to do about a failure
+        (void)std::remove(entry.temporary.c_str()); // nothing to do about a failure
 }
 
 bool StagedFiles::_fail(const std::string& path) {
@@ -50,16 +36,22 @@ bool StagedFiles::_fail(const std::string& path) {
     return false;
 }
 
+std::FILE* StagedFiles::_create_beside(const std::string& target, std::string& name) {
+    for (unsigned tries = 0; tries < MAX_NAME_TRIES; ++tries) {
+        name = temporary_name(target, _number++);
+        std::FILE* stream =
+            std::fopen(name.c_str(), "wbxe"); // x: never a file that exists, nor through a link
+        if (stream != nullptr || errno != EEXIST) return stream;
+    }
+    return nullptr;
+}
+
 bool StagedFiles::stage(const std::string& path, std::string_view bytes) {
     Entry entry{{}, path};
-    const int fd = create_temporary(path, entry.temporary);
-    if (fd < 0) return _fail(path);
+    std::FILE* const stream = _create_beside(path, entry.temporary);
+    if (stream == nullptr) return _fail(path);
     _entries.push_back(std::move(entry));
-    const bool written = write_all(fd, bytes);
-    const int write_errno = errno;
-    if (close(fd) != 0 && written) return _fail(path);
-    errno = write_errno;
-    return written || _fail(path);
+    return write_and_close(stream, bytes) || _fail(path);
 }
 
 bool StagedFiles::commit() {

@@ -1,6 +1,7 @@
 // Writes a group of files so that readers meet each either old or new, never half.
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,10 +30,15 @@ private:
         std::string temporary, target;
     };
 
+    std::FILE* _create_beside(const std::string& target, std::string& name);
     bool _fail(const std::string& path);
 
     std::vector<Entry> _entries; // not yet renamed
+    unsigned _number = 0;        // of the next temporary name
     std::string _error;
 };
+
+// Writes all bytes to a stream and closes it. False with errno set; the stream is closed then, too.
+bool write_and_close(std::FILE* stream, std::string_view bytes);
 
 } // namespace gencat

@@ -26,11 +26,6 @@ ExitStatus print(const std::string& text) {
     return fail("cannot write to standard output");
 }
 
-ExitStatus report(const Diagnostics& faults) {
-    for (const std::string& line : faults.lines()) std::fprintf(stderr, "%s\n", line.c_str());
-    return FAULTY;
-}
-
 ExitStatus list(const Options& options) {
     std::string bytes, error;
     if (!read_file(options.catalog, bytes, error)) return fail(error);
@@ -39,39 +34,54 @@ ExitStatus list(const Options& options) {
     return print(list_catalog(set, category_of_path(options.catalog)));
 }
 
-// Checks the translation and completes it. Messages that are filled in do not count as missing.
-bool check_and_fill(const Options& options, const Messages& reference, const Messages& fillers,
-                    Messages& messages, Diagnostics& faults) {
-    fill_missing(messages, fillers);
-    if (!options.check) return true;
-    const bool texts_good = check_texts(messages, faults);
-    return (options.references.empty() || check_translation(messages, reference, faults)) && texts_good;
+// Everything that the sources give.
+struct Compilation {
+    Messages messages, reference, fillers;
+    std::vector<std::string> inputs; // files read
+    Diagnostics diagnostics;
+};
+
+bool load(const Options& options, Compilation& all, std::string& error) {
+    const DefaultSet default_set = options.mode == Mode::Module ? DefaultSet::None : DefaultSet::First;
+    const auto read = [&](const std::vector<std::string>& paths, Messages& messages) {
+        return load_sources(paths, default_set, messages, all.diagnostics, all.inputs, error);
+    };
+    return read(options.sources, all.messages) && read(options.references, all.reference) &&
+           read(options.fill_from, all.fillers);
 }
 
-ExitStatus write(const Options& options, Messages& messages) {
-    drop_empty_sets(messages);
-    if (messages.empty()) return fail("the sources hold no messages");
+// Completes the messages and checks them. Those that are filled in do not count as missing; of sources with
+// faults it is not known what is missing.
+void fill_and_check(const Options& options, Compilation& all) {
+    const bool is_complete = !all.diagnostics.has_faults();
+    fill_missing(all.messages, all.fillers);
+    if (!options.check) return;
+    check_texts(all.messages, all.diagnostics);
+    if (is_complete && !options.references.empty())
+        check_translation(all.messages, all.reference, all.diagnostics);
+}
+
+ExitStatus write(const Options& options, Compilation& all) {
+    drop_empty_sets(all.messages);
+    if (all.messages.empty()) return fail("the sources hold no messages");
     std::string error;
     if (options.mode == Mode::Module) {
         const ModuleTarget target{options.root, options.module, options.language};
-        return write_module(target, messages, error) ? DONE : fail(error);
+        return write_module(target, all.messages, all.inputs, error) ? DONE : fail(error);
     }
-    if (messages.size() > 1) return fail("a catalog holds one set; write several with --module");
-    return write_catalog(options.catalog, messages.begin()->second, error) ? DONE : fail(error);
+    if (all.messages.size() > 1) return fail("a catalog holds one set; write several with --module");
+    const MessageSet& set = all.messages.begin()->second;
+    return write_catalog(options.catalog, set, all.inputs, error) ? DONE : fail(error);
 }
 
 ExitStatus compile(const Options& options) {
-    const DefaultSet default_set = options.mode == Mode::Catalog ? DefaultSet::First : DefaultSet::None;
-    Messages messages, reference, fillers;
-    Diagnostics faults;
+    Compilation all;
     std::string error;
-    if (!load_sources(options.sources, default_set, messages, faults, error) ||
-        !load_sources(options.references, default_set, reference, faults, error) ||
-        !load_sources(options.fill_from, default_set, fillers, faults, error))
-        return fail(error);
-    if (!faults.empty() || !check_and_fill(options, reference, fillers, messages, faults))
-        return report(faults);
-    return options.mode == Mode::Check ? DONE : write(options, messages);
+    if (!load(options, all, error)) return fail(error);
+    fill_and_check(options, all);
+    for (const std::string& line : all.diagnostics.lines()) std::fprintf(stderr, "%s\n", line.c_str());
+    if (all.diagnostics.has_faults()) return FAULTY;
+    return options.mode == Mode::Check ? DONE : write(options, all);
 }
 
 ExitStatus run(const std::vector<std::string>& arguments) {

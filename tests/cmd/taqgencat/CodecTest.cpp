@@ -1,6 +1,7 @@
 #include "cmd/taqgencat/CatalogCodec.h"
 #include "cmd/taqgencat/CatalogLister.h"
 #include "cmd/taqgencat/SourceParser.h"
+#include "support/Bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -22,8 +23,7 @@ std::string encode(const MessageSet& set) {
 
 std::string words(const std::vector<uint32_t>& values) {
     std::string bytes;
-    for (const uint32_t v : values)
-        for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(v >> shift);
+    for (const uint32_t v : values) bytes += be(v, 4);
     return bytes;
 }
 
@@ -90,13 +90,13 @@ TEST(CatalogCodec, ManySlotsOnOneLongRecordAreRefused) {
 }
 
 TEST(CatalogLister, ListingCompilesToTheSameBytes) {
-    std::string all_bytes;
-    for (int c = 1; c < 256; ++c) all_bytes += static_cast<char>(c);
+    std::string ascii;
+    for (char c = 1; c < 127; ++c) ascii += c;
     const MessageSet set = set_of({{0, ""},
                                    {1, "  blanks at both ends \t"},
                                    {2, "a \"quoted\" back\\slash\x1B\x7F"
                                        "7"},
-                                   {4, all_bytes},
+                                   {4, ascii},
                                    {9, "\xE6\x97\xA5\xE6\x9C\xAC %2$s %1$s 100%%"},
                                    {65535, "$set 3"}});
     const std::string source = list_catalog(set, 25);

@@ -1,7 +1,9 @@
+// Where the room meets the file system.
 #include "i18n/unix/i18n_file.h"
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -74,6 +76,16 @@ std::FILE* i18n_fopen(const char* path) {
     std::FILE* fp = ::fdopen(fd, "rb");
     if (fp == nullptr) (void)::close(fd); // only read
     return fp;
+}
+
+i18n_dirlock::i18n_dirlock(const char* path) : _fd(keep(::open(path, O_RDONLY | O_CLOEXEC | O_DIRECTORY))) {
+    if (_fd < 0) return;
+    while (::flock(_fd, LOCK_EX) != 0 && errno == EINTR) {
+    }
+}
+
+i18n_dirlock::~i18n_dirlock() {
+    if (_fd >= 0) (void)::close(_fd); // which unlocks
 }
 
 bool i18n_checkdir(const char* path) {

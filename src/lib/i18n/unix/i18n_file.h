@@ -34,5 +34,18 @@ private:
 // Opens a regular file as a stream for reading, close-on-exec; null when that fails. The caller closes it.
 std::FILE* i18n_fopen(const char* path);
 
+// Keeps other writers out of a catalog folder as long as it lives; waits for one that is at work. Where the
+// folder or its file system cannot be locked, it does nothing.
+class i18n_dirlock {
+public:
+    explicit i18n_dirlock(const char* path);
+    ~i18n_dirlock();
+    i18n_dirlock(const i18n_dirlock&) = delete;
+    i18n_dirlock& operator=(const i18n_dirlock&) = delete;
+
+private:
+    int _fd;
+};
+
 // Whether the path is a directory.
 bool i18n_checkdir(const char* path);

@@ -1,0 +1,53 @@
+// Comes before the first byte is written: a slip on the command line must not cost a source.
+#include "Targets.h"
+
+#include "i18n/common/bmc_format.h"
+
+#include <filesystem>
+#include <fstream>
+
+namespace gencat {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool is_empty_or_catalog(const std::string& path) {
+    char bytes[BMC_HEADER_SIZE];
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return false;
+    file.read(bytes, sizeof bytes);
+    if (file.gcount() == 0 && file.eof()) return true;
+    bmc_header_t header;
+    return file.gcount() == sizeof bytes &&
+           bmc_decode_header(reinterpret_cast<const uint8_t*>(bytes), &header);
+}
+
+} // namespace
+
+bool may_replace(const std::string& path, const std::vector<std::string>& inputs, std::string& error) {
+    std::error_code failure;
+    const fs::file_status status = fs::status(path, failure);
+    if (!fs::exists(status)) return true; // what else is wrong shows when it is made
+    if (fs::is_directory(status)) return error = path + ": Is a directory", false;
+    for (const std::string& input : inputs)
+        if (fs::equivalent(path, input, failure)) return error = path + ": is read as a source", false;
+    return true;
+}
+
+bool find_target(const std::string& path, const std::vector<std::string>& inputs, Target& target,
+                 std::string& error) {
+    target = {path, false};
+    if (!may_replace(path, inputs, error)) return false;
+    std::error_code failure;
+    const fs::file_status status = fs::status(path, failure);
+    if (!fs::exists(status)) return true;
+    target.takes_stream = !fs::is_regular_file(status);
+    if (target.takes_stream) return true;
+    if (!is_empty_or_catalog(path)) return error = path + ": exists and is not a message catalog", false;
+    target.path = fs::canonical(path, failure).string();
+    if (failure) return error = path + ": " + failure.message(), false;
+    return true;
+}
+
+} // namespace gencat
