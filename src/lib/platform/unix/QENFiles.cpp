@@ -21,6 +21,12 @@ int32_t QENGetFileSize(const char* namep) {
     return QENSaturatedFileSize(st.st_size);
 }
 
+bool QENIsSameFile(int fd, const char* namep) {
+    struct stat opened, named;
+    return fstat(fd, &opened) == 0 && stat(namep, &named) == 0 && opened.st_ino == named.st_ino &&
+           opened.st_dev == named.st_dev;
+}
+
 int QENDeleteFile(const char* name, int* lperror) {
     if (name == nullptr)
         errno = EINVAL;

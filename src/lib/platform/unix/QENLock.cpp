@@ -32,6 +32,12 @@ int QENMutexTryLock(pthread_mutex_t* mutexp) {
     return rc == 0;
 }
 
+int QENMutexLockUntil(pthread_mutex_t* mutexp, const timespec& deadline) {
+    const int rc = pthread_mutex_timedlock(mutexp, &deadline);
+    CHECK_CALL(rc == 0 || rc == ETIMEDOUT);
+    return rc == 0;
+}
+
 namespace {
 
 // Threads that misuse a lock read the owner without holding the mutex, so both words are atomic. The holder

@@ -21,6 +21,9 @@ constexpr int32_t QENSaturatedFileSize(off_t size) {
     return size > INT32_MAX ? INT32_MAX : static_cast<int32_t>(size);
 }
 
+// Whether the descriptor is open on the file of that name.
+bool QENIsSameFile(int fd, const char* namep);
+
 // Removes a file or an empty directory: 0, or -1 and errno in *lperror when lperror is given.
 int QENDeleteFile(const char* name, int* lperror = nullptr);
 
@@ -53,6 +56,10 @@ int QENGetenv(const char* env, char* str, size_t size);
 // copied; null means the program's name, also after another one was set. The copy in use before is not freed:
 // other threads may be writing.
 void QENInitEventLog(const char* module);
+
+// From now on a fork waits for the line that another thread is sending, so that a forked child can send its
+// own. After a second it no longer waits; then the child's system log is silent.
+void QENKeepSyslogAcrossForks();
 
 // Formats a line of at most 4094 bytes and sends it to the system log. Low byte of sev: 0 critical, 1 error,
 // 2 warning, 3 notice, 4 information, others debug. Second byte: a facility code, e.g. LOG_LOCAL0 << 8.

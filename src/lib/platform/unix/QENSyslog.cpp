@@ -1,6 +1,7 @@
 // The system log, and the events that reach it through the log above.
 #include "platform/unix/QENHooks.h"
 #include "platform/unix/QENPlatform.h"
+#include "platform/unix/QENThread.h"
 
 #include <array>
 #include <atomic>
@@ -18,6 +19,29 @@ constexpr size_t SYSLOG_TEXT_SIZE = 4095; // with the NUL
 // every release.
 constexpr char EVENT_FILE[] = "QENPlatform.cpp";
 constexpr int EVENT_LINE = 1489;
+
+// The C library's own lock of the system log stays taken for ever in a child that was forked while another
+// thread held it. Held around each of its calls, this one keeps forks out.
+pthread_mutex_t syslog_lock = PTHREAD_MUTEX_INITIALIZER;
+bool is_lost = false;      // the C library's lock is taken for ever
+bool held_at_fork = false; // syslog_lock, by the thread that forks
+
+void before_fork() {
+    constexpr long WAIT_MS = 1000;
+    timeval now;
+    gettimeofday(&now, nullptr);
+    held_at_fork = QENMutexLockUntil(&syslog_lock, QENCondDeadline(now, WAIT_MS)) != 0;
+}
+
+void after_fork_in_parent() {
+    if (held_at_fork) QENMutexUnlock(&syslog_lock);
+}
+
+void after_fork_in_child() {
+    if (held_at_fork) return QENMutexUnlock(&syslog_lock);
+    QENMutexInit(&syslog_lock);
+    is_lost = true;
+}
 
 int level_of(int sev) {
     static constexpr std::array levels = {LOG_CRIT, LOG_ERR, LOG_WARNING, LOG_NOTICE, LOG_INFO};
@@ -42,7 +66,14 @@ void QENInitEventLog(const char* module) {
         }
         name = identity->name.c_str();
     }
-    openlog(name, LOG_PID | LOG_CONS, LOG_DAEMON);
+    QENMutexLock(&syslog_lock);
+    if (!is_lost) openlog(name, LOG_PID | LOG_CONS, LOG_DAEMON);
+    QENMutexUnlock(&syslog_lock);
+}
+
+void QENKeepSyslogAcrossForks() {
+    [[maybe_unused]] static const int once =
+        pthread_atfork(before_fork, after_fork_in_parent, after_fork_in_child);
 }
 
 void QENSyslog(int sev, const char* format, ...) {
@@ -54,7 +85,9 @@ void QENSyslog(int sev, const char* format, ...) {
     va_end(args);
     if (length < 0) return;
     const int facility = (sev >> 8) & 0xFF; // a facility value, added as it stands
-    syslog(level_of(sev) + facility, "%s", text);
+    QENMutexLock(&syslog_lock);
+    if (!is_lost) syslog(level_of(sev) + facility, "%s", text);
+    QENMutexUnlock(&syslog_lock);
 }
 
 void QENReportEvent(int logical_sev, uint32_t dwEventID, MsgStruct* msg_structp) {

@@ -30,7 +30,8 @@ void QENMutexInit(pthread_mutex_t* mutexp);
 void QENMutexDestroy(pthread_mutex_t* mutexp);
 void QENMutexLock(pthread_mutex_t* mutexp);
 void QENMutexUnlock(pthread_mutex_t* mutexp);
-int QENMutexTryLock(pthread_mutex_t* mutexp); // 1: taken; 0: busy
+int QENMutexTryLock(pthread_mutex_t* mutexp);                             // 1: taken; 0: busy
+int QENMutexLockUntil(pthread_mutex_t* mutexp, const timespec& deadline); // wall clock; 1: taken; 0: too late
 
 // Holds a lock for the length of a scope.
 class QENLockGuard {
