@@ -142,6 +142,32 @@ void FFDC::_set_last_time(const char* local_timep) {
     qenstrlcpy(lastlogtime, local_timep, sizeof lastlogtime);
 }
 
+// In the order in which they are taken inside each other.
+template <class Use>
+void FFDC::_for_all_locks(Use use) {
+    use(&_reg_lock);
+    for (const RoleSlot& slot : RoleToBuf)
+        if (FFDCBufPropT* descriptor = slot.load(std::memory_order_relaxed)) use(&descriptor->_rdwr_lock);
+    use(_hashtblp->lock());
+    use(&_seq_lock);
+}
+
+void FFDC::before_fork() {
+    _for_all_locks(QENLockAcquire);
+}
+
+void FFDC::after_fork(bool in_child) {
+    _for_all_locks(QENLockRelease);
+    if (!in_child) return;
+    pid = QENGetPid();
+    _unregister_all_but(pthread_self()); // a new thread may get the number of one that is not here
+}
+
+void FFDC::_unregister_all_but(pthread_t tid) {
+    std::erase_if(_registered,
+                  [&](uint32_t key) { return key != key_of(tid) && _hashtblp->remove(key) == IHT_OK; });
+}
+
 unsigned long FFDC::seqno() {
     const QENLockGuard guard(&_seq_lock);
     return _seqno = seqno_after(_seqno);

@@ -80,6 +80,11 @@ public:
     static constexpr uint32_t seqno_after(uint32_t number) {
         return number < FFDC_LAST_SEQNO ? number + 1 : 0;
     }
+    // Around a fork: no thread is in the middle of a change then. In the child the calling thread is the only
+    // registered one, and dumps carry the child's process number.
+    void before_fork();
+    void after_fork(bool in_child);
+
     unsigned long seqno(); // the next one
     bool print_seqno() const { return _print_seqno; }
 
@@ -92,6 +97,9 @@ private:
     int _dump_all(bool sig_recd);
     int _dump_role(FFDCRoleT role, bool sig_recd);
     FFDCBufPropT* _ring_of(int role) const; // null: no thread has registered the role
+    template <class Use>
+    void _for_all_locks(Use use);
+    void _unregister_all_but(pthread_t tid);
     FFDCBufPropT* _descriptor_of(FFDCRoleT role, unsigned int numElem);
     void _free_displaced(const char* text);
     void _set_last_time(const char* local_timep);

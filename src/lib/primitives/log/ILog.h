@@ -13,7 +13,7 @@ class VList;
 // Results of Log::open and Log::set_lang.
 enum ulog_result {
     ULOG_OK = 0,
-    ULOG_EREGISTERED = 1, // a log of that name is open already
+    ULOG_EREGISTERED = 1, // a log of that name is open already, in this process or in another one
     ULOG_ENONAME = 2,     // no name given
     ULOG_EROOT = 5,       // the log root directory does not exist
     ULOG_EFAIL = 7,       // no log directory, or the file could not be opened; set_lang: no such language

@@ -8,8 +8,10 @@
 
 #include "i18n/common/i18n.h"
 #include "platform/unix/QENDefaults.h"
+#include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
 #include "primitives/log/LogAdmin.h"
+#include "primitives/log/LogFork.h"
 #include "primitives/strings/QENString.h"
 #include "primitives/values/NVList.h"
 #include "primitives/values/VList.h"
@@ -26,18 +28,6 @@ constexpr char LOG_SUBDIR[] = "/log/";
 constexpr char ENGLISH[] = "en";
 constexpr int MSG_LDF_OPEN_FAILED = 50878;
 
-using Text = std::unique_ptr<char[]>;
-
-Text join(std::initializer_list<const char*> pieces) {
-    size_t size = 1;
-    for (const char* piece : pieces) size += strlen(piece);
-    Text text(new char[size]);
-    char* end = text.get();
-    for (const char* piece : pieces) end = stpcpy(end, piece);
-    *end = '\0';
-    return text;
-}
-
 int int_value(const char* text) {
     return static_cast<int>(std::clamp<long>(strtol(text, nullptr, 10), INT_MIN, INT_MAX));
 }
@@ -45,6 +35,7 @@ int int_value(const char* text) {
 } // namespace
 
 Log::Log() : _cache_vlistp(new VList) {
+    log_was_made(this);
     char value[SETTING_SIZE];
     _ldf_enabled = QENGetenv(ENV_ENABLE_LDF, value, sizeof value) != 0 || int_value(value) != 0;
     if (QENGetenv(ENV_DEBUG_TAGS, value, sizeof value) == 0) {
@@ -57,19 +48,26 @@ Log::Log() : _cache_vlistp(new VList) {
 }
 
 Log::~Log() {
+    logger_thread().finish(); // the records of this log, among others
+    log_goes(this);
     _release();
 }
 
 // Back to the state before open, the settings apart.
 void Log::_release() {
+    const LogLock::Guard inside(_lock);
     if (_namep != nullptr && Log_obj(_namep.get()) == this) _log_nvlistp->remove(_namep.get());
     _namep.reset();
     if (_fp != nullptr && _rewind_flag != 0) fflush(_fp);
     _fp = nullptr;
     _file.close();
     _ldfp.reset();
+    _name_lock.release();
     _i18n_rootp.reset();
-    if (_i18n_enabled) i18nClose(&_i18nh);
+    if (_i18n_enabled) {
+        const LogLock::Guard catalogs(_catalog_lock());
+        i18nClose(&_i18nh);
+    }
     _i18n_enabled = false;
     _forget_texts();
     _enabled = 0;
@@ -80,17 +78,24 @@ int Log::open(const char* namep, FILE* fp, int flags, int (*)()) {
     if (namep == nullptr) return ULOG_ENONAME;
     if (fp == nullptr && strchr(namep, '/') != nullptr) return ULOG_EFAIL; // would leave the log directory
     if (Log_obj(namep) != nullptr) return ULOG_EREGISTERED;
+    PathText name = file_join({namep});
+    if (name == nullptr) return ULOG_ENOMEM;
+    if (_namep != nullptr) logger_thread().finish();
     _release();
-    _log_nvlistp->append(namep, static_cast<void*>(this), /*ref=*/1);
-    _open_flags = flags;
-    _namep = join({namep});
-    if (fp != nullptr) {
-        _open_stream(fp);
-        return ULOG_OK;
-    }
-    const int result = _open_file_log();
-    if (result == ULOG_EROOT || result == ULOG_ENOMEM) _release();
+    const int result = _open_as(std::move(name), fp, flags);
+    if (result == ULOG_EROOT || result == ULOG_ENOMEM || result == ULOG_EREGISTERED) _release();
     return result;
+}
+
+int Log::_open_as(PathText name, FILE* fp, int flags) {
+    const LogLock::Guard inside(_lock);
+    _log_nvlistp->append(name.get(), static_cast<void*>(this), /*ref=*/1);
+    _namep = std::move(name); // from here on _release takes the name out of the registry
+    _open_flags = flags;
+    _process = QENForkCount();
+    if (fp == nullptr) return _open_file_log();
+    _open_stream(fp);
+    return ULOG_OK;
 }
 
 void Log::_open_stream(FILE* fp) {
@@ -103,7 +108,7 @@ void Log::_open_stream(FILE* fp) {
     if (_on_terminal_stream()) {
         char root[PATH_SIZE];
         const bool is_set = QENGetenv(QEN_ENV_MESSAGES_ROOT, root, sizeof root) == 0;
-        _i18n_rootp = join({is_set ? root : QEN_DEFAULT_MESSAGES_ROOT});
+        _i18n_rootp = file_join({is_set ? root : QEN_DEFAULT_MESSAGES_ROOT});
     } else if (_ldf_enabled) {
         _open_ldf();
     }
@@ -121,25 +126,36 @@ int Log::_open_file_log() {
     return ULOG_OK;
 }
 
-// Works out directory and paths, and makes the directory.
+// Works out directory and paths, makes the directory and takes the name.
 int Log::_make_paths() {
     char text[PATH_SIZE];
     if (QENGetenv(QEN_ENV_LOG_ROOT, text, sizeof text) != 0)
         qenstrlcpy(text, QEN_DEFAULT_DATA_ROOT, sizeof text);
     if (QENCheckDir(text) == 0) return ULOG_EROOT;
-    const Text directory = join({text, LOG_SUBDIR});
+    const PathText directory = file_join({text, LOG_SUBDIR});
+    if (directory == nullptr) return ULOG_ENOMEM;
     const bool hidden = (_open_flags & ULOG_HIDDEN_FILE) != 0;
     if (!_file.set_name(directory.get(), hidden, _namep.get(), QENGetSystemName(text, sizeof text)))
         return ULOG_ENOMEM;
     if (QENCheckDir(directory.get()) == 0)
         if (QENMakeDir(directory.get()) != 0 || QENCheckDir(directory.get()) == 0) return ULOG_EFAIL;
-    return ULOG_OK;
+    return _lock_name(directory.get(), hidden);
+}
+
+// Keeps other processes from the files.
+int Log::_lock_name(const char* directory, bool hidden) {
+    const PathText stem = file_join({hidden ? "." : "", _namep.get()});
+    if (stem == nullptr) return ULOG_ENOMEM;
+    const NameLock::Answer answer = _name_lock.take(directory, stem.get());
+    if (answer.holder == NameLock::Holder::NOBODY) return ULOG_OK;
+    QENSyslog(SEV_ERR, "Process %ld writes %s", static_cast<long>(answer.pid), _file.path());
+    return ULOG_EREGISTERED;
 }
 
 // Opens the writer of the copy; on failure there is none from now on.
 void Log::_open_ldf() {
-    _ldfp.reset(new LdfWriter);
-    if (_ldfp->open(_namep.get(), /*flags=*/0) == LDF_OK) return;
+    _ldfp.reset(new (std::nothrow) LdfWriter);
+    if (_ldfp != nullptr && _ldfp->open(_namep.get(), /*flags=*/0) == LDF_OK) return;
     report_to_admin(SEV_ERR, __func__, __FILE__, __LINE__, ULOG_CAT_LIBRARY, MSG_LDF_OPEN_FAILED,
                     process_args("There is an error opening the LDF file for '%s'.", _namep.get()));
     _ldfp.reset();
@@ -150,10 +166,16 @@ void Log::_open_ldf() {
 // error first needs a text: most runs of a program never do on one of the two. False: no catalogs.
 bool Log::_open_catalogs() {
     if (_i18n_rootp == nullptr) return false;
-    const Text root = std::move(_i18n_rootp); // tried once
+    const PathText root = std::move(_i18n_rootp); // tried once
+    const LogLock::Guard inside(_catalog_lock());
     _i18n_enabled = i18nOpen(&_i18nh, root.get(), QEN_MESSAGES_MODULE, nullptr) == I18N_SOK ||
                     i18nOpen(&_i18nh, root.get(), QEN_MESSAGES_MODULE, ENGLISH) == I18N_SOK;
     return _i18n_enabled;
+}
+
+LogLock& Log::_catalog_lock() {
+    static auto* lock = new LogLock; // static logs may use it to the very end
+    return *lock;
 }
 
 void Log::_forget_texts() {
@@ -165,6 +187,7 @@ void Log::_forget_texts() {
 }
 
 int Log::set_lang(const char* lang) {
+    const LogLock::Guard inside(_lock), in_catalogs(_catalog_lock());
     void** catalogs = _catalogs();
     const bool changed = catalogs != nullptr && i18nChangeLang(catalogs, lang) == I18N_SOK;
     _i18n_enabled = _i18nh != nullptr; // a failure may leave no language at all
@@ -173,5 +196,6 @@ int Log::set_lang(const char* lang) {
 }
 
 void Log::set_maxlen(int count) {
+    const LogLock::Guard inside(_lock);
     _file.set_maxlen(std::max(count, LOG_MIN_MAXLEN));
 }

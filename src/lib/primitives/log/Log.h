@@ -9,9 +9,12 @@
 #include <string>
 #include <string_view>
 
+#include "primitives/files/NameLock.h"
 #include "primitives/ldf/LdfWriter.h"
 #include "primitives/log/ILog.h"
 #include "primitives/log/LocalTimeText.h"
+#include "primitives/log/LogLock.h"
+#include "primitives/log/LoggerThread.h"
 #include "primitives/log/RecordLines.h"
 #include "primitives/log/TextLogFile.h"
 #include "primitives/memory/Pooled.h"
@@ -43,10 +46,21 @@ inline constexpr int LOG_DBG_FLUSH = 2; // flush the stream after each message o
 //     auto* log = new Log;
 //     if (log->open("engine", /*fp=*/nullptr, /*flags=*/0, nullptr) != ULOG_OK) ...
 //
-// Threads: init, construction, open and destroy come before other threads use the logs. A log is used by one
-// thread at a time, unless start_logger has been called: from then on write_app, write_dbg, write_buf and
-// admin_msg may be called from any thread, and one logger thread does the writing. The switches of debug
-// levels and of first-failure capture may be changed and asked at any time.
+// Threads: any number of threads may write to a log. Without the logger thread each call waits for the one in
+// progress. After start_logger a call appends to a queue and returns, and one thread writes. Either way the
+// messages of a thread keep their order. A message that is logged from within the write of the same log, by a
+// stream of the program's for instance, is dropped. Debug levels and first-failure capture may be switched
+// and asked at any time. init and destroy are called while no other thread logs. Logs are opened and deleted
+// by one thread at a time, not within the write of a log, and a log is deleted after the last call of other
+// threads.
+//
+// The end: what was queued is written before a log is deleted and when the program calls exit; not before
+// _exit or a fatal signal.
+//
+// Forks: a forked child has no logger thread until it starts one, and the parent's queue is the parent's. The
+// child may write to the logs that it inherits: lines are appended to the current file, but no record is
+// written and nothing is rotated. For a log of its own it opens another name. A log that a thread of the
+// parent had been writing to for more than a second at the fork is closed in the child.
 //
 // Logging never stops the program: what cannot be written is dropped.
 class Log : public ILog, public Pooled<MEM_LOG> {
@@ -78,9 +92,10 @@ public:
     // caller's and must outlive the log. flags: ULOG_HIDDEN_FILE, and the write flags of messages that bring
     // none. func is not used. Opening anew with another name closes what was open before.
     // ULOG_EREGISTERED, ULOG_ENONAME, ULOG_ENOINIT, and ULOG_EFAIL for the refused name: nothing was changed.
-    // ULOG_EROOT, ULOG_ENOMEM: the name is free again. ULOG_EFAIL otherwise: the name stays taken; a log
-    // whose directory could not be made drops what is written, one whose file could not be opened tries again
-    // with each write.
+    // ULOG_EREGISTERED also: another process writes the files; the system log says which. Then, and on
+    // ULOG_EROOT and ULOG_ENOMEM, the log is closed and the name free. ULOG_EFAIL otherwise: the name stays
+    // taken; a log whose directory could not be made drops what is written, one whose file could not be
+    // opened tries again with each write.
     int open(const char* namep, FILE* fp, int flags, int (*func)()) override;
 
     // Path of the current file; null for a log on a given stream.
@@ -117,7 +132,7 @@ public:
     // instructions.
     int is_enabled(ulog_dbg_lev lev) final {
         const auto ndx = static_cast<unsigned>(lev);
-        return ndx < DBG_LEV_END && _enabled != 0 &&
+        return ndx < DBG_LEV_END && _enabled.load(std::memory_order_relaxed) != 0 &&
                (_debug[ndx].load(std::memory_order_relaxed) & LOG_DBG_ENABLED) != 0;
     }
 
@@ -237,19 +252,19 @@ public:
     static MsgStruct* mk_log_msg_msgstruct(int cat, int id, const char* fmtp, ...)
         __attribute__((format(printf, 3, 4)));
 
-    // --- The logger thread. start and stop are called by one thread.
+    // --- The logger thread; see LoggerThread.h.
 
-    static void start_logger();
+    static void start_logger() { logger_thread().start(); }
     // Returns when everything that was queued has been written and the thread has ended. Producers that come
     // meanwhile wait for that and then write by themselves. start_logger may be called again.
-    static void stop_logger();
-    static bool run_thread() { return _run_thread.load(std::memory_order_acquire); }
+    static void stop_logger() { logger_thread().stop(); }
+    static bool run_thread() { return LoggerThread::is_running(); }
 
     // Appends a record, which the queue owns from now on.
-    static void enq(vlog_msg_t* msgp);
+    static void enq(vlog_msg_t* msgp) { logger_thread().append(msgp); }
     // Takes all records, in order; the caller deletes list and records. Null when there are none within ms
     // milliseconds; ms negative waits until there is one.
-    static DList* deq(int ms);
+    static DList* deq(int ms) { return logger_thread().take(ms); }
 
     // --- First-failure capture. Off until enable_ffdc.
 
@@ -272,6 +287,8 @@ public:
 
 private:
     friend Log* Log_obj(const char* name);
+    friend void write_record(vlog_msg_t* record); // LogQueue.cpp
+    friend struct LogFork;                        // LogFork.cpp
 
     // LogInit.cpp
     static void _set_identity(const char* mnemp, const char* origIDp);
@@ -280,16 +297,20 @@ private:
 
     // Log.cpp
     void _release();
+    int _open_as(PathText name, FILE* fp, int flags);
     void _open_stream(FILE* fp);
     int _open_file_log();
     int _make_paths();
+    int _lock_name(const char* directory, bool hidden);
     void _open_ldf();
     void** _catalogs() { return _i18n_enabled || _open_catalogs() ? &_i18nh : nullptr; }
     bool _open_catalogs();
     void _forget_texts();
+    static LogLock& _catalog_lock(); // all logs together: they share texts and files
     bool _on_terminal_stream() const { return _fp == stdout || _fp == stderr; }
 
     // LogFile.cpp
+    bool _has_stream();
     void _next();
 
     // LogClassify.cpp
@@ -334,23 +355,28 @@ private:
     static void _install_hooks();
     static void _remove_hooks();
 
-    // LogQueue.cpp
-    static void* _logger_loop(void*);
-    static void _end_logger_mode();
-    static void _write_records(DList* records);
-    static void _write_record(vlog_msg_t* record);
-    static void _post(vlog_msg_t* msgp);
+    // Whether a message is queued: while the logger thread runs, unless it would be dropped as a nested one.
+    bool _is_queued() const { return LoggerThread::is_on() && !_lock.is_mine(); }
+
+    // LogFork.cpp
+    void _continue_in_child(bool is_whole);
+    bool _is_inherited() const; // by a forked child
 
     // LogFFDC.cpp
     static void _capture(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,
                          std::string_view text);
     static void _delete_ffdc();
+    static void _ffdc_before_fork();
+    static void _ffdc_after_fork(bool in_child);
 
     static constexpr char LOG_DEFAULT_MNEMONIC[] = "QEN";
     static constexpr char LOG_DEFAULT_ORIGINATOR[] = "K-16";
 
-    FILE* _fp = nullptr; // given stream, or that of _file; null until the first file is opened
-    TextLogFile _file;   // of a file log; counts for a given stream as well
+    LogLock _lock;         // held by each call that uses what follows
+    unsigned _process = 0; // QENForkCount() when the log was opened
+    FILE* _fp = nullptr;   // given stream, or that of _file; null until the first file is opened
+    TextLogFile _file;     // of a file log; counts for a given stream as well
+    NameLock _name_lock;   // of a file log
     std::unique_ptr<char[]> _namep;
     RegDb* _reg_db = nullptr;             // refers only
     std::unique_ptr<VList> _cache_vlistp; // MsgStruct elements, owned by the list
@@ -358,10 +384,10 @@ private:
     std::unique_ptr<char[]> _i18n_rootp;  // catalogs that are still to be opened; null: none, or done
     void* _i18nh = nullptr;               // catalog handle, owned; null when closed
     std::array<std::atomic<int>, DBG_LEV_END> _debug = {}; // flag word per debug level
-    int _active = 0;        // 1 while a write or display is in progress: a nested one is dropped
-    int _enabled = 0;       // 1 once opened
-    int _rewind_flag = 0;   // 0 for a file log, 1 for a given stream
-    int _rewindallowed = 0; // 1 for a file log
+    int _active = 0;              // 1 while a write or display is in progress: a nested one is dropped
+    std::atomic<int> _enabled{0}; // 1 once opened
+    int _rewind_flag = 0;         // 0 for a file log, 1 for a given stream
+    int _rewindallowed = 0;       // 1 for a file log
     int _open_flags = 0;
     int _fp_specified = 0;      // 1 when open was given a stream
     bool _i18n_enabled = false; // the catalogs are open
@@ -381,8 +407,6 @@ private:
     static size_t _origID_len;
     static NVList* _log_nvlistp; // name to Log (as a pointer); null before init
     static std::atomic<int> _syslog_facility;
-    static std::atomic<bool> _mt;         // logger mode
-    static std::atomic<bool> _run_thread; // false asks the logger thread to finish
     static std::atomic<bool> _enable_ffdc;
     static std::atomic<FFDC*> _ffdc_instance; // owned; null until the first registration
 };

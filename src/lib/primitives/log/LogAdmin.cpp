@@ -84,11 +84,11 @@ void Log::admin_msg(int sev, const char* whop, const char* filep, int line, int 
     std::unique_ptr<MsgStruct> msgp(msg_structp);
     if (_verify_mode.load(std::memory_order_relaxed) || message_text(msgp.get()).data() == nullptr) return;
     const time_t now = time(nullptr);
-    if (!_mt.load(std::memory_order_acquire))
+    if (!LoggerThread::is_on())
         write_admin(now, sev, whop, filep, line, cat, id, msgp.get());
     else
-        _post(new vlog_msg_t(/*log=*/nullptr, now, sev, whop, filep, line, /*flag_word=*/0, cat, id,
-                             /*debug_text=*/nullptr, msgp.release()));
+        logger_thread().post(new vlog_msg_t(/*log=*/nullptr, now, sev, whop, filep, line, /*flag_word=*/0,
+                                            cat, id, /*debug_text=*/nullptr, msgp.release()));
 }
 
 void Log::write_admin(time_t, int sev, const char*, const char*, int, int, int, const MsgStruct* msgp) {

@@ -10,11 +10,13 @@
 #include "primitives/values/VList.h"
 
 void Log::set_cache_disabled() {
+    const LogLock::Guard inside(_lock);
     _cache_enabled = false;
     reset_cache();
 }
 
 void Log::reset_cache() {
+    const LogLock::Guard inside(_lock);
     for (int left = LOG_CACHE_MAX; left > 0 && _cache_vlistp->head() != nullptr; --left)
         delete _cache_vlistp->head();
 }

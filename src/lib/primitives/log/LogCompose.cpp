@@ -47,6 +47,7 @@ std::string_view Log::_sev_word(int sev) {
     if (sev < SEV_CRIT || sev >= SEV_APP_END) return {};
     std::string& word = _sev_words[static_cast<size_t>(sev)];
     if (word.empty()) {
+        const LogLock::Guard in_catalogs(_catalog_lock());
         char* text;
         s32 size;
         void** catalogs = _catalogs();
@@ -60,6 +61,7 @@ std::string_view Log::_sev_word(int sev) {
 }
 
 const char* Log::get_sev(ulog_app_sev sev) {
+    const LogLock::Guard inside(_lock);
     const std::string_view word = _sev_word(sev);
     return word.data() != nullptr ? word.data() : "";
 }

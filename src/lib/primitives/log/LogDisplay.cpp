@@ -85,6 +85,7 @@ inline void Log::_display_line(int sev, time_t time_stamp, uint32_t msgcat_id, A
 
 // Null when the head of these messages is too long to be kept.
 const RecordLine* Log::_learn_line(int sev, uint32_t msgcat_id) {
+    const LogLock::Guard in_catalogs(_catalog_lock());
     const std::string head =
         _head_of(sev, msgcat_id); // first: it may look a word up, which ends the template
     i18nTemplate text;
@@ -143,6 +144,7 @@ void Log::_display_delimited(int sev, int obj_tag, time_t time_stamp, uint32_t m
 
 bool Log::_catalog_text(uint32_t msgcat_id, const std::string_view* argv, size_t argc, char* out, size_t cap,
                         size_t* lenp) {
+    const LogLock::Guard in_catalogs(_catalog_lock());
     void** catalogs = _catalogs();
     if (catalogs == nullptr) return false;
     const ArgViews args = leading_args({argv, std::min<size_t>(argc, ULOG_MAX_ARGS)});

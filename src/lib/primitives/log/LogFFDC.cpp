@@ -99,6 +99,16 @@ void Log::_capture(int sev, const char* whop, const char* filep, int line, int f
     ffdc->FFDC_Log(entry.text(), now);
 }
 
+void Log::_ffdc_before_fork() {
+    instance_lock.lock();
+    if (FFDC* ffdc = _ffdc_instance.load(std::memory_order_relaxed)) ffdc->before_fork();
+}
+
+void Log::_ffdc_after_fork(bool in_child) {
+    if (FFDC* ffdc = _ffdc_instance.load(std::memory_order_relaxed)) ffdc->after_fork(in_child);
+    instance_lock.unlock();
+}
+
 void Log::_delete_ffdc() {
     delete _ffdc_instance.exchange(nullptr, std::memory_order_acq_rel);
 }

@@ -47,6 +47,7 @@ void Log::init(const char* mnemp, const char* origIDp, const char* modulep) {
 }
 
 void Log::destroy() {
+    logger_thread().finish(); // the records are composed with what goes here
     const bool capturing = is_ffdc_enabled();
     _remove_hooks();
     disable_ffdc(); // nothing may be offered to an object that goes

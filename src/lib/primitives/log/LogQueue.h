@@ -1,4 +1,4 @@
-// The record in which a message travels to the logger thread.
+// The record in which a message travels from its site to the logger thread (LoggerThread.h).
 #pragma once
 
 #include <ctime>
@@ -50,3 +50,6 @@ struct vlog_msg_t : Pooled<MEM_MISC> {
     DLink link{this};       // in the queue
 };
 using vlog_msg = vlog_msg_t;
+
+// Writes the record to its log, or to the system log, and deletes it.
+void write_record(vlog_msg_t* record);

@@ -30,20 +30,22 @@ int8_t one_byte(int code) {
 void Log::write_app(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
                     int id, MsgStruct* ipm_msg_in) {
     const time_t now = time(nullptr);
-    if (!_mt.load(std::memory_order_acquire)) {
+    if (!_is_queued()) {
         write_log(now, sev, whop, filep, line, flags, cat, id, /*msgp=*/nullptr, ipm_msg_in);
         return;
     }
     const bool copy = (flags & ULOG_HAND_OVER) == 0 && ipm_msg_in != nullptr;
     MsgStruct* msgp = copy ? ipm_msg_in->deep_dup() : ipm_msg_in;
-    _post(new vlog_msg_t(this, now, sev, whop, filep, line, flags, cat, id, /*debug_text=*/nullptr, msgp));
+    logger_thread().post(
+        new vlog_msg_t(this, now, sev, whop, filep, line, flags, cat, id, /*debug_text=*/nullptr, msgp));
 }
 
 void Log::write_packed(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
                        int id, const PackedMessage& message) {
     const time_t now = time(nullptr);
-    if (_mt.load(std::memory_order_acquire))
-        return _post(new (message) vlog_msg_t(this, now, sev, whop, filep, line, flags, cat, id, message));
+    if (_is_queued())
+        return logger_thread().post(
+            new (message) vlog_msg_t(this, now, sev, whop, filep, line, flags, cat, id, message));
     const PackedView packed = message.view();
     LogMessage m{now,    sev, whop, filep, line, flags, cat, id, /*debug_text=*/nullptr, /*structp=*/nullptr,
                  &packed};
@@ -55,14 +57,15 @@ void Log::write_dbg(ulog_dbg_lev lev, const char* whop, const char* filep, int l
     const time_t now = time(nullptr);
     const bool is_ours = (flags & ULOG_HAND_OVER) != 0;
     flags |= ULOG_DEBUG;
-    if (!_mt.load(std::memory_order_acquire)) {
+    if (!_is_queued()) {
         write_log(now, lev, whop, filep, line, flags, cat, id, en_msgp, /*msg_structp=*/nullptr);
         if (is_ours) delete[] en_msgp;
         return;
     }
     char* text = const_cast<char*>(en_msgp); // the log's to delete, or else a copy
     if (!is_ours && en_msgp != nullptr) text = strcpy(new char[strlen(en_msgp) + 1], en_msgp);
-    _post(new vlog_msg_t(this, now, lev, whop, filep, line, flags, cat, id, text, /*structp=*/nullptr));
+    logger_thread().post(
+        new vlog_msg_t(this, now, lev, whop, filep, line, flags, cat, id, text, /*structp=*/nullptr));
 }
 
 void Log::write_buf(const char* whop, const char* filep, int line, int sev, int flags, int cat, int id,
@@ -83,7 +86,7 @@ void Log::write_buf(const char* whop, const char* filep, int line, int sev, int 
 }
 
 bool Log::_accepts(int sev, int flags) const {
-    if (_enabled == 0 || _active == 1 || sev < 0 || sev > logical_sev(DBG_RES2)) return false;
+    if (_enabled.load(std::memory_order_relaxed) == 0 || sev < 0 || sev > logical_sev(DBG_RES2)) return false;
     return !_verify_mode.load(std::memory_order_relaxed) || (flags & (ULOG_DEBUG | ULOG_MERGE)) != 0;
 }
 
@@ -96,9 +99,10 @@ void Log::write_log(time_t timet, int sev, const char* whop, const char* filep, 
 
 void Log::_log(LogMessage& m) {
     if (!_accepts(m.sev, m.flags)) return;
+    const LogLock::Guard inside(_lock);
+    if (!inside || _active == 1) return; // within a write or display of this log
     _active = 1;
-    if (_file.wants_new() || _fp == nullptr) _next();
-    if (_fp == nullptr)
+    if (!_has_stream())
         QENSyslog(SEV_ERR, "Log File Pointer is NULL");
     else if (_classify(m))
         _write_message(m);
@@ -109,7 +113,7 @@ void Log::_write_message(LogMessage& m) {
     _file.begin();
     _write_line(m);
     if (!m.is_debug && !_on_terminal_stream()) {
-        if (_ldf_enabled && _ldfp != nullptr && _ldfp->is_opened()) _copy_to_ldf(m);
+        if (_ldf_enabled && !_is_inherited() && _ldfp != nullptr && _ldfp->is_opened()) _copy_to_ldf(m);
         if (!m.leaves_out(ULOG_NO_EVENT) && QENIsEvent(m.logical_sev))
             QENReportEvent(m.logical_sev, m.number(), m.structure());
     }

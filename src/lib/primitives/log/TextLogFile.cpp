@@ -127,14 +127,32 @@ std::string_view TextLogFile::_header_now() {
     return {_header.get(), _header_size + static_cast<size_t>(created)};
 }
 
+void TextLogFile::follow_parent() {
+    struct stat st;
+    if (_stream == nullptr || QENIsSameFile(fileno(_stream), path())) return;
+    const int fd = file_open_regular(path(), OPEN_FLAGS, st);
+    if (fd < 0) return;
+    forget_unflushed();
+    (void)_use(fd, st.st_size);
+}
+
+void TextLogFile::forget_unflushed() {
+    if (_stream != nullptr) __fpurge(_stream);
+    _pending = 0;
+}
+
+void TextLogFile::abandon() {
+    forget_unflushed();
+    _stream = nullptr;
+}
+
 bool TextLogFile::_is_inherited() const {
     return _forks != QENForkCount();
 }
 
 void TextLogFile::_begin_anew() {
     if (_is_inherited()) {
-        __fpurge(_stream);
-        _pending = 0;
+        forget_unflushed();
         _forks = QENForkCount();
     }
     if (_is_cut) (void)putc('\n', _stream);

@@ -32,6 +32,15 @@ public:
     // first failure in a row is reported to the system log.
     void start_new();
 
+    // In a forked child, before a message: goes on with the file that is the current one now. The parent may
+    // have rotated since the last message.
+    void follow_parent();
+
+    // In a forked child: what the parent had not flushed is not written by the child's exit.
+    void forget_unflushed();
+    // The same when the stream's state may be half changed: it is not used any more, nor closed.
+    void abandon();
+
     FILE* stream() const { return _stream; } // null: not open
     char* path() const { return _files.current(); }
 

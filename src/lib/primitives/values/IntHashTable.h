@@ -41,6 +41,7 @@ public:
     int remove(uint32_t key);                // IHT_OK or IHT_EABSENT
 
     uint32_t size() const { return _size; }
+    QENLock* lock() { return &_bucketlock; } // to be held around a fork
 
 private:
     static constexpr uint32_t DEFAULT_SIZE = 1023;

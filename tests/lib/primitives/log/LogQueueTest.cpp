@@ -1,3 +1,5 @@
+// The logger thread and its queue, and logs that several threads write.
+#include <array>
 #include <atomic>
 #include <climits>
 #include <condition_variable>
@@ -11,6 +13,7 @@
 #include <gmock/gmock.h>
 
 #include "LogFixture.h"
+#include "primitives/ldf/LdfReader.h"
 #include "primitives/log/LogQueue.h"
 #include "primitives/log/MessageSite.h"
 #include "primitives/values/VList.h"
@@ -30,8 +33,8 @@ protected:
         EXPECT_EQ(ULOG_OK, log.open("engine", nullptr, 0, nullptr));
         log.set_maxlen(1 << 30);
     }
-    std::vector<std::string> lines() const {
-        std::istringstream in(body("engine_A.log"));
+    std::vector<std::string> lines(const std::string& file = "engine_A.log") const {
+        std::istringstream in(body(file));
         std::vector<std::string> all;
         for (std::string line; std::getline(in, line);) all.push_back(line);
         return all;
@@ -89,24 +92,115 @@ TEST_F(LogQueueTest, WritesAndStopsAtOnceAndStartsAgain) {
     EXPECT_THAT(lines(), ElementsAre("q0", "d0", "q1", "d1", "q2", "d2", "q3", "d3", "q4", "d4"));
 }
 
-TEST_F(LogQueueTest, ProducersOfAllThreadsKeepTheirOrderAcrossAStop) {
-    constexpr int THREADS = 8, EACH = 1000;
-    // Producers write by themselves once the logger is stopped: one log for each, since a log is used by one
-    // thread at a time.
-    std::vector<std::unique_ptr<Log>> logs;
+// "<producer> <number>", the numbers of each producer being 0, 1, 2, ...
+class Sequences {
+public:
+    void see(const std::string& text) {
+        int producer = 0;
+        long number = 0;
+        ASSERT_EQ(2, sscanf(text.c_str(), "%d %ld", &producer, &number)) << text;
+        ASSERT_EQ(_next[producer]++, number) << "of producer " << producer;
+    }
+    long count_of(int producer) { return _next[producer]; }
+
+private:
+    std::map<int, long> _next;
+};
+
+TEST_F(LogQueueTest, ProducersOfOneLogOverStopsAndStartsOfTheLogger) {
+    constexpr int PRODUCERS = 8, STOPS = 200;
+    unsetenv("TAQ_ENABLE_LDF");
+    auto shared = opened("shared");
+    std::atomic<bool> is_over{false};
+    std::array<long, PRODUCERS> sent = {};
     std::vector<std::thread> producers;
-    for (int t = 0; t < THREADS; ++t) logs.push_back(opened(("p" + std::to_string(t)).c_str()));
-    Log::start_logger();
-    for (const auto& own : logs)
-        producers.emplace_back([&own] {
-            for (int i = 0; i < EACH; ++i) put(*own, std::to_string(i), i % 4);
+    for (int p = 0; p < PRODUCERS; ++p)
+        producers.emplace_back([&, p] {
+            for (long& n = sent[static_cast<size_t>(p)]; n == 0 || (n < 12000 && !is_over); ++n)
+                QEN_MESSAGE(shared.get(), SEV_INFO, BARE, 25, 1, "%d %ld", p, n);
         });
-    Log::stop_logger();
+    for (int i = 0; i < STOPS; ++i) {
+        Log::start_logger();
+        std::this_thread::yield();
+        Log::stop_logger();
+    }
+    is_over = true;
     for (auto& p : producers) p.join();
-    logs.clear();
-    std::string expected;
-    for (int i = 0; i < EACH; ++i) expected += std::to_string(i) + "\n";
-    for (int t = 0; t < THREADS; ++t) EXPECT_EQ(expected, body("p" + std::to_string(t) + "_A.log"));
+    shared.reset();
+
+    Sequences in_lines, in_records;
+    for (const auto& line : lines("shared_A.log")) in_lines.see(line);
+    LdfReader::init();
+    for (const char* generation : {"shared_C", "shared_B", "shared_A"}) {
+        LdfReader reader;
+        if (reader.open(nullptr, generation) != LDF_OK) continue;
+        LdfRecordView view;
+        while (reader.next_record({}, view) == LDF_OK) {
+            std::string text;
+            view.for_each_arg([&](std::string_view arg) { text.append(arg) += ' '; });
+            in_records.see(text);
+        }
+    }
+    LdfReader::destroy();
+    for (int p = 0; p < PRODUCERS; ++p) {
+        EXPECT_EQ(sent[static_cast<size_t>(p)], in_lines.count_of(p));
+        EXPECT_EQ(sent[static_cast<size_t>(p)], in_records.count_of(p));
+    }
+}
+
+TEST_F(LogQueueTest, ADeletedLogHasWrittenWhatWasQueuedForIt) {
+    std::vector<std::string> expected;
+    for (int i = 0; i < 500; ++i) expected.push_back(std::to_string(i));
+    Log::start_logger();
+    for (int round = 0; round < 10; ++round) {
+        const std::string name = "log" + std::to_string(round);
+        auto brief = opened(name.c_str());
+        for (const auto& text : expected) put(*brief, text, 2);
+        if (round % 2 == 0)
+            brief.reset();
+        else
+            EXPECT_EQ(ULOG_OK, brief->open("another", nullptr, 0, nullptr));
+        EXPECT_EQ(expected, lines(name + "_A.log"));
+    }
+    Log::stop_logger();
+}
+
+// A stream of the program's that logs with each write: to the log that it belongs to, and to another one.
+struct LoggingStream {
+    Log &same, &other;
+    std::string written{};
+
+    FILE* open() {
+        FILE* fp = fopencookie(this, "w", {nullptr, write, nullptr, nullptr});
+        setvbuf(fp, nullptr, _IONBF, 0);
+        return fp;
+    }
+    static ssize_t write(void* cookie, const char* bytes, size_t size) {
+        auto* self = static_cast<LoggingStream*>(cookie);
+        const std::string text(bytes, size);
+        self->written += text;
+        for (Log* log : {&self->same, &self->other})
+            log->write_dbg(DBG_1, "f", "g", 1, BARE, 25, 1, ("about " + text).c_str());
+        return static_cast<ssize_t>(size);
+    }
+};
+
+TEST_F(LogQueueTest, AMessageFromWithinTheWriteOfItsLogIsDropped) {
+    for (const bool queued : {false, true}) {
+        Log talking;
+        LoggingStream stream{talking, log};
+        FILE* fp = stream.open();
+        ASSERT_EQ(ULOG_OK, talking.open("talking", fp, 0, nullptr));
+        if (queued) Log::start_logger();
+        put(talking, "one", 2);
+        put(talking, "two", 3);
+        if (queued) Log::stop_logger();
+        EXPECT_EQ("one\ntwo\n", stream.written);
+        fclose(fp);
+    }
+    put(log, "end", 2); // flushes
+    EXPECT_THAT(lines(),
+                ElementsAre("about one", "", "about two", "", "about one", "", "about two", "", "end"));
 }
 
 // Remembers the texts it was given; the first one keeps the writing thread until the gate opens.
@@ -147,13 +241,12 @@ TEST_F(LogQueueTest, NobodyOvertakesWhatTheFinishingThreadStillHasToWrite) {
     put(gated, "first", 0);
     ASSERT_TRUE(gated.has(1, 30s));
     put(gated, "second", 0);
-    std::thread stopper(Log::stop_logger);
+    std::thread stopper(Log::stop_logger), second_stopper(Log::stop_logger);
     while (Log::run_thread()) std::this_thread::yield();
     std::thread producer([&gated] { put(gated, "third", 0); });
     EXPECT_FALSE(gated.has(2, 50ms));
     gated.open_gate();
-    producer.join();
-    stopper.join();
+    for (std::thread* t : {&producer, &stopper, &second_stopper}) t->join();
     EXPECT_THAT(gated.texts(), ElementsAre("first", "second", "third"));
 }
 

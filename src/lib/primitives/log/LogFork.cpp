@@ -1,0 +1,87 @@
+// Keeps the logs usable in forked children: see LogFork.h.
+#include "primitives/log/LogFork.h"
+
+#include <pthread.h>
+#include <set>
+
+#include "platform/unix/QENFork.h"
+#include "platform/unix/QENPlatform.h"
+#include "primitives/log/Log.h"
+#include "primitives/log/LoggerThread.h"
+
+namespace {
+
+constexpr int WAIT_MS = 1000;
+
+struct LiveLogs {
+    pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
+    std::set<Log*> logs;
+};
+
+LiveLogs& live() {
+    static auto* logs = new LiveLogs; // static logs may come later and go earlier
+    return *logs;
+}
+
+} // namespace
+
+// Friend of Log.
+struct LogFork {
+    static void prepare() {
+        QENMutexLock(&live().lock);
+        timeval now;
+        gettimeofday(&now, nullptr);
+        const timespec deadline = QENCondDeadline(now, WAIT_MS);
+        for (Log* log : live().logs) log->_lock.before_fork(deadline);
+        Log::_catalog_lock().before_fork(deadline);
+        logger_thread().before_fork();
+        Log::_ffdc_before_fork();
+    }
+    static void in_parent() {
+        Log::_ffdc_after_fork(/*in_child=*/false);
+        logger_thread().after_fork_in_parent();
+        Log::_catalog_lock().after_fork_in_parent();
+        for (Log* log : live().logs) log->_lock.after_fork_in_parent();
+        QENMutexUnlock(&live().lock);
+    }
+    static void in_child() {
+        Log::_ffdc_after_fork(/*in_child=*/true);
+        logger_thread().after_fork_in_child();
+        (void)Log::_catalog_lock().after_fork_in_child();
+        for (Log* log : live().logs) log->_continue_in_child(/*is_whole=*/log->_lock.after_fork_in_child());
+        QENMutexUnlock(&live().lock);
+    }
+};
+
+bool Log::_is_inherited() const {
+    return _process != QENForkCount();
+}
+
+// In a forked child. What the parent had not yet given to the file stays its own to write. When the state of
+// the log is not whole, not even the stream can be closed.
+void Log::_continue_in_child(bool is_whole) {
+    if (is_whole) return _file.forget_unflushed();
+    _file.abandon();
+    _fp = nullptr;
+    _enabled = 0;
+}
+
+// The system log first: what is registered last is prepared first.
+void log_prepare_for_forks() {
+    QENKeepSyslogAcrossForks();
+    [[maybe_unused]] static const int once =
+        pthread_atfork(LogFork::prepare, LogFork::in_parent, LogFork::in_child);
+}
+
+void log_was_made(Log* log) {
+    log_prepare_for_forks();
+    QENMutexLock(&live().lock);
+    live().logs.insert(log);
+    QENMutexUnlock(&live().lock);
+}
+
+void log_goes(Log* log) {
+    QENMutexLock(&live().lock);
+    live().logs.erase(log);
+    QENMutexUnlock(&live().lock);
+}

@@ -1,0 +1,17 @@
+// What a fork does to the logs of the process.
+#pragma once
+
+class Log;
+
+// fork copies one thread and the state of all locks. So that a child can log whatever other threads were
+// doing in the parent, fork first waits for them and keeps them out of the logs, the logger thread's queue,
+// the first-failure capture and the system log, in this order, which is the order in which a thread that
+// writes a message takes their locks. A write that takes longer than a second is not waited for: the child
+// then has its log closed.
+
+// From now on. Before the first of the locks is used.
+void log_prepare_for_forks();
+
+// The logs that live.
+void log_was_made(Log* log);
+void log_goes(Log* log);

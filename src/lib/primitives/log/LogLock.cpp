@@ -1,0 +1,42 @@
+// The lock of a log: see LogLock.h.
+#include "primitives/log/LogLock.h"
+
+#include <sys/single_threaded.h>
+
+constinit thread_local unsigned LogLock::_depth = 0;
+
+LogLock::entry LogLock::_enter() {
+    if (is_mine()) return NESTED;
+    const entry how = __libc_single_threaded ? ALONE : LOCKED;
+    if (how == LOCKED) {
+        QENMutexLock(&_mutex);
+        // Rarely, the process's first thread went in alone and started another one from there.
+        while (_inside.load(std::memory_order_acquire) != nullptr) QENThreadYield();
+    }
+    _inside.store(_this_thread(), std::memory_order_relaxed);
+    ++_depth;
+    return how;
+}
+
+void LogLock::_leave(int how) {
+    --_depth;
+    _inside.store(nullptr, std::memory_order_release);
+    if (how == LOCKED) QENMutexUnlock(&_mutex);
+}
+
+void LogLock::before_fork(const timespec& deadline) {
+    _at_fork = UNTOUCHED;
+    if (!is_mine()) _at_fork = QENMutexLockUntil(&_mutex, deadline) ? TAKEN : BUSY;
+}
+
+void LogLock::after_fork_in_parent() {
+    if (_at_fork == TAKEN) QENMutexUnlock(&_mutex);
+}
+
+bool LogLock::after_fork_in_child() {
+    if (_at_fork == TAKEN) QENMutexUnlock(&_mutex);
+    if (_at_fork != BUSY) return true;
+    QENMutexInit(&_mutex); // its holder does not exist here
+    _inside.store(nullptr, std::memory_order_relaxed);
+    return false;
+}
