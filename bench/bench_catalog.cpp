@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr u32 CATEGORY = 200;
+constexpr uint32_t CATEGORY = 200;
 
 void lookup(benchmark::State& state, const char* arg3) {
     void* handle = nullptr;
@@ -15,7 +15,7 @@ void lookup(benchmark::State& state, const char* arg3) {
         return state.SkipWithError("no catalogs");
     for (auto _ : state) {
         char* text;
-        s32 size;
+        int32_t size;
         const int rc = i18nGetSafeMsg(&handle, CATEGORY, 1, &text, &size, "web-000001", "ONLINE", arg3);
         benchmark::DoNotOptimize(rc);
         benchmark::DoNotOptimize(text);
@@ -34,7 +34,7 @@ void BM_OpenAndFirstLookup(benchmark::State& state) {
     for (auto _ : state) {
         void* handle = nullptr;
         char* text;
-        s32 size;
+        int32_t size;
         if (i18nOpen(&handle, BENCH_CATALOG_ROOT, "KORE", "en") != I18N_SOK)
             return state.SkipWithError("no catalogs");
         benchmark::DoNotOptimize(i18nGetSimpleMsg(&handle, CATEGORY, 1, &text, &size));

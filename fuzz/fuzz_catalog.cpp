@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr u32 CATEGORY = 25;
+constexpr uint32_t CATEGORY = 25;
 
 void require(bool ok) {
     if (!ok) abort();
@@ -42,7 +42,7 @@ private:
     std::string _root;
 };
 
-void require_text(int rc, const char* text, s32 size, size_t limit) {
+void require_text(int rc, const char* text, int32_t size, size_t limit) {
     const bool listed = rc == I18N_SOK || rc == I18N_ESPECCOUNT || rc == I18N_ECONV || rc == I18N_ENOTFOUND ||
                         rc == I18N_EBADHANDLE || rc == I18N_EBMC;
     require(listed);
@@ -51,7 +51,7 @@ void require_text(int rc, const char* text, s32 size, size_t limit) {
 }
 
 // The text taken apart and put together again; "" where that is not offered for these arguments.
-std::string put_together(void** handle, u32 number, const std::string_view* args, size_t argc,
+std::string put_together(void** handle, uint32_t number, const std::string_view* args, size_t argc,
                          bool* offered) {
     size_t args_size = 0;
     for (size_t i = 0; i < argc; ++i) args_size += args[i].size();
@@ -70,10 +70,10 @@ std::string put_together(void** handle, u32 number, const std::string_view* args
     return whole;
 }
 
-void look_up(void** handle, u32 number, size_t file_size) {
+void look_up(void** handle, uint32_t number, size_t file_size) {
     static const std::string_view args[] = {"one", "%s", "", "four", "\xFF", "six"};
     char* text;
-    s32 size;
+    int32_t size;
     for (size_t argc = 0; argc <= I18N_MAX_ARGS; ++argc) {
         const int rc = i18nGetSafeMsgViews(handle, CATEGORY, number, &text, &size, args, argc);
         require_text(rc, text, size, I18N_CONV_BUFFSIZE);
@@ -100,7 +100,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (const char* lang : {"en", "ja"}) {
         void* handle = nullptr;
         require(i18nOpen(&handle, catalogs.root(), "KORE", lang) == I18N_SOK);
-        for (const u32 number : {0u, 1u, 2u, 5u, 65535u}) look_up(&handle, number, size);
+        for (const uint32_t number : {0u, 1u, 2u, 5u, 65535u}) look_up(&handle, number, size);
         if (size >= 4) look_up(&handle, get_be32(data + size - 4), size);
         require(i18nClose(&handle) == I18N_SOK);
     }

@@ -48,7 +48,7 @@ void require_prefix(const i18n_formatted& done, const char* dst, size_t room, co
     require(std::string_view(dst, done._size) == std::string_view(whole).substr(0, room));
 }
 
-bool stands_twice(s32 arg, const std::vector<i18n_piece>& pieces) {
+bool stands_twice(int32_t arg, const std::vector<i18n_piece>& pieces) {
     return std::count_if(pieces.begin(), pieces.end(), [&](auto& p) { return p._arg == arg; }) > 1;
 }
 

@@ -1,3 +1,4 @@
+// Checked messages become the bytes of a catalog; --list goes the other way.
 #include "CatalogCodec.h"
 
 #include "i18n/common/bmc_format.h"
@@ -12,8 +13,8 @@ namespace {
 // many missing numbers in a row stay within a range: fewer ranges at no greater size.
 constexpr uint32_t MAX_GAP = BMC_RANGE_SIZE / BMC_SLOT_SIZE;
 
-// A damaged file can refer to one long record from every slot: what is decoded beyond the size of the file
-// is limited.
+// A damaged file can refer to one long record from every slot, so this bounds the text decoded beyond the
+// size of the file.
 constexpr uint64_t MAX_SHARED_TEXT = 256u << 20;
 
 constexpr uint64_t MAX_FILE_SIZE = BMC_EMPTY_SLOT; // an offset below the value that marks an empty slot

@@ -1,3 +1,4 @@
+// The last step of --list.
 #include "CatalogLister.h"
 
 #include "TextEscape.h"

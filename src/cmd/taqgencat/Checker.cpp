@@ -14,13 +14,13 @@ namespace {
 
 // The specifiers of a text as the formatter takes them.
 struct Specifiers {
-    std::vector<size_t> positions; // 0-based, in the order of the text
+    std::vector<size_t> positions; // 0-based, in text order
     bool positional = false, sequential = false;
     bool stray_percent = false; // a '%' that begins no specifier
 };
 
-// Whether the run that ends here ends in the first of two percent signs: no other run without an argument
-// ends before the text does.
+// Whether the piece ends with the first of two percent signs. No other piece without an argument ends before
+// the text does.
 bool ends_in_doubled_percent(std::string_view text, const i18n_piece& piece) {
     return piece._arg == I18N_NO_ARG && size_t{piece._offset} + piece._size < text.size();
 }

@@ -1,3 +1,4 @@
+// What the sources say together: looking up, completing, dropping.
 #include "Messages.h"
 
 namespace gencat {

@@ -1,6 +1,8 @@
 // What the compiler works on: the messages of one module in one language, grouped by category.
 #pragma once
 
+#include "i18n/common/i18n_id.h"
+
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -8,11 +10,10 @@
 
 namespace gencat {
 
-// Both halves of a message identity have 16 bits. Category 0 does not exist; message 0 does, since the
-// severity words are numbered from 0.
+// Category 0 does not exist; message 0 does, since the severity words are numbered from 0.
 inline constexpr uint32_t MIN_CATEGORY = 1;
-inline constexpr uint32_t MAX_CATEGORY = 65535;
-inline constexpr uint32_t MAX_MESSAGE = 65535;
+inline constexpr uint32_t MAX_CATEGORY = I18N_ID_MAX;
+inline constexpr uint32_t MAX_MESSAGE = I18N_ID_MAX;
 
 // Where a message was read. The name is shared by all messages of a file.
 struct SourcePos {

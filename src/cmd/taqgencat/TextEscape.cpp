@@ -1,3 +1,4 @@
+// Between a line of a source and the text it stands for, in both directions.
 #include "TextEscape.h"
 
 #include "i18n/unix/i18n_conv.h"

@@ -25,13 +25,13 @@ TEST_F(Catalog, GoldenFileIsRead) {
 }
 
 TEST_F(Catalog, FindsExactlyTheNumbersThatHaveMessages) {
-    for (const u32 range_count : {0u, 1u, 2u, 3u, 7u, 16u}) {
+    for (const uint32_t range_count : {0u, 1u, 2u, 3u, 7u, 16u}) {
         CatalogBuilder file;
-        for (u32 r = 0; r < range_count; ++r) // numbers 10r+5 to 10r+8, of which 10r+7 has an empty slot
+        for (uint32_t r = 0; r < range_count; ++r) // numbers 10r+5 to 10r+8, of which 10r+7 has an empty slot
             file.text(10 * r + 5, "a").text(10 * r + 6, "b").empty(10 * r + 7).text(10 * r + 8, "d");
         tree().catalog("core", 25, file).write();
         ASSERT_EQ(I18N_SOK, open());
-        for (u32 n = 0; n < 10 * range_count + 5; ++n) {
+        for (uint32_t n = 0; n < 10 * range_count + 5; ++n) {
             const char* const expect[10] = {"<3>", "<3>", "<3>", "<3>", "<3>", "a", "b", "<3>", "d", "<3>"};
             EXPECT_EQ(n < 5 ? "<3>" : expect[n % 10], text(25, n)) << range_count << " ranges, number " << n;
         }
@@ -41,15 +41,15 @@ TEST_F(Catalog, FindsExactlyTheNumbersThatHaveMessages) {
 }
 
 TEST_F(Catalog, FindsEveryCategory) {
-    for (u32 count = 1; count <= 9; ++count) {
+    for (uint32_t count = 1; count <= 9; ++count) {
         CatalogTree t = tree();
-        for (u32 c = 1; c <= count; ++c)
+        for (uint32_t c = 1; c <= count; ++c)
             t.catalog("c" + std::to_string(c), 10 * c, CatalogBuilder().text(c, std::to_string(c)), c, c + 1);
         t.write();
         ASSERT_EQ(I18N_SOK, open());
-        for (u32 c = 1; c <= count; ++c) EXPECT_EQ(std::to_string(c), text(10 * c, c)) << count;
-        for (u32 c = 0; c <= count; ++c) EXPECT_EQ("<3>", text(10 * c + 5, 1)) << count;
-        u32 lowest = 0, highest = 0;
+        for (uint32_t c = 1; c <= count; ++c) EXPECT_EQ(std::to_string(c), text(10 * c, c)) << count;
+        for (uint32_t c = 0; c <= count; ++c) EXPECT_EQ("<3>", text(10 * c + 5, 1)) << count;
+        uint32_t lowest = 0, highest = 0;
         EXPECT_EQ(I18N_SOK, i18nGetIDRange(&handle, 10 * count, &lowest, &highest));
         EXPECT_TRUE(lowest == count && highest == count + 1);
         i18nClose(&handle);
@@ -119,7 +119,7 @@ TEST_F(Catalog, AnyDamagedByteAndAnyCutGiveAListedResult) {
         pos < size ? bad.flip(pos, pos % 2 == 0 ? 0xFF : 1) : bad.truncate(pos - size);
         bad.write(tree().dir() + "core.bmc");
         ASSERT_EQ(I18N_SOK, open());
-        for (const u32 n : {1u, 2u, 9u}) {
+        for (const uint32_t n : {1u, 2u, 9u}) {
             const std::string got = text(25, n, {"a", "b"});
             EXPECT_TRUE(!got.starts_with('<') || "<1> <3> <4> <6>"s.find(got) != std::string::npos) << got;
         }

@@ -52,7 +52,7 @@ TEST_F(Conversion, TextsWithoutArgumentsAreKeptConverted) {
                                .text(2, times(40, "%%") + HIRAGANA_A)
                                .text(3, HIRAGANA_A + "%s"s));
     char* p = nullptr;
-    s32 size = 0;
+    int32_t size = 0;
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ("\xA4\xA2", text(25, 1, {"surplus"}));
         EXPECT_EQ(std::string(40, '%') + "\xA4\xA2", text(25, 2));

@@ -33,11 +33,11 @@ protected:
     int open(const char* language = "en") { return i18nOpen(&handle, root.c_str(), "KORE", language); }
 
     // The text of a safe lookup, or "<result code>". All forms must agree.
-    std::string text(u32 category, u32 number, const std::vector<const char*>& args = {}) {
+    std::string text(uint32_t category, uint32_t number, const std::vector<const char*>& args = {}) {
         const char* six[6] = {};
         std::copy(args.begin(), args.end(), six);
         char* p = nullptr;
-        s32 size = -1;
+        int32_t size = -1;
         int rc = i18nGetSafeMsg(&handle, category, number, &p, &size, six[0], six[1], six[2], six[3], six[4],
                                 six[5]);
         const std::string result = shown(rc, p, size);
@@ -49,10 +49,10 @@ protected:
         size_t len = 1;
         rc = i18nFormatSafeTo(&handle, category, number, views.data(), views.size(), line, sizeof line, &len);
         EXPECT_EQ(result,
-                  rc == I18N_SOK ? std::string(line, len) : shown(rc, nullptr, static_cast<s32>(len)));
+                  rc == I18N_SOK ? std::string(line, len) : shown(rc, nullptr, static_cast<int32_t>(len)));
         return result;
     }
-    static std::string shown(int rc, const char* p, s32 size) {
+    static std::string shown(int rc, const char* p, int32_t size) {
         if (rc == I18N_SOK) {
             EXPECT_EQ('\0', p[size - 1]);
             return std::string(p, static_cast<size_t>(size) - 1);

@@ -40,14 +40,14 @@ TEST_F(Lookup, TextsTakeTheirArgumentsWithin4096Bytes) {
         {"%1$s%1$s", {a3000.c_str(), "x"}, std::string(4095, 'a')}, // a repetition outgrows the check: cut
     };
     CatalogBuilder file;
-    u32 number = 0;
+    uint32_t number = 0;
     for (const auto& c : cases) file.text(++number, c.text);
     tree().catalog("core", 25, file).write();
     ASSERT_EQ(I18N_SOK, open());
     number = 0;
     for (const auto& c : cases) EXPECT_EQ(c.expect, text(25, ++number, c.args)) << c.text << c.args.size();
     char* p;
-    s32 size;
+    int32_t size;
     ASSERT_EQ(I18N_SOK, i18nGetSafeMsg(&handle, 25, 1, &p, &size, "a", nullptr, "b"));
     EXPECT_STREQ("??? on ???", p) << "the first null ends them";
 }
@@ -76,7 +76,7 @@ TEST_F(Lookup, OtherFormsReturnTheTextTheirWay) {
         .write();
     ASSERT_EQ(I18N_SOK, open());
     char* p = nullptr;
-    s32 size = 0;
+    int32_t size = 0;
     for (int i = 0; i < 2; ++i) { // read, then kept
         ASSERT_EQ(I18N_SOK, i18nGetSimpleMsg(&handle, 25, 1, &p, &size));
         EXPECT_EQ("%s: %s, 5%%", shown(I18N_SOK, p, size));
@@ -108,16 +108,17 @@ std::set<std::string> open_catalogs() {
 TEST_F(Lookup, LeastUsedOfSixCatalogsIsClosed) {
     CatalogTree t = tree();
     for (const char* name : {"a", "b", "c", "d", "e", "f", "g"})
-        t.catalog(name, static_cast<u32>(*name), CatalogBuilder().text(1, name).text(2, name).text(3, name));
+        t.catalog(name, static_cast<uint32_t>(*name),
+                  CatalogBuilder().text(1, name).text(2, name).text(3, name));
     t.write();
     const int standard_input = dup(STDIN_FILENO);
     close(STDIN_FILENO); // the place of the next descriptor
     ASSERT_EQ(I18N_SOK, open());
     char* p;
-    s32 size;
-    const auto use = [&](const char* names, u32 number) {
+    int32_t size;
+    const auto use = [&](const char* names, uint32_t number) {
         for (; *names; ++names)
-            EXPECT_EQ(I18N_SOK, i18nGetSimpleMsg(&handle, static_cast<u32>(*names), number, &p, &size))
+            EXPECT_EQ(I18N_SOK, i18nGetSimpleMsg(&handle, static_cast<uint32_t>(*names), number, &p, &size))
                 << *names;
     };
     use("abcde", 1);
@@ -141,14 +142,15 @@ TEST_F(Lookup, LeastUsedOfSixCatalogsIsClosed) {
 
 TEST_F(Lookup, SeenTextsNeedNoFile) {
     CatalogBuilder file;
-    for (u32 n = 1; n <= 2000; ++n) file.text(n, "number " + std::to_string(n) + " of %s");
+    for (uint32_t n = 1; n <= 2000; ++n) file.text(n, "number " + std::to_string(n) + " of %s");
     tree().catalog("core", 25, file).write();
     ASSERT_EQ(I18N_SOK, open());
     for (int round = 0; round < 2; ++round) // far more texts than are kept, so that they displace each other
-        for (u32 n = 1; n <= 2000; ++n)
+        for (uint32_t n = 1; n <= 2000; ++n)
             ASSERT_EQ("number " + std::to_string(n) + " of x", text(25, n, {"x"}));
     std::filesystem::resize_file(tree().dir() + "core.bmc", 0);
-    for (u32 n = 1500; n <= 2000; ++n) ASSERT_EQ("number " + std::to_string(n) + " of x", text(25, n, {"x"}));
+    for (uint32_t n = 1500; n <= 2000; ++n)
+        ASSERT_EQ("number " + std::to_string(n) + " of x", text(25, n, {"x"}));
     EXPECT_EQ("<4>", text(25, 1, {"x"}));
 }
 

@@ -45,7 +45,7 @@ TEST_F(I18nTest, EveryAllocationMayFail) {
     int failed = 0;
     for (bool done = false; !done; ++failed) {
         char* p = nullptr;
-        s32 size = 0;
+        int32_t size = 0;
         allocations_left = failed;
         int rc = i18nOpen(&handle, root.c_str(), "KORE", nullptr);
         if (rc == I18N_SOK) rc = i18nGetSafeMsg(&handle, 25, 1, &p, &size);

@@ -1,3 +1,4 @@
+// From the map's table to a message record: opens catalog files, reads their tables, finds and reads records.
 #include "i18n/common/bmc.h"
 
 #include <algorithm>
@@ -32,7 +33,7 @@ int bmc_initialize(bmc_t* bmcp, i18n_file* filep) {
     return I18N_SOK;
 }
 
-int range_create_table(const i18n_file& file, u32 tab_range_address, u32 count,
+int range_create_table(const i18n_file& file, uint32_t tab_range_address, uint32_t count,
                        i18n_vector<bmc_range_t>* tablep) {
     constexpr size_t CHUNK = 256; // records of one read
     uint8_t bytes[CHUNK * BMC_RANGE_SIZE];
@@ -52,20 +53,20 @@ int range_create_table(const i18n_file& file, u32 tab_range_address, u32 count,
     return I18N_SOK;
 }
 
-int bmc_find_ndx(const bmc_table& table, u32 category, s32* ndxp) {
+int bmc_find_ndx(const bmc_table& table, uint32_t category, int32_t* ndxp) {
     *ndxp = -1;
     if (table.empty()) return I18N_EBMC;
     // Most categories that are asked for stand at the ends: the command's own and the severity words.
     size_t low = 0, high = table.size() - 1;
     for (const size_t end : {low, high}) {
         if (table[end]._category != category) continue;
-        *ndxp = static_cast<s32>(end);
+        *ndxp = static_cast<int32_t>(end);
         return I18N_SOK;
     }
     while (low + 1 < high) {
         const size_t middle = (low + high) / 2;
         if (table[middle]._category == category) {
-            *ndxp = static_cast<s32>(middle);
+            *ndxp = static_cast<int32_t>(middle);
             return I18N_SOK;
         }
         (category > table[middle]._category ? low : high) = middle;
@@ -73,7 +74,7 @@ int bmc_find_ndx(const bmc_table& table, u32 category, s32* ndxp) {
     return I18N_EFAIL;
 }
 
-const bmc_range_t* range_find(const i18n_vector<bmc_range_t>& table, u32 msg_id) {
+const bmc_range_t* bmc_find_range(const i18n_vector<bmc_range_t>& table, uint32_t msg_id) {
     if (table.empty()) return nullptr;
     if (table.front().holds(msg_id)) return &table.front();
     if (table.back().holds(msg_id)) return &table.back();
@@ -86,15 +87,16 @@ const bmc_range_t* range_find(const i18n_vector<bmc_range_t>& table, u32 msg_id)
     return nullptr;
 }
 
-int get_bmc_msg(const i18n_file& file, uint64_t slot_offset, char* buffer, size_t buffsize, u32* sizep) {
+int bmc_read_msg(const i18n_file& file, uint64_t slot_offset, char* buffer, size_t buffsize,
+                 uint32_t* sizep) {
     uint8_t word[BMC_SLOT_SIZE];
     if (file.read_at(slot_offset, word, sizeof word) != sizeof word) return I18N_EBADHANDLE;
     const uint64_t record = bmc_decode_word(word);
     if (record == BMC_EMPTY_SLOT) return I18N_ENOTFOUND;
 
     if (file.read_at(record, word, sizeof word) != sizeof word) return I18N_EBADHANDLE;
-    const u32 size = bmc_decode_word(word);
-    // Sizes are reported as s32, and a length that the file cannot hold must not make the buffer grow.
+    const uint32_t size = bmc_decode_word(word);
+    // Sizes are reported as int32_t, and a length that the file cannot hold must not make the buffer grow.
     if (size == 0 || size > INT32_MAX || !file.holds(record + BMC_LENGTH_SIZE, size)) return I18N_EBADHANDLE;
     *sizep = size;
     const uint64_t text = record + BMC_LENGTH_SIZE;

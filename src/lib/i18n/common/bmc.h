@@ -13,22 +13,21 @@
 // One catalog. Path, version, category and limits come from the map file; the rest from the catalog's header
 // once it was read (_is_initialized), which then stays in memory as long as the handle.
 struct bmc_t {
-    u32 _msg_count = 0;
+    uint32_t _msg_count = 0;
     bool _is_initialized = false;
-    s32 _mru_ndx = -1; // cache slot that holds the open file, -1 none
-    u32 _tab_range_address = 0;
-    u32 _tab_ndx_address = 0;
-    u32 _tab_msg_address = 0;
-    u32 _category = 0;
-    u32 _msg_id_min = 0;
-    u32 _msg_id_max = 0;
+    int32_t _mru_ndx = -1; // cache slot that holds the open file, -1 none
+    uint32_t _tab_range_address = 0;
+    uint32_t _tab_ndx_address = 0;
+    uint32_t _tab_msg_address = 0;
+    uint32_t _category = 0;
+    uint32_t _msg_id_min = 0;
+    uint32_t _msg_id_max = 0;
     i18n_string _versionp;
     i18n_string _pathp;
     i18n_vector<bmc_range_t> _range_table;
 };
 
-// Ascending by category; the map file promises that, and a search in a table that breaks the promise finds
-// less.
+// Ascending by category. The map file promises that order; in a table without it a search finds less.
 using bmc_table = i18n_vector<bmc_t>;
 
 // Builds the table of a module from its map file. Results: I18N_SOK; I18N_ENODIR when the root or its
@@ -42,17 +41,17 @@ int bmc_initialize(bmc_t* bmcp, i18n_file* filep);
 
 // Reads `count` records of the range table. I18N_EBMC: more than BMC_RANGES_MAX, or not all in the file; both
 // are checked before anything is allocated.
-int range_create_table(const i18n_file& file, u32 tab_range_address, u32 count,
+int range_create_table(const i18n_file& file, uint32_t tab_range_address, uint32_t count,
                        i18n_vector<bmc_range_t>* tablep);
 
 // Index of the catalog of a category. I18N_EFAIL: none, *ndxp is -1. I18N_EBMC: empty table.
-int bmc_find_ndx(const bmc_table& table, u32 category, s32* ndxp);
+int bmc_find_ndx(const bmc_table& table, uint32_t category, int32_t* ndxp);
 
 // The range that holds a number, or null.
-const bmc_range_t* range_find(const i18n_vector<bmc_range_t>& table, u32 msg_id);
+const bmc_range_t* bmc_find_range(const i18n_vector<bmc_range_t>& table, uint32_t msg_id);
 
 // Reads the message record that the slot at slot_offset refers to. I18N_SOK: *sizep bytes at buffer, the
 // last of them a NUL. I18N_ENOTFOUND: empty slot. I18N_EBUFSIZE: the text has *sizep bytes, more than
 // buffsize, and only its last byte was read. I18N_EBADHANDLE: slot or record outside the file, length 0, no
 // NUL at the end.
-int get_bmc_msg(const i18n_file& file, uint64_t slot_offset, char* buffer, size_t buffsize, u32* sizep);
+int bmc_read_msg(const i18n_file& file, uint64_t slot_offset, char* buffer, size_t buffsize, uint32_t* sizep);

@@ -1,3 +1,4 @@
+// The first file that an open reads: lines become entries, entries become the table of catalogs.
 #include "i18n/common/bmcmap.h"
 
 #include <algorithm>
@@ -67,8 +68,8 @@ size_t count_names(std::string_view value) {
 }
 
 // Numbers as atol reads them, of which the low 32 bits count.
-u32 number_of(const i18n_string& value) {
-    return static_cast<u32>(std::strtol(value.c_str(), nullptr, /*base=*/10));
+uint32_t number_of(const i18n_string& value) {
+    return static_cast<uint32_t>(std::strtol(value.c_str(), nullptr, /*base=*/10));
 }
 
 // An entry that must be there.
@@ -77,7 +78,7 @@ int require_entry(std::FILE* fp, i18n_string* namep, i18n_string* valuep) {
     return rc == I18N_EEOF ? static_cast<int>(I18N_EBMC) : rc;
 }
 
-int read_number(std::FILE* fp, u32* numberp) {
+int read_number(std::FILE* fp, uint32_t* numberp) {
     i18n_string name, value;
     if (int rc = require_entry(fp, &name, &value)) return rc;
     if (value.empty()) return I18N_EBMC;

@@ -110,7 +110,7 @@ int i18nGetOpenHandleCount(void** i18nhp) {
     return i18np == nullptr ? static_cast<int>(I18N_EFAIL) : i18np->_open_handles;
 }
 
-int i18nGetIDRange(void** i18nhp, u32 catID, u32* minp, u32* maxp) {
+int i18nGetIDRange(void** i18nhp, uint32_t catID, uint32_t* minp, uint32_t* maxp) {
     const i18n_t* i18np = i18n_record(i18nhp);
     if (i18np == nullptr) return I18N_EFAIL;
     for (const bmc_t& bmc : i18np->_bmc_tablep) {
@@ -130,7 +130,7 @@ void i18nPrintStats(void** i18nhp) {
     std::printf("need conversion: %d\ncatalogs: %zu\nopen handles: %d\n", i18np->_need_conversion,
                 i18np->_bmc_tablep.size(), i18np->_open_handles);
     std::printf("conversion buffer: %zu\ntext buffer: %zu\n", i18np->_conv_buffsize, i18np->_bmc_buffsize);
-    for (s32 i = 0; i < I18N_MRU_COUNT; ++i) {
+    for (int32_t i = 0; i < I18N_MRU_COUNT; ++i) {
         const i18n_mru_t& slot = i18np->_mru_list[i];
         std::printf("slot %d: catalog %d, hits %u, %s\n", i, slot._bmc_ndx, slot._hits,
                     slot._fp.is_open() ? "open" : "empty");

@@ -4,7 +4,7 @@
 //
 //     void* h = nullptr;
 //     if (i18nOpen(&h, "/opt/KAVO", "KORE", nullptr) != I18N_SOK) ...;
-//     char* text; s32 size;
+//     char* text; int32_t size;
 //     if (i18nGetSafeMsg(&h, 25, 3, &text, &size, "N_A") == I18N_SOK) fwrite(text, 1, size - 1, stdout);
 //     i18nClose(&h);
 //
@@ -67,13 +67,13 @@ int i18nChangeLang(void** i18nhp, const char* langp);
 // this handle; *sizep is its length in bytes, the NUL included. Other results set *msgp null and *sizep 0:
 // I18N_ESPECCOUNT more than six specifiers, or the text alone is too long (then it is not even read);
 // I18N_ECONV; I18N_ENOTFOUND; I18N_EBADHANDLE; I18N_EBMC; I18N_ENOMEM.
-int i18nGetSafeMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, const char* arg1p = nullptr,
-                   const char* arg2p = nullptr, const char* arg3p = nullptr, const char* arg4p = nullptr,
-                   const char* arg5p = nullptr, const char* arg6p = nullptr);
+int i18nGetSafeMsg(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep,
+                   const char* arg1p = nullptr, const char* arg2p = nullptr, const char* arg3p = nullptr,
+                   const char* arg4p = nullptr, const char* arg5p = nullptr, const char* arg6p = nullptr);
 
 // The same for arguments whose lengths are known: argc views (at most I18N_MAX_ARGS; more are left out)
 // that need no NUL. Repeated lookups of a text make no system call and allocate nothing.
-int i18nGetSafeMsgViews(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep,
+int i18nGetSafeMsgViews(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep,
                         const std::string_view* argv, size_t argc);
 
 // The same straight into the caller's buffer: on I18N_SOK *lenp bytes of text, without a NUL, stand at
@@ -81,47 +81,47 @@ int i18nGetSafeMsgViews(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* s
 // that cannot happen with a cap of I18N_CONV_BUFFSIZE - 1 or more. A null dst has room for nothing. On
 // failure *lenp is 0 and dst may have been overwritten. Texts that the handle returned earlier are no longer
 // valid.
-int i18nFormatSafeTo(void** i18nhp, u32 catID, u32 msgID, const std::string_view* argv, size_t argc,
+int i18nFormatSafeTo(void** i18nhp, uint32_t catID, uint32_t msgID, const std::string_view* argv, size_t argc,
                      char* dst, size_t cap, size_t* lenp);
 
-// A text taken apart, for a caller that puts it together many times. Refers to the handle.
+// The pieces of a text, for a caller that formats it many times. Points into the handle.
 struct i18nTemplate {
     std::string_view text;
     const i18n_piece* pieces; // in the order of the text; each argument stands in one of them at most
     size_t piece_count;
-    size_t arg_count;     // arguments that a lookup must bring to see them put in
-    size_t args_size_max; // bytes that they may have together
-    bool needs_ascii;     // of the arguments: others would have to be converted
+    size_t arg_count;     // a lookup with another number of arguments shows "???"
+    size_t args_size_max; // bytes of all arguments together; a lookup with more shows "???"
+    bool needs_ascii;     // arguments that are not ASCII would have to be converted
 };
 
-// I18N_SOK: putting as many arguments of that kind into *templatep gives what i18nFormatSafeTo gives, as long
-// as the handle is open in this language; *templatep is valid until the next call on the handle. I18N_EFAIL:
-// this text must be looked up each time. Other results as for a lookup.
-int i18nGetTemplate(void** i18nhp, u32 catID, u32 msgID, i18nTemplate* templatep);
+// I18N_SOK: arg_count arguments within these bounds, put between the pieces, give the text that
+// i18nFormatSafeTo gives, as long as the handle is open in this language. *templatep is valid until the next
+// call on the handle. I18N_EFAIL: this text must be looked up each time. Other results as for a lookup.
+int i18nGetTemplate(void** i18nhp, uint32_t catID, uint32_t msgID, i18nTemplate* templatep);
 
 // As i18nGetSafeMsg, but the text stays UTF-8.
-int i18nGetSafeUTF8Msg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep,
+int i18nGetSafeUTF8Msg(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep,
                        const char* arg1p = nullptr, const char* arg2p = nullptr, const char* arg3p = nullptr,
                        const char* arg4p = nullptr, const char* arg5p = nullptr, const char* arg6p = nullptr);
 
 // Looks a text up and returns it as it is stored, specifiers included (converted to the system codeset). A
 // text that needs no conversion may be as long as its file.
-int i18nGetSimpleMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep);
+int i18nGetSimpleMsg(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep);
 
-// Look a text up and put the caller's arguments in, all of type const char*, without a check of their number:
-// no more are taken than the text has positions, six or a first null pointer allow, so a list that ends with
-// a null pointer is safe whatever the text. A position without argument shows "???"; the result
-// is cut at I18N_CONV_BUFFSIZE bytes, its NUL included. The UTF8 form does not convert.
-int i18nGetMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, ...);
-int i18nGetMsgV(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, va_list args);
-int i18nGetUTF8Msg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, ...);
+// Look a text up and put the caller's arguments in, all of type const char*, without a check of their number.
+// As many are taken as the text has positions, at most six, and none after a null pointer: a list that ends
+// with a null pointer is safe for every text. A position without argument shows "???"; the result is cut at
+// I18N_CONV_BUFFSIZE bytes, its NUL included. The UTF8 form does not convert.
+int i18nGetMsg(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep, ...);
+int i18nGetMsgV(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep, va_list args);
+int i18nGetUTF8Msg(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep, ...);
 
 // Number of catalog files that the handle has open, at most five; I18N_EFAIL without a handle.
 int i18nGetOpenHandleCount(void** i18nhp);
 
 // The lowest and highest message number of a category as the map file tells them. I18N_EFAIL: no handle
 // or no such category.
-int i18nGetIDRange(void** i18nhp, u32 catID, u32* minp, u32* maxp);
+int i18nGetIDRange(void** i18nhp, uint32_t catID, uint32_t* minp, uint32_t* maxp);
 
 // Prints the handle's state to standard output, for debugging.
 void i18nPrintStats(void** i18nhp);

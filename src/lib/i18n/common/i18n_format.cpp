@@ -1,3 +1,4 @@
+// The last step of a lookup: takes a text apart and puts the arguments in.
 #include "i18n/common/i18n_format.h"
 
 #include <algorithm>
@@ -36,7 +37,7 @@ private:
 };
 
 // Bytes of the specifier that begins at text[pos] (a '%') and its argument; 0 when it is none.
-size_t specifier_at(std::string_view text, size_t pos, s32 sequential, s32* argp) {
+size_t specifier_at(std::string_view text, size_t pos, int32_t sequential, int32_t* argp) {
     const std::string_view rest = text.substr(pos + 1);
     if (rest.starts_with('s')) {
         *argp = sequential;
@@ -53,23 +54,24 @@ size_t specifier_at(std::string_view text, size_t pos, s32 sequential, s32* argp
 
 bool i18n_scanner::next(i18n_piece* piecep) {
     if (_pos >= _text.size()) return false;
-    piecep->_offset = static_cast<u32>(_pos);
+    piecep->_offset = static_cast<uint32_t>(_pos);
     piecep->_arg = I18N_NO_ARG;
     for (size_t percent = _text.find('%', _pos); percent != std::string_view::npos;
          percent = _text.find('%', percent + 1)) {
         if (_text.substr(percent + 1).starts_with('%')) {
-            piecep->_size = static_cast<u32>(percent + 1 - _pos); // the first of the two belongs to the run
+            piecep->_size =
+                static_cast<uint32_t>(percent + 1 - _pos); // the first of the two belongs to the run
             _pos = percent + 2;
             return true;
         }
         if (const size_t size = specifier_at(_text, percent, _sequential, &piecep->_arg)) {
             if (size == 2) ++_sequential;
-            piecep->_size = static_cast<u32>(percent - _pos);
+            piecep->_size = static_cast<uint32_t>(percent - _pos);
             _pos = percent + size;
             return true;
         }
     }
-    piecep->_size = static_cast<u32>(_text.size() - _pos);
+    piecep->_size = static_cast<uint32_t>(_text.size() - _pos);
     _pos = _text.size();
     return true;
 }

@@ -20,8 +20,8 @@ public:
 
 private:
     std::string_view _text;
-    size_t _pos = 0;     // start of the next run
-    s32 _sequential = 0; // argument of the next "%s"
+    size_t _pos = 0;         // start of the next run
+    int32_t _sequential = 0; // argument of the next "%s"
 };
 
 // Number of string specifiers: the occurrences of "%s", or, without any, those of "$s" with a '%' two

@@ -10,15 +10,15 @@
 #include "i18n/unix/i18n_conv.h"
 #include "i18n/unix/i18n_file.h"
 
-inline constexpr s32 I18N_MRU_COUNT = 5;          // catalog files that a handle holds open
+inline constexpr int32_t I18N_MRU_COUNT = 5;      // catalog files that a handle holds open
 inline constexpr size_t I18N_BMC_BUFFSIZE = 1024; // first size of the raw text buffer
 inline constexpr size_t I18N_BMC_BUFFSLACK = 255; // what it grows by beyond the need
 inline constexpr size_t I18N_LANG_SIZE = 32; // longest language name taken from the environment, with NUL
 
 // One slot for an open catalog file.
 struct i18n_mru_t {
-    s32 _bmc_ndx = -1; // index into _bmc_tablep; -1: the slot is empty
-    u32 _hits = 0;     // uses since the file was opened
+    int32_t _bmc_ndx = -1; // index into _bmc_tablep; -1: the slot is empty
+    uint32_t _hits = 0;    // uses since the file was opened
     i18n_file _fp;
 };
 
@@ -41,10 +41,10 @@ struct i18n_t {
     size_t _conv_buffsize = 0;
     std::unique_ptr<char[]> _bmc_bufferp; // raw text of a record; grows, never shrinks
     size_t _bmc_buffsize = 0;
-    s32 _open_handles = 0;
+    int32_t _open_handles = 0;
     bmc_table _bmc_tablep; // in map file order
     i18n_texts _texts;
-    i18n_text _passing; // the last text that was too large to be kept
+    i18n_text _passing; // the last text that was too large for the cache
 };
 
 // The open record of a handle, or null.
@@ -54,20 +54,20 @@ inline i18n_t* i18n_record(void** i18nhp) {
 
 // The open file of catalog ndx: from its slot, or opened into the slot with the fewest hits, whose catalog
 // loses it. Counts one use. I18N_EBMC: it cannot be opened or read.
-int i18n_get_bmc_filehandle(i18n_t* i18np, s32 ndx, const i18n_file** filepp);
+int i18n_get_bmc_filehandle(i18n_t* i18np, int32_t ndx, const i18n_file** filepp);
 
 // The text of a message that the handle does not keep, which it does from then on if it can.
-int i18n_find_new_text(i18n_t* i18np, u32 catID, u32 msgID, size_t longest, i18n_text** textpp);
+int i18n_find_new_text(i18n_t* i18np, uint32_t catID, uint32_t msgID, size_t longest, i18n_text** textpp);
 
 // The text of a message, for a caller that has no use for one of more than `longest` bytes, its NUL included.
 // The record stays valid until the next call on the handle. Results: I18N_SOK, I18N_ENOTFOUND,
 // I18N_EBADHANDLE (no catalogs, damaged record), I18N_EBMC, I18N_ENOMEM, I18N_ESPECCOUNT (the text is longer
 // and was not read).
-inline int i18n_find_text(i18n_t* i18np, u32 catID, u32 msgID, size_t longest, i18n_text** textpp) {
+inline int i18n_find_text(i18n_t* i18np, uint32_t catID, uint32_t msgID, size_t longest, i18n_text** textpp) {
     *textpp = i18np->_texts.find(catID, msgID);
     if (*textpp == nullptr) return i18n_find_new_text(i18np, catID, msgID, longest, textpp);
     // The use of a kept text counts for its catalog as if it had been read.
-    const s32 slot = i18np->_bmc_tablep[static_cast<size_t>((*textpp)->_bmc_ndx)]._mru_ndx;
+    const int32_t slot = i18np->_bmc_tablep[static_cast<size_t>((*textpp)->_bmc_ndx)]._mru_ndx;
     if (slot >= 0) ++i18np->_mru_list[slot]._hits;
     return I18N_SOK;
 }

@@ -1,3 +1,4 @@
+// Names of languages; the lookups themselves go by the two-letter codes.
 #include "i18n/common/i18n_lang.h"
 
 #include <algorithm>

@@ -23,7 +23,7 @@ constexpr std::string_view all_missing[I18N_MAX_ARGS] = {I18N_MISSING_ARG, I18N_
                                                          I18N_MISSING_ARG, I18N_MISSING_ARG,
                                                          I18N_MISSING_ARG, I18N_MISSING_ARG};
 
-int fail(int rc, char** msgp, s32* sizep) {
+int fail(int rc, char** msgp, int32_t* sizep) {
     *msgp = nullptr;
     *sizep = 0;
     return rc;
@@ -34,9 +34,8 @@ bool arguments_fit(const i18n_t& i18n, const i18n_text& text, arguments args) {
            i18n_get_args_len(args._argv, args._argc) + text._record_size < i18n._conv_buffsize;
 }
 
-// Finds a text for a safe lookup. Arguments that do not fit it are replaced by as many "???" as it has
-// specifiers.
-int find_safe_text(i18n_t* i18np, u32 catID, u32 msgID, arguments* argsp, i18n_text** textpp) {
+// Finds a text for a safe lookup. When the arguments do not fit, *argsp becomes one "???" for each specifier.
+int find_safe_text(i18n_t* i18np, uint32_t catID, uint32_t msgID, arguments* argsp, i18n_text** textpp) {
     if (int rc = i18n_find_text(i18np, catID, msgID, LONGEST_SAFE_TEXT, textpp)) return rc;
     if (arguments_fit(*i18np, **textpp, *argsp)) return I18N_SOK;
     if ((*textpp)->_spec_count > I18N_MAX_ARGS) return I18N_ESPECCOUNT;
@@ -78,13 +77,13 @@ void keep_conversion(const i18n_t& i18n, i18n_text* textp, size_t size) {
     textp->_converted_size = size;
 }
 
-int finish_unformatted(i18n_t* i18np, target to, const i18n_text& text, char** msgp, s32* sizep) {
+int finish_unformatted(i18n_t* i18np, target to, const i18n_text& text, char** msgp, int32_t* sizep) {
     if (i18np->_need_conversion && to == SYSTEM_CODESET) {
         size_t size;
         if (int rc = convert(i18np, text._text.data(), text._text.size() + 1, &size))
             return fail(rc, msgp, sizep);
         *msgp = i18np->_conv_bufferp.get();
-        *sizep = static_cast<s32>(size);
+        *sizep = static_cast<int32_t>(size);
         return I18N_SOK;
     }
     // The caller may write into what it is given, so a kept text is handed out as a copy. The raw buffer
@@ -94,7 +93,7 @@ int finish_unformatted(i18n_t* i18np, target to, const i18n_text& text, char** m
         std::memcpy(i18np->_bmc_bufferp.get(), text._text.data(), text._record_size);
     }
     *msgp = i18np->_bmc_bufferp.get();
-    *sizep = static_cast<s32>(text._record_size);
+    *sizep = static_cast<int32_t>(text._record_size);
     return I18N_SOK;
 }
 
@@ -109,7 +108,8 @@ int convert_formatted(i18n_t* i18np, i18n_text* textp, size_t* sizep) {
     return I18N_SOK;
 }
 
-int finish_formatted(i18n_t* i18np, target to, i18n_text* textp, arguments args, char** msgp, s32* sizep) {
+int finish_formatted(i18n_t* i18np, target to, i18n_text* textp, arguments args, char** msgp,
+                     int32_t* sizep) {
     char* const buffer = i18np->_conv_bufferp.get();
     const bool converts = i18np->_need_conversion && to == SYSTEM_CODESET;
     size_t size;
@@ -123,11 +123,12 @@ int finish_formatted(i18n_t* i18np, target to, i18n_text* textp, arguments args,
             if (int rc = convert_formatted(i18np, textp, &size)) return fail(rc, msgp, sizep);
     }
     *msgp = buffer;
-    *sizep = static_cast<s32>(size);
+    *sizep = static_cast<int32_t>(size);
     return I18N_SOK;
 }
 
-int get_safe(void** i18nhp, u32 catID, u32 msgID, target to, arguments args, char** msgp, s32* sizep) {
+int get_safe(void** i18nhp, uint32_t catID, uint32_t msgID, target to, arguments args, char** msgp,
+             int32_t* sizep) {
     i18n_t* i18np = i18n_record(i18nhp);
     i18n_text* textp = nullptr;
     if (i18np == nullptr) return fail(I18N_EBADHANDLE, msgp, sizep);
@@ -135,8 +136,8 @@ int get_safe(void** i18nhp, u32 catID, u32 msgID, target to, arguments args, cha
     return finish_formatted(i18np, to, textp, args, msgp, sizep);
 }
 
-int get_safe(void** i18nhp, u32 catID, u32 msgID, target to, const char* const (&strings)[I18N_MAX_ARGS],
-             char** msgp, s32* sizep) {
+int get_safe(void** i18nhp, uint32_t catID, uint32_t msgID, target to,
+             const char* const (&strings)[I18N_MAX_ARGS], char** msgp, int32_t* sizep) {
     std::string_view argv[I18N_MAX_ARGS];
     const size_t argc = i18n_count_args(strings, I18N_MAX_ARGS);
     for (size_t i = 0; i < argc; ++i) argv[i] = strings[i];
@@ -149,7 +150,8 @@ struct variable_args {
 };
 
 // Takes as many arguments as the text reaches; a null pointer ends them earlier.
-int get_unsafe(void** i18nhp, u32 catID, u32 msgID, target to, char** msgp, s32* sizep, variable_args& args) {
+int get_unsafe(void** i18nhp, uint32_t catID, uint32_t msgID, target to, char** msgp, int32_t* sizep,
+               variable_args& args) {
     i18n_t* i18np = i18n_record(i18nhp);
     i18n_text* textp = nullptr;
     if (i18np == nullptr) return fail(I18N_EBADHANDLE, msgp, sizep);
@@ -177,7 +179,7 @@ bool repeats_an_argument(const i18n_text& text) {
     return false;
 }
 
-// Tries to form the finished text in the caller's buffer; false when it needs iconv, or more than cap bytes.
+// Formats straight into the caller's buffer; false when the text needs iconv or more than cap bytes.
 bool format_directly(const i18n_t& i18n, const i18n_text& text, arguments args, char* dst, size_t cap,
                      size_t* lenp) {
     const size_t longest = i18n._conv_buffsize - 1;
@@ -200,26 +202,26 @@ int copy_out(const char* text, size_t size, char* dst, size_t cap, size_t* lenp)
 
 } // namespace
 
-int i18nGetSafeMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, const char* arg1p,
-                   const char* arg2p, const char* arg3p, const char* arg4p, const char* arg5p,
-                   const char* arg6p) {
+int i18nGetSafeMsg(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep,
+                   const char* arg1p, const char* arg2p, const char* arg3p, const char* arg4p,
+                   const char* arg5p, const char* arg6p) {
     return get_safe(i18nhp, catID, msgID, SYSTEM_CODESET, {arg1p, arg2p, arg3p, arg4p, arg5p, arg6p}, msgp,
                     sizep);
 }
 
-int i18nGetSafeUTF8Msg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, const char* arg1p,
-                       const char* arg2p, const char* arg3p, const char* arg4p, const char* arg5p,
-                       const char* arg6p) {
+int i18nGetSafeUTF8Msg(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep,
+                       const char* arg1p, const char* arg2p, const char* arg3p, const char* arg4p,
+                       const char* arg5p, const char* arg6p) {
     return get_safe(i18nhp, catID, msgID, UTF8, {arg1p, arg2p, arg3p, arg4p, arg5p, arg6p}, msgp, sizep);
 }
 
-int i18nGetSafeMsgViews(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep,
+int i18nGetSafeMsgViews(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep,
                         const std::string_view* argv, size_t argc) {
     return get_safe(i18nhp, catID, msgID, SYSTEM_CODESET, arguments{argv, std::min(argc, I18N_MAX_ARGS)},
                     msgp, sizep);
 }
 
-int i18nFormatSafeTo(void** i18nhp, u32 catID, u32 msgID, const std::string_view* argv, size_t argc,
+int i18nFormatSafeTo(void** i18nhp, uint32_t catID, uint32_t msgID, const std::string_view* argv, size_t argc,
                      char* dst, size_t cap, size_t* lenp) {
     i18n_t* i18np = i18n_record(i18nhp);
     i18n_text* textp = nullptr;
@@ -231,12 +233,12 @@ int i18nFormatSafeTo(void** i18nhp, u32 catID, u32 msgID, const std::string_view
 
     if (format_directly(*i18np, *textp, args, dst, cap, lenp)) return I18N_SOK;
     char* converted = nullptr;
-    s32 size = 0;
+    int32_t size = 0;
     if (int rc = finish_formatted(i18np, SYSTEM_CODESET, textp, args, &converted, &size)) return rc;
     return copy_out(converted, static_cast<size_t>(size), dst, cap, lenp);
 }
 
-int i18nGetTemplate(void** i18nhp, u32 catID, u32 msgID, i18nTemplate* templatep) {
+int i18nGetTemplate(void** i18nhp, uint32_t catID, uint32_t msgID, i18nTemplate* templatep) {
     i18n_t* i18np = i18n_record(i18nhp);
     i18n_text* textp = nullptr;
     if (i18np == nullptr) return I18N_EBADHANDLE;
@@ -251,7 +253,7 @@ int i18nGetTemplate(void** i18nhp, u32 catID, u32 msgID, i18nTemplate* templatep
     return I18N_SOK;
 }
 
-int i18nGetSimpleMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep) {
+int i18nGetSimpleMsg(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep) {
     i18n_t* i18np = i18n_record(i18nhp);
     i18n_text* textp = nullptr;
     if (i18np == nullptr) return fail(I18N_EBADHANDLE, msgp, sizep);
@@ -259,7 +261,7 @@ int i18nGetSimpleMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* size
     return finish_unformatted(i18np, SYSTEM_CODESET, *textp, msgp, sizep);
 }
 
-int i18nGetMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, ...) {
+int i18nGetMsg(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep, ...) {
     variable_args args;
     va_start(args._list, sizep);
     const int rc = get_unsafe(i18nhp, catID, msgID, SYSTEM_CODESET, msgp, sizep, args);
@@ -267,7 +269,7 @@ int i18nGetMsg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, ...
     return rc;
 }
 
-int i18nGetMsgV(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, va_list args) {
+int i18nGetMsgV(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep, va_list args) {
     variable_args copy;
     va_copy(copy._list, args);
     const int rc = get_unsafe(i18nhp, catID, msgID, SYSTEM_CODESET, msgp, sizep, copy);
@@ -275,7 +277,7 @@ int i18nGetMsgV(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, va
     return rc;
 }
 
-int i18nGetUTF8Msg(void** i18nhp, u32 catID, u32 msgID, char** msgp, s32* sizep, ...) {
+int i18nGetUTF8Msg(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, int32_t* sizep, ...) {
     variable_args args;
     va_start(args._list, sizep);
     const int rc = get_unsafe(i18nhp, catID, msgID, UTF8, msgp, sizep, args);

@@ -1,9 +1,10 @@
+// Keeps what a lookup has read, for the next line with the same message.
 #include "i18n/common/i18n_texts.h"
 
 #include <cstring>
 #include <utility>
 
-i18n_text* i18n_texts::keep(u32 catID, u32 msgID, const i18n_text& text) {
+i18n_text* i18n_texts::keep(uint32_t catID, uint32_t msgID, const i18n_text& text) {
     if (text._record_size > KEPT_TEXT_MAX) return nullptr;
     i18n_piece pieces[KEPT_PIECES_MAX + 1];
     size_t count = 0;

@@ -10,11 +10,11 @@
 #include "i18n/common/i18n_memory.h"
 #include "i18n/common/i18n_types.h"
 
-// One message record. What is said of "kept" texts holds for those in the cache; any other refers to the
+// One message record. A kept text, which is one in the cache, owns its bytes; any other text points into the
 // handle's raw text buffer.
 struct i18n_text {
-    s32 _bmc_ndx = -1;    // catalog in the handle's table
-    u32 _record_size = 0; // bytes of the record, its NUL included
+    int32_t _bmc_ndx = -1;     // catalog in the handle's table
+    uint32_t _record_size = 0; // bytes of the record, its NUL included
     size_t _spec_count = 0;
     std::string_view _text;              // up to the first NUL of the record
     std::unique_ptr<char[]> _ownedp;     // kept: the whole record
@@ -34,7 +34,7 @@ public:
     static constexpr size_t KEPT_PIECES_MAX = 32;
 
     // The text, or null when it is not here.
-    i18n_text* find(u32 catID, u32 msgID) {
+    i18n_text* find(uint32_t catID, uint32_t msgID) {
         set& s = set_of(catID, msgID);
         const uint64_t key = key_of(catID, msgID);
         for (size_t way = 0; way < WAYS; ++way)
@@ -44,7 +44,7 @@ public:
 
     // Keeps a copy of a text that find() did not know, and returns it; null when it is too large to be kept.
     // Throws std::bad_alloc.
-    i18n_text* keep(u32 catID, u32 msgID, const i18n_text& text);
+    i18n_text* keep(uint32_t catID, uint32_t msgID, const i18n_text& text);
 
 private:
     static constexpr size_t SETS = 128;
@@ -55,9 +55,9 @@ private:
         size_t _next = 0;                        // way to be filled next
     };
 
-    static uint64_t key_of(u32 catID, u32 msgID) { return uint64_t{catID} << 32 | msgID; }
+    static uint64_t key_of(uint32_t catID, uint32_t msgID) { return uint64_t{catID} << 32 | msgID; }
     // Neighbouring numbers of a catalog go to neighbouring sets; the factor spreads the catalogs.
-    set& set_of(u32 catID, u32 msgID) { return _sets[(msgID + catID * 37) % SETS]; }
+    set& set_of(uint32_t catID, uint32_t msgID) { return _sets[(msgID + catID * 37) % SETS]; }
 
     set _sets[SETS];
 };

@@ -1,10 +1,7 @@
-// Integer types and result codes of the catalog service.
+// Result codes and small types of the catalog service.
 #pragma once
 
 #include <cstdint>
-
-typedef uint32_t u32;
-typedef int32_t s32;
 
 enum i18n_bool { I18N_FALSE = 0, I18N_TRUE = 1 };
 
@@ -29,13 +26,13 @@ enum i18n_result {
     I18N_ESAMECODESET = 26   // i18nConvertMsg: both codesets have the same name
 };
 
-// i18nConvertMsg calls an invalid or incomplete sequence by the number of I18N_ESPECCOUNT.
+// i18nConvertMsg: an invalid or incomplete sequence. Has the number of I18N_ESPECCOUNT.
 inline constexpr int I18N_EBADSEQUENCE = 1;
 
-// A run of literal bytes of a text and the argument after it.
+// A piece of a text: literal bytes, then one argument.
 struct i18n_piece {
-    u32 _offset; // of the run in the text
-    u32 _size;   // of the run; may be 0
-    s32 _arg;    // 0-based index of the argument, which may be past the last; I18N_NO_ARG for none
+    uint32_t _offset; // of the literal bytes in the text
+    uint32_t _size;   // of the literal bytes; may be 0
+    int32_t _arg;     // 0-based index of the argument, which may be past the last; I18N_NO_ARG for none
 };
-inline constexpr s32 I18N_NO_ARG = -1;
+inline constexpr int32_t I18N_NO_ARG = -1;

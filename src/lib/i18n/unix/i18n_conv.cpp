@@ -1,3 +1,4 @@
+// From UTF-8, in which catalogs are written, to the codeset of the reader's terminal.
 #include "i18n/unix/i18n_conv.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// Where an open begins: which language and codeset does this process want?
 #include "i18n/unix/i18n_locale.h"
 
 #include <clocale>

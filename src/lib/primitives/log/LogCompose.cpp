@@ -49,10 +49,10 @@ std::string_view Log::_sev_word(int sev) {
     if (word.empty()) {
         const LogLock::Guard in_catalogs(_catalog_lock());
         char* text;
-        s32 size;
+        int32_t size;
         void** catalogs = _catalogs();
         if (catalogs != nullptr &&
-            i18nGetSafeMsg(catalogs, ULOG_CAT_SEVERITY, static_cast<u32>(sev), &text, &size) == I18N_SOK)
+            i18nGetSafeMsg(catalogs, ULOG_CAT_SEVERITY, static_cast<uint32_t>(sev), &text, &size) == I18N_SOK)
             word.assign(text, static_cast<size_t>(size - 1));
         else
             word = ulog_app_sev_name(sev);
