@@ -47,10 +47,9 @@ TEST(CatalogCodec, SmallCatalogByteByByte) {
     EXPECT_EQ("a", decoded[0].text);
     EXPECT_EQ("", decoded[2].text);
     EXPECT_EQ("\xC3\xA9", decoded[7].text);
-    // A gap of up to three numbers stays within a range.
     EXPECT_EQ(64u, encode({}).size());
-    EXPECT_EQ(64u + 12 + 5 * 4 + 12, encode(set_of({{1, "x"}, {5, "y"}})).size());
-    EXPECT_EQ(64u + 24 + 2 * 4 + 12, encode(set_of({{0, "x"}, {65535, "y"}})).size());
+    EXPECT_EQ(1, encode(set_of({{1, "x"}, {5, "y"}}))[35]) << "a gap of three numbers stays within a range";
+    EXPECT_EQ(2, encode(set_of({{0, "x"}, {65535, "y"}}))[35]);
 }
 
 TEST(CatalogCodec, DamagedCatalogsAreRefused) {
@@ -109,12 +108,9 @@ TEST(CatalogLister, ListingCompilesToTheSameBytes) {
 }
 
 TEST(CatalogLister, CategoryComesFromTheFileName) {
-    const std::pair<const char*, uint32_t> cases[] = {{"/a_7/MY_MOD_65535.bmc", 65535},
-                                                      {"KORE_65536.bmc", NO_CATEGORY},
-                                                      {"KORE_2x.bmc", NO_CATEGORY},
-                                                      {"dir_5/KORE", NO_CATEGORY},
-                                                      {"KORE_99999999999999.bmc", NO_CATEGORY}};
-    for (const auto& [path, category] : cases) EXPECT_EQ(category, category_of_path(path)) << path;
+    EXPECT_EQ(65535u, category_of_path("/a.b/MY_MOD_65535.bmc"));
+    for (const char* path : {"KORE_65536.bmc", "KORE_2x.bmc", "dir_5/KORE", "KORE_99999999999999.bmc"})
+        EXPECT_EQ(NO_CATEGORY, category_of_path(path)) << path;
 }
 
 } // namespace

@@ -8,24 +8,8 @@ namespace {
 
 using Catalog = I18nTest;
 
-// The example of docs/catalog-format.md.
-TEST_F(Catalog, GoldenFileIsRead) {
-    const std::string bytes("\0\0\x47\x95\0\0\0\0\0\0\0\0\0\0\0\0" // magic
-                            "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
-                            "\0\0\0\1\0\0\0\1\0\0\0\0\0\0\0\0"       // one range, one message
-                            "\0\0\0\x40\0\0\0\x4c\0\0\0\x50\0\0\0\0" // tables
-                            "\0\0\0\3\0\0\0\3\0\0\0\x4c"             // the range, number 3 to 3
-                            "\0\0\0\x50"                             // its slot
-                            "\0\0\0\3Hi\0",                          // the record
-                            87);
-    EXPECT_EQ(bytes, CatalogBuilder().text(3, "Hi").bytes());
-    tree().catalog("core", 25, CatalogBuilder().text(3, "Hi")).write();
-    ASSERT_EQ(I18N_SOK, open());
-    EXPECT_EQ("Hi", text(25, 3));
-}
-
 TEST_F(Catalog, FindsExactlyTheNumbersThatHaveMessages) {
-    for (const uint32_t range_count : {0u, 1u, 2u, 3u, 7u, 16u}) {
+    for (const uint32_t range_count : {0u, 1u, 2u, 3u, 7u, 300u}) {
         CatalogBuilder file;
         for (uint32_t r = 0; r < range_count; ++r) // numbers 10r+5 to 10r+8, of which 10r+7 has an empty slot
             file.text(10 * r + 5, "a").text(10 * r + 6, "b").empty(10 * r + 7).text(10 * r + 8, "d");
@@ -36,22 +20,6 @@ TEST_F(Catalog, FindsExactlyTheNumbersThatHaveMessages) {
             EXPECT_EQ(n < 5 ? "<3>" : expect[n % 10], text(25, n)) << range_count << " ranges, number " << n;
         }
         EXPECT_EQ("<3>", text(25, 0xFFFFFFFF));
-        i18nClose(&handle);
-    }
-}
-
-TEST_F(Catalog, FindsEveryCategory) {
-    for (uint32_t count = 1; count <= 9; ++count) {
-        CatalogTree t = tree();
-        for (uint32_t c = 1; c <= count; ++c)
-            t.catalog("c" + std::to_string(c), 10 * c, CatalogBuilder().text(c, std::to_string(c)), c, c + 1);
-        t.write();
-        ASSERT_EQ(I18N_SOK, open());
-        for (uint32_t c = 1; c <= count; ++c) EXPECT_EQ(std::to_string(c), text(10 * c, c)) << count;
-        for (uint32_t c = 0; c <= count; ++c) EXPECT_EQ("<3>", text(10 * c + 5, 1)) << count;
-        uint32_t lowest = 0, highest = 0;
-        EXPECT_EQ(I18N_SOK, i18nGetIDRange(&handle, 10 * count, &lowest, &highest));
-        EXPECT_TRUE(lowest == count && highest == count + 1);
         i18nClose(&handle);
     }
 }
@@ -76,7 +44,9 @@ TEST_F(Catalog, DamageHasItsResult) {
         {"range table cut short", CatalogBuilder(good).truncate(75), {"<6>", "<6>"}},
         {"range table beyond the file", CatalogBuilder(good).put32(48, 0xFFFFFFF0), {"<6>", "<6>"}},
         {"product of count and size wraps", CatalogBuilder(good).put32(32, 0x55555556), {"<6>", "<6>"}},
-        {"slots beyond the file", CatalogBuilder(good).put32(72, 0xFFFFFFFC), {"<4>", "<4>"}},
+        {"slots beyond 4 GiB",
+         longer(good, 0xC0000, 0).put32(72, 0xFFFFFFFC).put32(0x4795, 1),
+         {"<4>", "<4>"}},
         {"record beyond the file", CatalogBuilder(good).put32(76, 0xFFFFFFFE), {"<4>", "???"}},
         {"text cut short", CatalogBuilder(good).truncate(98), {"abc", "<4>"}},
         {"length 0", CatalogBuilder(good).put32(84, 0), {"<4>", "???"}},
@@ -104,24 +74,6 @@ TEST_F(Catalog, DamageHasItsResult) {
         good.write(tree().dir() + "core.bmc");
         if (c.expect[0] == "<6>"s) {
             EXPECT_EQ("abc", text(25, 1)) << "a catalog that failed is tried again";
-        }
-        i18nClose(&handle);
-    }
-}
-
-// Damages each byte in turn and cuts the file there: any listed result, no crash; the sanitizers watch.
-TEST_F(Catalog, AnyDamagedByteAndAnyCutGiveAListedResult) {
-    const CatalogBuilder good = CatalogBuilder().text(1, "%s is %s").text(2, "x").text(9, "%2$s%1$s");
-    const size_t size = good.bytes().size();
-    tree().catalog("core", 25, good).write();
-    for (size_t pos = 0; pos < 2 * size; ++pos) {
-        CatalogBuilder bad = good;
-        pos < size ? bad.flip(pos, pos % 2 == 0 ? 0xFF : 1) : bad.truncate(pos - size);
-        bad.write(tree().dir() + "core.bmc");
-        ASSERT_EQ(I18N_SOK, open());
-        for (const uint32_t n : {1u, 2u, 9u}) {
-            const std::string got = text(25, n, {"a", "b"});
-            EXPECT_TRUE(!got.starts_with('<') || "<1> <3> <4> <6>"s.find(got) != std::string::npos) << got;
         }
         i18nClose(&handle);
     }
