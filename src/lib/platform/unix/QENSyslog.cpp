@@ -23,14 +23,26 @@ constexpr int EVENT_LINE = 1489;
 // The C library's own lock of the system log stays taken for ever in a child that was forked while another
 // thread held it. Held around each of its calls, this one keeps forks out.
 pthread_mutex_t syslog_lock = PTHREAD_MUTEX_INITIALIZER;
-bool is_lost = false;      // the C library's lock is taken for ever
-bool held_at_fork = false; // syslog_lock, by the thread that forks
+bool is_lost = false;                          // the C library's lock is taken for ever
+bool held_at_fork = false;                     // syslog_lock, by the thread that forks
+constinit thread_local bool is_inside = false; // the thread holds syslog_lock
+
+// A call from within a call, of a check that fails there for instance, is dropped: it would wait for itself.
+template <class Call>
+void call_syslog(Call call) {
+    if (is_inside) return;
+    is_inside = true;
+    QENMutexLock(&syslog_lock);
+    if (!is_lost) call();
+    QENMutexUnlock(&syslog_lock);
+    is_inside = false;
+}
 
 void before_fork() {
     constexpr long WAIT_MS = 1000;
     timeval now;
     gettimeofday(&now, nullptr);
-    held_at_fork = QENMutexLockUntil(&syslog_lock, QENCondDeadline(now, WAIT_MS)) != 0;
+    held_at_fork = !is_inside && QENMutexLockUntil(&syslog_lock, QENCondDeadline(now, WAIT_MS)) != 0;
 }
 
 void after_fork_in_parent() {
@@ -39,6 +51,7 @@ void after_fork_in_parent() {
 
 void after_fork_in_child() {
     if (held_at_fork) return QENMutexUnlock(&syslog_lock);
+    if (is_inside) return; // the thread goes on with its call in both processes
     QENMutexInit(&syslog_lock);
     is_lost = true;
 }
@@ -66,9 +79,7 @@ void QENInitEventLog(const char* module) {
         }
         name = identity->name.c_str();
     }
-    QENMutexLock(&syslog_lock);
-    if (!is_lost) openlog(name, LOG_PID | LOG_CONS, LOG_DAEMON);
-    QENMutexUnlock(&syslog_lock);
+    call_syslog([=] { openlog(name, LOG_PID | LOG_CONS, LOG_DAEMON); });
 }
 
 void QENKeepSyslogAcrossForks() {
@@ -85,9 +96,7 @@ void QENSyslog(int sev, const char* format, ...) {
     va_end(args);
     if (length < 0) return;
     const int facility = (sev >> 8) & 0xFF; // a facility value, added as it stands
-    QENMutexLock(&syslog_lock);
-    if (!is_lost) syslog(level_of(sev) + facility, "%s", text);
-    QENMutexUnlock(&syslog_lock);
+    call_syslog([&] { syslog(level_of(sev) + facility, "%s", text); });
 }
 
 void QENReportEvent(int logical_sev, uint32_t dwEventID, MsgStruct* msg_structp) {
