@@ -55,7 +55,7 @@ inline constexpr int LOG_DBG_FLUSH = 2; // flush the stream after each message o
 // threads.
 //
 // The end: what was queued is written before a log is deleted and when the program calls exit; not before
-// _exit or a fatal signal.
+// _exit or a fatal signal. A class derived from Log that overrides write_log is deleted after stop_logger.
 //
 // Forks: a forked child has no logger thread until it starts one, and the parent's queue is the parent's. The
 // child may write to the logs that it inherits: lines are appended to the current file, but no record is
@@ -357,6 +357,8 @@ private:
 
     // Whether a message is queued: while the logger thread runs, unless it would be dropped as a nested one.
     bool _is_queued() const { return LoggerThread::is_on() && !_lock.is_mine(); }
+
+    void _queue(vlog_msg_t* record); // LogQueue.cpp
 
     // LogFork.cpp
     void _continue_in_child(bool is_whole);

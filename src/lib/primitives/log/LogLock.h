@@ -54,7 +54,8 @@ private:
     entry _enter();
     void _leave(int how);
 
-    static thread_local unsigned _depth; // logs that the thread is inside; its address stands for the thread
+    static constinit thread_local unsigned
+        _depth; // logs that the thread is inside; its address stands for the thread
 
     pthread_mutex_t _mutex;
     std::atomic<const void*> _inside{nullptr}; // the thread inside

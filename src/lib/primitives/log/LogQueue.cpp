@@ -2,10 +2,16 @@
 #include "primitives/log/LogQueue.h"
 
 #include <memory>
+#include <typeinfo>
 
 #include "primitives/log/Log.h"
 #include "primitives/log/LogMessage.h"
 #include "primitives/message/MsgStruct.h"
+
+void Log::_queue(vlog_msg_t* record) {
+    record->is_to_log = typeid(*this) == typeid(Log);
+    logger_thread().post(record);
+}
 
 void write_record(vlog_msg_t* record) {
     const std::unique_ptr<vlog_msg_t> r(record);
@@ -32,6 +38,10 @@ void write_record(vlog_msg_t* record) {
     }
     const bool is_handed_over = (r->flags & ULOG_HAND_OVER) != 0;
     MsgStruct* structp = is_handed_over ? msgp.release() : msgp.get(); // write_log deletes it, or we do
-    r->logp->write_log(r->timet, r->sev, r->whop, r->filep, r->line, r->flags, r->cat, r->id, text.get(),
-                       structp);
+    if (r->is_to_log)
+        static_cast<Log*>(r->logp)->Log::write_log(r->timet, r->sev, r->whop, r->filep, r->line, r->flags,
+                                                   r->cat, r->id, text.get(), structp);
+    else
+        r->logp->write_log(r->timet, r->sev, r->whop, r->filep, r->line, r->flags, r->cat, r->id, text.get(),
+                           structp);
 }

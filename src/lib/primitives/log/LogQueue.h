@@ -46,6 +46,8 @@ struct vlog_msg_t : Pooled<MEM_MISC> {
     char* en_msgp;          // debug text (new[]), owned, or null
     MsgStruct* msg_structp; // owned, or null
     ILog* logp;             // null: for the system log
+    bool is_to_log = false; // logp is a Log of no derived class: no virtual call, which would read what a log
+                            // changes at the start of its deletion
     int packed_args = -1;   // arguments of the message in packed(); -1: there is none
     DLink link{this};       // in the queue
 };

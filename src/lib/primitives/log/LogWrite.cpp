@@ -36,16 +36,14 @@ void Log::write_app(ulog_app_sev sev, const char* whop, const char* filep, int l
     }
     const bool copy = (flags & ULOG_HAND_OVER) == 0 && ipm_msg_in != nullptr;
     MsgStruct* msgp = copy ? ipm_msg_in->deep_dup() : ipm_msg_in;
-    logger_thread().post(
-        new vlog_msg_t(this, now, sev, whop, filep, line, flags, cat, id, /*debug_text=*/nullptr, msgp));
+    _queue(new vlog_msg_t(this, now, sev, whop, filep, line, flags, cat, id, /*debug_text=*/nullptr, msgp));
 }
 
 void Log::write_packed(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
                        int id, const PackedMessage& message) {
     const time_t now = time(nullptr);
     if (_is_queued())
-        return logger_thread().post(
-            new (message) vlog_msg_t(this, now, sev, whop, filep, line, flags, cat, id, message));
+        return _queue(new (message) vlog_msg_t(this, now, sev, whop, filep, line, flags, cat, id, message));
     const PackedView packed = message.view();
     LogMessage m{now,    sev, whop, filep, line, flags, cat, id, /*debug_text=*/nullptr, /*structp=*/nullptr,
                  &packed};
@@ -64,8 +62,7 @@ void Log::write_dbg(ulog_dbg_lev lev, const char* whop, const char* filep, int l
     }
     char* text = const_cast<char*>(en_msgp); // the log's to delete, or else a copy
     if (!is_ours && en_msgp != nullptr) text = strcpy(new char[strlen(en_msgp) + 1], en_msgp);
-    logger_thread().post(
-        new vlog_msg_t(this, now, lev, whop, filep, line, flags, cat, id, text, /*structp=*/nullptr));
+    _queue(new vlog_msg_t(this, now, lev, whop, filep, line, flags, cat, id, text, /*structp=*/nullptr));
 }
 
 void Log::write_buf(const char* whop, const char* filep, int line, int sev, int flags, int cat, int id,

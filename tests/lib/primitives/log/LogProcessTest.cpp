@@ -17,6 +17,7 @@
 #include "platform/unix/ByteOrder.h"
 #include "platform/unix/QENPlatform.h"
 #include "primitives/log/MessageSite.h"
+#include "support/FailingMalloc.h"
 
 namespace {
 
@@ -309,6 +310,32 @@ TEST_F(LogProcessTest, OneProcessWritesALog) {
     EXPECT_EQ(ULOG_OK, open_in_child(true));
     EXPECT_EQ("one\nother\nother\n", body("engine_A.log"));
 }
+
+#if !defined __SANITIZE_ADDRESS__ && !defined __SANITIZE_THREAD__ // which bring their own operators
+// Each allocation of open fails once. Where that is fatal by contract, the process ends with a report.
+TEST_F(LogProcessTest, OpenWithoutMemoryGivesTheNameFree) {
+    int refused = 0;
+    for (int calls = 0, result = ULOG_ENOMEM; result != ULOG_OK && calls < 100; ++calls) {
+        const int status = wait_for(start([&] {
+            close(STDERR_FILENO);
+            Log log;
+            int rc;
+            {
+                const FailingMalloc limit(calls);
+                rc = log.open("engine", nullptr, 0, nullptr);
+            }
+            const bool is_closed = Log_obj("engine") == nullptr && log.is_enabled(DBG_1) == 0;
+            if (rc == ULOG_ENOMEM && (!is_closed || opened("engine") == nullptr)) _exit(97);
+            _exit(rc);
+        }));
+        if (WIFSIGNALED(status)) continue;
+        result = WEXITSTATUS(status);
+        ASSERT_TRUE(result == ULOG_ENOMEM || result == ULOG_OK) << result;
+        if (result == ULOG_ENOMEM) ++refused;
+    }
+    EXPECT_GT(refused, 3);
+}
+#endif
 
 TEST_F(LogProcessTest, ADaemonsStandardDescriptorsStayClosed) {
     EXPECT_EQ(0, wait_for(start([&] {
