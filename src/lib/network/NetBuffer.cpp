@@ -1,27 +1,37 @@
+// Growing, shortening and chaining the byte buffers that hold a message.
 #include "network/NetBuffer.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <functional>
 #include <limits>
+#include <memory>
+#include <new>
 
 #include "platform/unix/QENAssert.h"
 
 NetBuffer::NetBuffer()
     : _buffer(_defaultBuffer), _buffersize(0), _totalbuffersize(DEFAULT_SIZE),
-      _defaultbuffersize(DEFAULT_SIZE), _next(nullptr), _defaultBuffer{} {}
+      _defaultbuffersize(DEFAULT_SIZE), _next(nullptr), _prev(nullptr), _defaultBuffer{} {}
 
-NetBuffer::NetBuffer(int32_t size)
-    : _buffer(_defaultBuffer), _buffersize(0), _totalbuffersize(std::max(size, 0)),
-      _defaultbuffersize(_totalbuffersize), _next(nullptr) {
-    if (size > DEFAULT_SIZE) {
-        _buffer = new char[static_cast<size_t>(size)];
-        if (_buffer == nullptr) QEN_CHECK(0);
-    }
-    std::memset(_buffer, 0, static_cast<size_t>(std::max(size, DEFAULT_SIZE)));
+NetBuffer::NetBuffer(int32_t size) : NetBuffer() {
+    QEN_CHECK_AS(_set_store(std::max(size, 0)), "0");
 }
 
 NetBuffer::~NetBuffer() {
     if (_has_heap_store()) delete[] _buffer;
+}
+
+// Gives a new buffer room for size bytes. false: no memory.
+bool NetBuffer::_set_store(int32_t size) {
+    if (size > DEFAULT_SIZE) {
+        char* store = new (std::nothrow) char[static_cast<size_t>(size)]();
+        if (store == nullptr) return false;
+        _buffer = store;
+    }
+    _totalbuffersize = _defaultbuffersize = size;
+    return true;
 }
 
 char* NetBuffer::_allocate_chained(int32_t n, NetBufferList* list) {
@@ -31,7 +41,9 @@ char* NetBuffer::_allocate_chained(int32_t n, NetBufferList* list) {
 
 int32_t NetBuffer::prepareforappend(int32_t n, NetBufferList* list) {
     if (n < 0 || list == nullptr) return -1;
-    list->append_buf(new NetBuffer(std::max(_defaultbuffersize, n)));
+    std::unique_ptr<NetBuffer> chained(new (std::nothrow) NetBuffer);
+    if (chained == nullptr || !chained->_set_store(std::max(_defaultbuffersize, n))) return -1;
+    list->append_buf(chained.release());
     return 0;
 }
 
@@ -53,7 +65,7 @@ int32_t NetBuffer::prepareforappend(int32_t n) {
     if (n <= 0 || needed <= _totalbuffersize || needed > std::numeric_limits<int32_t>::max())
         return _totalbuffersize;
     const int64_t total = std::min<int64_t>(_whole_units(needed), std::numeric_limits<int32_t>::max());
-    char* _tmpBuffer = new char[static_cast<size_t>(total)]();
+    char* _tmpBuffer = new (std::nothrow) char[static_cast<size_t>(total)]();
     QEN_CHECK_AS(_tmpBuffer != nullptr, "_tmpBuffer != NULL");
     std::memcpy(_tmpBuffer, _buffer, static_cast<size_t>(_buffersize));
     _replace_store(_tmpBuffer, static_cast<int32_t>(total));
@@ -62,9 +74,12 @@ int32_t NetBuffer::prepareforappend(int32_t n) {
 
 int32_t NetBuffer::append(const char* data, int32_t n) {
     if (n <= 0 || data == nullptr) return _buffersize;
-    prepareforappend(n);
-    if (n > _totalbuffersize - _buffersize) QEN_CHECK(0);
-    std::memcpy(_buffer + _buffersize, data, static_cast<size_t>(n));
+    const std::less<> before;
+    const bool is_own = !before(data, _buffer) && before(data, _buffer + _buffersize);
+    const ptrdiff_t offset = is_own ? data - _buffer : 0;
+    prepareforappend(n); // may move the own bytes
+    QEN_CHECK_AS(n <= _totalbuffersize - _buffersize, "0");
+    std::memmove(_buffer + _buffersize, is_own ? _buffer + offset : data, static_cast<size_t>(n));
     _buffersize += n;
     return _buffersize;
 }
@@ -76,7 +91,7 @@ int32_t NetBuffer::remove(int32_t n) {
     const int64_t allocneededbytes =
         reqsize >= _defaultbuffersize ? _whole_units(reqsize) : int64_t{_defaultbuffersize};
     if (_totalbuffersize > allocneededbytes) {
-        char* _tmpBuffer = new char[static_cast<size_t>(allocneededbytes)]();
+        char* _tmpBuffer = new (std::nothrow) char[static_cast<size_t>(allocneededbytes)]();
         QEN_CHECK_AS(_tmpBuffer != nullptr, "_tmpBuffer != NULL");
         QEN_CHECK(reqsize <= allocneededbytes);
         std::memcpy(_tmpBuffer, _buffer + n, static_cast<size_t>(reqsize));
@@ -113,22 +128,17 @@ void NetBufferList::append_buf(NetBuffer* bufp) {
         QEN_CHECK_AS(_tail != nullptr && _head != nullptr, "_tail != NULL && _head != NULL");
         _tail->_next = bufp;
     }
-    _tail = bufp;
+    bufp->_prev = _tail;
     bufp->_next = nullptr;
+    _tail = bufp;
     ++_count;
 }
 
 void NetBufferList::remove_buf(NetBuffer* bufp) {
-    NetBuffer* prev = nullptr;
-    NetBuffer* cur = _head;
-    while (cur != nullptr && cur != bufp) {
-        prev = cur;
-        cur = cur->_next;
-    }
-    if (cur != nullptr) {
-        (prev != nullptr ? prev->_next : _head) = cur->_next;
-        if (_tail == cur) _tail = prev;
-        cur->_next = nullptr;
+    if (bufp->_prev != nullptr || bufp == _head) {
+        (bufp->_prev != nullptr ? bufp->_prev->_next : _head) = bufp->_next;
+        (bufp->_next != nullptr ? bufp->_next->_prev : _tail) = bufp->_prev;
+        bufp->_next = bufp->_prev = nullptr;
     }
     --_count;
     if (_head == nullptr) {

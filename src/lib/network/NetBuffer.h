@@ -5,6 +5,7 @@
 // the chain, so a small message allocates no buffer.
 //
 // Sizes are byte counts in 32-bit signed integers. Negative sizes and sums beyond 2147483647 are refused.
+// What a buffer cannot grow to for want of memory ends the process, except where null or -1 can say so.
 // Nothing here is locked; a chain is used by one thread at a time.
 #pragma once
 
@@ -20,7 +21,7 @@ public:
     NetBuffer();
 
     // Empty, with room for size bytes, in a heap store when that is more than DEFAULT_SIZE; size also
-    // becomes the growth unit. A negative size counts as 0. No memory ends the process.
+    // becomes the growth unit. A negative size counts as 0. Without memory the process ends.
     explicit NetBuffer(int32_t size);
 
     ~NetBuffer();
@@ -42,11 +43,11 @@ public:
     // growth units. Returns the total size, unchanged when n is not positive or the sum is too large.
     int32_t prepareforappend(int32_t n);
 
-    // Chains a new buffer of max(default size, n) bytes to list. 0, or -1: n negative or list null.
+    // Chains a new buffer of max(default size, n) bytes to list. 0, or -1: n negative, list null, no memory.
     int32_t prepareforappend(int32_t n, NetBufferList* list);
 
-    // Copies n bytes to the end, growing this buffer, and returns the used size. n <= 0 or null data: no
-    // change. A sum too large for 32 bits is fatal.
+    // Copies n bytes to the end, growing this buffer, and returns the used size. The bytes may be this
+    // buffer's own. n <= 0 or null data: no change. A sum too large for 32 bits is fatal.
     int32_t append(const char* data, int32_t n);
 
     // Drops n bytes from the front and moves the rest there, into a smaller store when this one has become
@@ -81,6 +82,7 @@ private:
     friend class NetBufferList;
 
     bool _has_heap_store() const { return _buffer != _defaultBuffer; }
+    bool _set_store(int32_t size);
     int64_t _whole_units(int64_t bytes) const;
     void _replace_store(char* store, int32_t total);
     char* _allocate_chained(int32_t n, NetBufferList* list);
@@ -90,7 +92,8 @@ private:
     int32_t _buffersize;        // bytes used
     int32_t _totalbuffersize;   // bytes available in the store
     int32_t _defaultbuffersize; // growth unit, and least size of a buffer chained after this one
-    NetBuffer* _next;           // following buffer of the list, or null
+    NetBuffer* _next;           // neighbours in the list, or null
+    NetBuffer* _prev;
     alignas(8) char _defaultBuffer[DEFAULT_SIZE];
 };
 
@@ -106,7 +109,7 @@ public:
     void append_buf(NetBuffer* bufp);
 
     // Unlinks bufp without deleting it; the caller owns it then (except the embedded one). The count
-    // decreases also when bufp is not in the list: to pass such a buffer is the caller's mistake.
+    // decreases also when bufp is in no list: to pass such a buffer is the caller's mistake.
     void remove_buf(NetBuffer* bufp);
 
     NetBuffer* head() { return _head; }

@@ -1,3 +1,4 @@
+// Filling the header of a new message.
 #include "primitives/message/MessageHdr.h"
 
 #include "platform/unix/QENAssert.h"

@@ -1,26 +1,29 @@
+// The index of a message: its elements, and the list of those of one id.
 #include "primitives/message/MsgElem.h"
 
 #include "platform/unix/QENAssert.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/values/ValueElem.h"
 
-MsgElem::MsgElem(int32_t value, char* location)
-    : _type(VTYPE_S32), _ref(false), _nwsize(sizeof value), _location(location) {
+MsgElem::MsgElem(int32_t value) : _type(VTYPE_S32), _ref(false), _nwsize(sizeof value) {
     _value._s32 = value;
 }
 
-MsgElem::MsgElem(uint8_t type, char* data, int32_t nbytes, bool ref, char* location)
-    : _type(type), _ref(ref), _nwsize(nbytes), _location(location) {
-    _value._cp = data;
+MsgElem::MsgElem(uint8_t type, int32_t nbytes) : _type(type), _ref(true), _nwsize(nbytes) {
+    _value._cp = nullptr;
 }
 
-MsgElem::MsgElem(MsgStruct* msgp, int32_t nbytes, bool ref, char* location)
-    : _type(VTYPE_MSG), _ref(ref), _nwsize(nbytes), _location(location) {
+MsgElem::MsgElem(MsgStruct* msgp, int32_t nbytes) : _type(VTYPE_MSG), _ref(true), _nwsize(nbytes) {
     _value._msg = msgp;
 }
 
 MsgElem::~MsgElem() {
     if (_type == VTYPE_MSG && !_ref) delete _value._msg;
+}
+
+void MsgElem::place(char* data, char* location) {
+    if (data != nullptr) _value._cp = data;
+    _location = location;
 }
 
 MsgElemList::~MsgElemList() {

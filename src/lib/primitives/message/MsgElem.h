@@ -15,13 +15,19 @@ inline constexpr uint8_t MSG_DIM_SCALAR = 81; // 'Q'
 // buffers and live as long as the message. The getters do not check the type.
 class MsgElem : public Pooled<MEM_MSGELEM> {
 public:
-    // location: see getlocation(). ref: see get_ref().
-    MsgElem(int32_t value, char* location);                                      // VTYPE_S32
-    MsgElem(uint8_t type, char* data, int32_t nbytes, bool ref, char* location); // VTYPE_STR, VTYPE_PTR
-    MsgElem(MsgStruct* msgp, int32_t nbytes, bool ref, char* location);          // VTYPE_MSG
-    ~MsgElem();                                                                  // deletes an owned message
+    // place() tells where bytes and encoding lie. A nested message is only referred to until own().
+    explicit MsgElem(int32_t value);          // VTYPE_S32
+    MsgElem(uint8_t type, int32_t nbytes);    // VTYPE_STR, VTYPE_PTR
+    MsgElem(MsgStruct* msgp, int32_t nbytes); // VTYPE_MSG
+    ~MsgElem();                               // deletes an owned message
     MsgElem(const MsgElem&) = delete;
     MsgElem& operator=(const MsgElem&) = delete;
+
+    // data: the bytes of a string or block within the message, null for the others. location: see
+    // getlocation().
+    void place(char* data, char* location);
+
+    void own() { _ref = false; } // takes over the nested message
 
     uint8_t gettype() const { return _type; } // VTYPE_S32, VTYPE_STR, VTYPE_PTR or VTYPE_MSG
     uint8_t vtype() const { return _type; }
@@ -55,7 +61,7 @@ private:
         MsgStruct* _msg;
     } _value;
     MsgElem* _next = nullptr;
-    char* _location;
+    char* _location = nullptr;
 };
 
 // Owns its elements. A scalar list holds exactly one.

@@ -1,7 +1,9 @@
+// Adding elements to a message: each is encoded at the end of the buffers and entered in the index.
 #include "primitives/message/MsgStruct.h"
 
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <new>
 
 #include "platform/unix/ByteOrder.h"
@@ -66,7 +68,9 @@ MsgStruct::~MsgStruct() {
     _msghdr.sethdr(nullptr); // the header lies in the first buffer
 }
 
-// Reserves bytes at the end of the last buffer. The caller has made sure with _make_room that it can be done.
+// --- room at the end
+
+// Reserves bytes at the end of the last buffer. Null: no memory.
 char* MsgStruct::_reserve(int64_t nbytes) {
     return _nblv.tail()->allocate(static_cast<int32_t>(nbytes), &_nblv);
 }
@@ -87,119 +91,139 @@ void MsgStruct::_remove_eom() {
     _flags &= static_cast<uint8_t>(~HAS_EOM);
 }
 
-// Adds an encoded element to the index. The element list of an absent id is made only here, so that a failed
-// add leaves none behind.
-void MsgStruct::_index(int16_t id, uint8_t dim, MsgElem* elem) {
-    MsgElemList*& elemlist = _val[id];
-    if (elemlist == nullptr) elemlist = new MsgElemList(dim);
-    elemlist->append_elem(elem);
-    _previd = id;
+// Gives up what was reserved since `last` was the last buffer and had `used` bytes.
+void MsgStruct::_take_back(NetBuffer* last, int32_t used) {
+    while (_nblv.tail() != last) {
+        const std::unique_ptr<NetBuffer> chained(_nblv.tail());
+        _nblv.remove_buf(chained.get());
+    }
+    last->setbuffersize(used);
 }
 
-msg_result MsgStruct::add_elem(int16_t id, int32_t value) {
-    QEN_CHECK(is_modifiable());
-    if (!is_valid(id)) return MSG_EBADID;
-    if (_val[id] != nullptr) return MSG_EEXISTS;
-    constexpr int32_t size = TYPE_SIZE + ID_SIZE + S32_SIZE;
-    if (msg_result rc = _make_room(size)) return rc;
-
+MsgStruct::Place MsgStruct::_reserve_scalar(int16_t id, uint8_t type, int64_t nbytes) {
+    const int64_t size = TYPE_SIZE + ID_SIZE + nbytes;
     char* location = _reserve(size);
-    put_s32(put_id(put_type(location, VTYPE_S32), id), value);
-    _nwsize += size;
-    _index(id, MSG_DIM_SCALAR, new MsgElem(value, location));
-    return MSG_SOK;
-}
-
-msg_result MsgStruct::add_elem(int16_t id, const char* s, int32_t len) {
-    return _add_bytes(id, VTYPE_STR, s, len);
-}
-
-msg_result MsgStruct::add_elem(int16_t id, const void* p, int32_t len) {
-    return _add_bytes(id, VTYPE_PTR, p, len);
-}
-
-msg_result MsgStruct::_add_bytes(int16_t id, uint8_t type, const void* data, int32_t len) {
-    QEN_CHECK(is_modifiable());
-    if (!is_valid(id)) return MSG_EBADID;
-    if (data == nullptr || len < 0) return MSG_EINVAL;
-    if (_val[id] != nullptr) return MSG_EEXISTS;
-    const int64_t nbytes = byte_count(type, data, len);
-    const int64_t size = TYPE_SIZE + ID_SIZE + LENGTH_SIZE + nbytes;
-    if (msg_result rc = _make_room(size)) return rc;
-
-    char* location = _reserve(size);
-    char* bytes = put_bytes(put_id(put_type(location, type), id), data, nbytes);
+    if (location == nullptr) return {};
     _nwsize += static_cast<int32_t>(size);
-    _index(id, MSG_DIM_SCALAR,
-           new MsgElem(type, bytes, static_cast<int32_t>(nbytes), /*ref=*/true, location));
-    return MSG_SOK;
-}
-
-msg_result MsgStruct::_may_append(int16_t id) const {
-    QEN_CHECK(is_modifiable());
-    if (!is_valid(id)) return MSG_EBADID;
-    if (_val[id] != nullptr && _val[id]->is_scalar()) return MSG_EBADOP;
-    return MSG_SOK;
+    return {put_id(put_type(location, type), id), location};
 }
 
 // Reserves an item of the vector id and closes the segment behind it. The segment is still open when the id
 // was added last; then the item takes the place of its closing 0. Otherwise a segment is opened first.
-MsgStruct::Place MsgStruct::_reserve_item(int16_t id, int64_t nbytes) {
-    Place place{nullptr, nullptr};
-    if (_previd != id || _val[id] == nullptr) {
-        place.segment = _reserve(SEGMENT_SIZE);
-        *put_id(put_type(place.segment, VTYPE_VEC), id) = 0;
-        _nwsize += SEGMENT_SIZE;
-    }
+MsgStruct::Place MsgStruct::_reserve_item(int16_t id, uint8_t type, int64_t nbytes) {
+    const int64_t size = TYPE_SIZE + nbytes;
+    const bool opens = _previd != id || _val[id] == nullptr;
+    char* segment = opens ? _reserve(SEGMENT_SIZE) : nullptr;
+    if (opens && segment == nullptr) return {};
+    if (opens) *put_id(put_type(segment, VTYPE_VEC), id) = 0;
+
     NetBuffer* last = _nblv.tail();
-    place.item = _reserve(nbytes);
+    char* item = _reserve(size);
+    if (item == nullptr) return {};
     if (_nblv.tail() == last) {
-        --place.item;
-        place.item[nbytes] = 0;
+        --item;
+        item[size] = 0;
     } else { // the item begins a new buffer, so the closing 0 is dropped from the one before
+        char* closing = _reserve(1);
+        if (closing == nullptr) return {};
+        *closing = 0;
         last->decbuffersize(&_nblv);
-        *_reserve(1) = 0;
     }
-    _nwsize += static_cast<int32_t>(nbytes);
-    return place;
+    _nwsize += static_cast<int32_t>(size) + (opens ? SEGMENT_SIZE : 0);
+    return {put_type(item, type), segment};
+}
+
+// --- adding
+
+// Whether an id inside the range can take an element of that dimension.
+msg_result MsgStruct::_may_hold(int16_t id, uint8_t dim) const {
+    if (_val[id] == nullptr) return MSG_SOK;
+    if (dim == MSG_DIM_SCALAR) return MSG_EEXISTS;
+    return _val[id]->is_scalar() ? MSG_EBADOP : MSG_SOK;
+}
+
+// Adds an element whose value takes nbytes; put(place) writes them and returns the data of a string or block.
+// All memory is got before anything changes. The element list of an absent id is entered only here, so that a
+// failed add leaves none behind.
+template <class Put>
+msg_result MsgStruct::_add(int16_t id, uint8_t dim, MsgElem* elem, int64_t nbytes, Put put) {
+    std::unique_ptr<MsgElem> owner(elem);
+    std::unique_ptr<MsgElemList> fresh(_val[id] == nullptr ? new (std::nothrow) MsgElemList(dim) : nullptr);
+    if (elem == nullptr || (fresh == nullptr && _val[id] == nullptr)) return MSG_ENOMEM;
+    const bool is_scalar = dim == MSG_DIM_SCALAR, had_eom = has_eom();
+    const int64_t around = TYPE_SIZE + (is_scalar ? ID_SIZE : SEGMENT_SIZE);
+    if (msg_result rc = _make_room(around + nbytes)) return rc;
+
+    NetBuffer* last = _nblv.tail();
+    const int32_t used = last->getbuffersize();
+    const uint8_t type = elem->gettype();
+    const Place place = is_scalar ? _reserve_scalar(id, type, nbytes) : _reserve_item(id, type, nbytes);
+    if (place.value == nullptr) {
+        _take_back(last, used);
+        if (had_eom) (void)addeom(); // needs memory only when the marker had a buffer of its own
+        return MSG_ENOMEM;
+    }
+    elem->place(put(place.value), place.location);
+    if (fresh != nullptr) _val[id] = fresh.release();
+    _val[id]->append_elem(owner.release());
+    _previd = id;
+    return MSG_SOK;
+}
+
+msg_result MsgStruct::_add_s32(int16_t id, uint8_t dim, int32_t value) {
+    QEN_CHECK(is_modifiable());
+    if (!is_valid(id)) return MSG_EBADID;
+    if (msg_result rc = _may_hold(id, dim)) return rc;
+    const auto put = [value](char* p) -> char* {
+        put_s32(p, value);
+        return nullptr;
+    };
+    return _add(id, dim, new (std::nothrow) MsgElem(value), S32_SIZE, put);
+}
+
+// Vectors look at the data first, scalars behind the id.
+msg_result MsgStruct::_add_bytes(int16_t id, uint8_t dim, uint8_t type, const void* data, int32_t len) {
+    const bool is_bad = data == nullptr || len < 0;
+    if (dim == MSG_DIM_VECTOR && is_bad) return MSG_EINVAL;
+    QEN_CHECK(is_modifiable());
+    if (!is_valid(id)) return MSG_EBADID;
+    if (is_bad) return MSG_EINVAL;
+    if (msg_result rc = _may_hold(id, dim)) return rc;
+    const int64_t nbytes = byte_count(type, data, len);
+    const auto put = [=](char* p) { return put_bytes(p, data, nbytes); };
+    return _add(id, dim, new (std::nothrow) MsgElem(type, static_cast<int32_t>(nbytes)), LENGTH_SIZE + nbytes,
+                put);
+}
+
+msg_result MsgStruct::add_elem(int16_t id, int32_t value) {
+    return _add_s32(id, MSG_DIM_SCALAR, value);
+}
+
+msg_result MsgStruct::add_elem(int16_t id, const char* s, int32_t len) {
+    return _add_bytes(id, MSG_DIM_SCALAR, VTYPE_STR, s, len);
+}
+
+msg_result MsgStruct::add_elem(int16_t id, const void* p, int32_t len) {
+    return _add_bytes(id, MSG_DIM_SCALAR, VTYPE_PTR, p, len);
 }
 
 msg_result MsgStruct::append_elem(int16_t id, int32_t value) {
-    if (msg_result rc = _may_append(id)) return rc;
-    constexpr int32_t size = TYPE_SIZE + S32_SIZE;
-    if (msg_result rc = _make_room(SEGMENT_SIZE + size)) return rc;
-
-    const Place place = _reserve_item(id, size);
-    put_s32(put_type(place.item, VTYPE_S32), value);
-    _index(id, MSG_DIM_VECTOR, new MsgElem(value, place.segment));
-    return MSG_SOK;
+    return _add_s32(id, MSG_DIM_VECTOR, value);
 }
 
 msg_result MsgStruct::append_elem(int16_t id, const char* s, int32_t len) {
-    return _append_bytes(id, VTYPE_STR, s, len);
+    return _add_bytes(id, MSG_DIM_VECTOR, VTYPE_STR, s, len);
 }
 
 msg_result MsgStruct::append_elem(int16_t id, const void* p, int32_t len) {
-    return _append_bytes(id, VTYPE_PTR, p, len);
-}
-
-msg_result MsgStruct::_append_bytes(int16_t id, uint8_t type, const void* data, int32_t len) {
-    if (data == nullptr || len < 0) return MSG_EINVAL;
-    if (msg_result rc = _may_append(id)) return rc;
-    const int64_t nbytes = byte_count(type, data, len);
-    const int64_t size = TYPE_SIZE + LENGTH_SIZE + nbytes;
-    if (msg_result rc = _make_room(SEGMENT_SIZE + size)) return rc;
-
-    const Place place = _reserve_item(id, size);
-    char* bytes = put_bytes(put_type(place.item, type), data, nbytes);
-    _index(id, MSG_DIM_VECTOR,
-           new MsgElem(type, bytes, static_cast<int32_t>(nbytes), /*ref=*/true, place.segment));
-    return MSG_SOK;
+    return _add_bytes(id, MSG_DIM_VECTOR, VTYPE_PTR, p, len);
 }
 
 msg_result MsgStruct::append_elem(int16_t id, MsgStruct* msg, bool ref) {
     if (msg == nullptr || msg == this) return MSG_EINVAL;
-    if (msg_result rc = _may_append(id)) return rc;
+    QEN_CHECK(is_modifiable());
+    if (!is_valid(id)) return MSG_EBADID;
+    if (msg_result rc = _may_hold(id, MSG_DIM_VECTOR)) return rc;
     const bool had_eom = msg->has_eom();
     if (msg_result rc = msg->addeom()) return rc;
     const msg_result rc = _append_closed(id, msg, ref);
@@ -218,19 +242,19 @@ int64_t MsgStruct::_encoded_bytes() const {
 // Nests a message that has its end marker.
 msg_result MsgStruct::_append_closed(int16_t id, MsgStruct* msg, bool ref) {
     if (msg->_encoded_bytes() != msg->_nwsize) return MSG_EMSG;
-    const int64_t size = TYPE_SIZE + int64_t{msg->_nwsize};
-    if (msg_result rc = _make_room(SEGMENT_SIZE + size)) return rc;
-
-    const Place place = _reserve_item(id, size);
-    char* p = put_type(place.item, VTYPE_MSG);
-    int32_t skip = PREFIX_SIZE; // which lies whole in the first buffer
-    for (const NetBuffer* bufp = msg->_nblv.head(); bufp != nullptr; bufp = bufp->next()) {
-        const auto nbytes = static_cast<size_t>(bufp->getbuffersize() - skip);
-        std::memcpy(p, bufp->getbuffer() + skip, nbytes);
-        p += nbytes;
-        skip = 0;
-    }
-    _index(id, MSG_DIM_VECTOR, new MsgElem(msg, msg->_nwsize, ref, place.segment));
+    const auto put = [msg](char* p) -> char* {
+        int32_t skip = PREFIX_SIZE; // which lies whole in the first buffer
+        for (const NetBuffer* bufp = msg->_nblv.head(); bufp != nullptr; bufp = bufp->next()) {
+            const auto nbytes = static_cast<size_t>(bufp->getbuffersize() - skip);
+            std::memcpy(p, bufp->getbuffer() + skip, nbytes);
+            p += nbytes;
+            skip = 0;
+        }
+        return nullptr;
+    };
+    auto* elem = new (std::nothrow) MsgElem(msg, msg->_nwsize);
+    if (msg_result rc = _add(id, MSG_DIM_VECTOR, elem, msg->_nwsize, put)) return rc;
+    if (!ref) elem->own();
     msg->_flags &= static_cast<uint8_t>(~MODIFIABLE);
     return MSG_SOK;
 }
@@ -257,10 +281,15 @@ msg_result MsgStruct::_append_value(int16_t id, const ValueElem& value) {
     default: return MSG_EINVAL;
     }
     if (value.ref() != 0 || value.getmsg() == nullptr) return append_elem(id, value.getmsg(), /*ref=*/true);
-    MsgStruct* copy = value.getmsg()->deep_dup();
+    return _append_copy(id, *value.getmsg());
+}
+
+// Nests an owned copy.
+msg_result MsgStruct::_append_copy(int16_t id, const MsgStruct& msg) {
+    std::unique_ptr<MsgStruct> copy(msg.deep_dup());
     if (copy == nullptr) return MSG_ENOMEM;
-    const msg_result rc = append_elem(id, copy, /*ref=*/false);
-    if (rc != MSG_SOK) delete copy;
+    const msg_result rc = append_elem(id, copy.get(), /*ref=*/false);
+    if (rc == MSG_SOK) (void)copy.release();
     return rc;
 }
 
@@ -269,7 +298,9 @@ msg_result MsgStruct::addeom() {
     if (!has_eom()) {
         if (_nwsize == 0) return MSG_EBUFLEN;
         if (msg_result rc = _make_room(EOM_SIZE)) return rc;
-        put_type(_reserve(EOM_SIZE), VTYPE_EOM);
+        char* marker = _reserve(EOM_SIZE);
+        if (marker == nullptr) return MSG_ENOMEM;
+        put_type(marker, VTYPE_EOM);
         _nwsize += EOM_SIZE;
         _flags |= HAS_EOM;
     }

@@ -44,13 +44,13 @@ inline constexpr int16_t MSGID_OBJ_TAG = 42;   // integer
 
 // Used by one thread at a time; different messages are independent.
 //
-// Results common to all adds and appends; a failed one changes nothing, and a nested message handed over
-// stays the caller's:
+// Results common to all adds and appends; a failed one changes nothing (but exhausted memory may cost the end
+// marker), and a nested message handed over stays the caller's:
 //   MSG_EINVAL   null data, a negative length, or a message nested in itself
 //   MSG_EBADID   id outside 0 to MSG_MAX_ID
 //   MSG_EEXISTS  scalar add to an id that has elements
 //   MSG_EBADOP   vector append to a scalar id
-//   MSG_ENOMEM   the message would grow beyond what its 32-bit size can say
+//   MSG_ENOMEM   no memory, or the message would grow beyond what its 32-bit size can say
 // To change a message that is nested in another is fatal.
 class MsgStruct : public Pooled<MEM_MSGSTRUCT> {
 public:
@@ -104,8 +104,8 @@ public:
 
     // Replaces the elements of an id that is present (MSG_EBADID otherwise) by the value, encoded at the end:
     // a scalar for integer, string and block, a vector for message and list. Bytes may lie in this message.
-    // A message to be set must not be one that the id owns. When the value is refused the old elements are
-    // kept, encoded anew. The list form is for vector ids only (fatal).
+    // A message to be set must not be one that the id owns. When the value is refused the old elements stay
+    // as they are. The list form is for vector ids only (fatal).
     msg_result set(int16_t id, int32_t value);
     msg_result set(int16_t id, const char* s, int32_t len);
     msg_result set(int16_t id, const void* p, int32_t len);
@@ -137,26 +137,31 @@ private:
     static constexpr uint8_t DELETED = 2; // an element was deleted; stays set
     static constexpr uint8_t HAS_EOM = 4; // the end marker is the last byte
 
-    // Where an item was put, and the segment that was opened for it or null.
+    // Where an element goes: behind its type (and id), and getlocation(). Both null: no memory.
     struct Place {
-        char* item;
-        char* segment;
+        char* value;
+        char* location;
     };
 
-    msg_result _may_append(int16_t id) const;
-    msg_result _make_room(int64_t nbytes);
-    msg_result _add_bytes(int16_t id, uint8_t type, const void* data, int32_t len);
-    msg_result _append_bytes(int16_t id, uint8_t type, const void* data, int32_t len);
+    msg_result _may_hold(int16_t id, uint8_t dim) const;
+    template <class Put>
+    msg_result _add(int16_t id, uint8_t dim, MsgElem* elem, int64_t nbytes, Put put);
+    msg_result _add_s32(int16_t id, uint8_t dim, int32_t value);
+    msg_result _add_bytes(int16_t id, uint8_t dim, uint8_t type, const void* data, int32_t len);
     msg_result _append_value(int16_t id, const ValueElem& value);
+    msg_result _append_copy(int16_t id, const MsgStruct& msg);
     msg_result _append_closed(int16_t id, MsgStruct* msg, bool ref);
+    msg_result _make_room(int64_t nbytes);
     char* _reserve(int64_t nbytes);
-    Place _reserve_item(int16_t id, int64_t nbytes);
-    void _index(int16_t id, uint8_t dim, MsgElem* elem);
+    Place _reserve_scalar(int16_t id, uint8_t type, int64_t nbytes);
+    Place _reserve_item(int16_t id, uint8_t type, int64_t nbytes);
+    void _take_back(NetBuffer* last, int32_t used);
     void _remove_eom();
     void _drop(int16_t id);
+    void _mark_deleted(const MsgElemList& list, int16_t id);
     int64_t _encoded_bytes() const;
-    msg_result _copy_elems(const MsgStruct* origmsg, int16_t ID);
-    msg_result _copy_elem(int16_t id, const MsgElem& elem, bool scalar);
+    msg_result _copy_elems(const MsgElemList& list, int16_t id);
+    msg_result _copy_elem(int16_t id, const MsgElem& elem, uint8_t dim);
     template <class Add>
     msg_result _replace(int16_t id, Add add);
 

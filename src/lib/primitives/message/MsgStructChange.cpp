@@ -57,6 +57,11 @@ bool list_element(VList& list, const MsgElem& elem) {
     }
 }
 
+bool refers_to(const MsgElem* elem, const MsgStruct* msg) {
+    while (elem != nullptr && (elem->gettype() != VTYPE_MSG || elem->getmsg() != msg)) elem = elem->next();
+    return elem != nullptr;
+}
+
 } // namespace
 
 VList* MsgStruct::get_vlist(int16_t id) const {
@@ -75,30 +80,42 @@ msg_result MsgStruct::del_elem(int16_t id) {
     return MSG_SOK;
 }
 
+// Deletes all elements of the id.
 void MsgStruct::_drop(int16_t id) {
-    for (MsgElem* elem = _val[id]->head(); elem != nullptr; elem = elem->next()) {
+    const std::unique_ptr<MsgElemList> list(_val[id]);
+    _val[id] = nullptr;
+    _mark_deleted(*list, id);
+}
+
+// Marks elements of the id in the encoding, and opens the messages that they only refer to again, unless the
+// id refers to them anew.
+void MsgStruct::_mark_deleted(const MsgElemList& list, int16_t id) {
+    for (const MsgElem* elem = list.head(); elem != nullptr; elem = elem->next()) {
         if (elem->getlocation() != nullptr) put_be16(elem->getlocation() + ID_OFFSET, MSG_DELETED_ID);
-        if (elem->gettype() != VTYPE_MSG || !elem->get_ref()) continue;
+        if (elem->gettype() != VTYPE_MSG || !elem->get_ref() || refers_to(find(id), elem->getmsg())) continue;
         elem->getmsg()->_flags |= MODIFIABLE;
         elem->getmsg()->_remove_eom();
     }
-    delete _val[id];
-    _val[id] = nullptr;
     _flags |= DELETED;
 }
 
-// Replaces the elements of the id by what `add` adds. They are copied first, so that they can be put back.
+// Replaces the elements of the id by what `add` adds. When that is refused they are encoded anew; they stand
+// aside meanwhile and return as they are when there is no memory even for that.
 template <class Add>
 msg_result MsgStruct::_replace(int16_t id, Add add) {
     QEN_CHECK(is_modifiable());
     if (find(id) == nullptr) return MSG_EBADID;
-    MsgStruct backup;
-    if (msg_result rc = backup._copy_elems(this, id)) return rc;
-    _drop(id);
+    std::unique_ptr<MsgElemList> old(_val[id]);
+    _val[id] = nullptr;
     const msg_result rc = add();
-    if (rc == MSG_SOK) return rc;
+    if (rc != MSG_SOK && _val[id] != nullptr) _drop(id);
+    if (rc == MSG_SOK || _copy_elems(*old, id) == MSG_SOK) {
+        _mark_deleted(*old, id);
+        return rc;
+    }
     if (_val[id] != nullptr) _drop(id);
-    (void)_copy_elems(&backup, id); // the result to report is why the new value was refused
+    _val[id] = old.release();
+    _previd = -1; // the open segment, if it is the id's, may be a deleted one
     return rc;
 }
 
@@ -125,40 +142,31 @@ msg_result MsgStruct::set(int16_t id, const VList* list) {
 }
 
 MsgStruct* MsgStruct::deep_dup() const {
-    auto retmsg = std::make_unique<MsgStruct>();
+    std::unique_ptr<MsgStruct> retmsg(new (std::nothrow) MsgStruct);
+    if (retmsg == nullptr) return nullptr;
     QEN_CHECK(retmsg->_head);
     QEN_CHECK(_head);
     *retmsg->_head = *_head;
     for (int16_t id = 0; id <= MSG_MAX_ID; ++id) {
         if (_val[id] == nullptr) continue;
-        if (retmsg->_copy_elems(this, id) != MSG_SOK) return nullptr;
+        if (retmsg->_copy_elems(*_val[id], id) != MSG_SOK) return nullptr;
     }
     return retmsg.release();
 }
 
-msg_result MsgStruct::_copy_elems(const MsgStruct* origmsg, int16_t ID) {
-    QEN_CHECK_AS(origmsg->_val[ID] != nullptr, "0 != origmsg->_val[ID]");
-    const bool scalar = origmsg->_val[ID]->is_scalar();
-    for (const MsgElem* elem = origmsg->find(ID); elem != nullptr; elem = elem->next())
-        if (msg_result rc = _copy_elem(ID, *elem, scalar)) return rc;
+msg_result MsgStruct::_copy_elems(const MsgElemList& list, int16_t id) {
+    const uint8_t dim = list.is_scalar() ? MSG_DIM_SCALAR : MSG_DIM_VECTOR;
+    for (const MsgElem* elem = list.head(); elem != nullptr; elem = elem->next())
+        if (msg_result rc = _copy_elem(id, *elem, dim)) return rc;
     return MSG_SOK;
 }
 
-msg_result MsgStruct::_copy_elem(int16_t id, const MsgElem& elem, bool scalar) {
+msg_result MsgStruct::_copy_elem(int16_t id, const MsgElem& elem, uint8_t dim) {
     switch (elem.gettype()) {
-    case VTYPE_S32: return scalar ? add_elem(id, elem.gets32()) : append_elem(id, elem.gets32());
-    case VTYPE_STR:
-        return scalar ? _add_bytes(id, VTYPE_STR, elem.getstr(), string_bytes(elem))
-                      : _append_bytes(id, VTYPE_STR, elem.getstr(), string_bytes(elem));
-    case VTYPE_PTR:
-        return scalar ? _add_bytes(id, VTYPE_PTR, elem.getptr(), elem.getnwsize())
-                      : _append_bytes(id, VTYPE_PTR, elem.getptr(), elem.getnwsize());
-    case VTYPE_MSG: break;
-    default: QEN_CHECK(0);
+    case VTYPE_S32: return _add_s32(id, dim, elem.gets32());
+    case VTYPE_STR: return _add_bytes(id, dim, VTYPE_STR, elem.getstr(), string_bytes(elem));
+    case VTYPE_PTR: return _add_bytes(id, dim, VTYPE_PTR, elem.getptr(), elem.getnwsize());
+    case VTYPE_MSG: return _append_copy(id, *elem.getmsg());
+    default: QEN_CHECK(0); return MSG_EINVAL;
     }
-    MsgStruct* copy = elem.getmsg()->deep_dup();
-    if (copy == nullptr) return MSG_ENOMEM;
-    const msg_result rc = append_elem(id, copy, /*ref=*/false);
-    if (rc != MSG_SOK) delete copy;
-    return rc;
 }

@@ -1,3 +1,4 @@
+// Takes over a text that came from the network.
 #include "primitives/message/TAQMsgStruct.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Builders of the two standard kinds of message.
 #include "primitives/message/ipm_messages.h"
 
 #include "primitives/message/MsgStruct.h"

@@ -1,3 +1,4 @@
+// The names of severities and debug levels.
 #include "primitives/message/severity.h"
 
 const char* const ulog_app_sev_names[SEV_APP_END] = {"CRITICAL", "ERROR", "WARNING", "NOTICE", "INFO"};

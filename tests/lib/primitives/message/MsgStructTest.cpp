@@ -1,6 +1,8 @@
 #include "primitives/message/MsgStruct.h"
 
+#include <chrono>
 #include <climits>
+#include <functional>
 #include <memory>
 #include <random>
 #include <string>
@@ -10,6 +12,7 @@
 
 #include "primitives/message/ipm_messages.h"
 #include "primitives/values/VList.h"
+#include "support/FailingMalloc.h"
 #include "support/MsgBytes.h"
 #include "support/MsgDecoder.h"
 
@@ -117,6 +120,60 @@ TEST(MsgStruct, RefusesWithoutChange) {
     EXPECT_EQ(before, msg_bytes(msg)) << "not even the end marker went";
 }
 
+// A full first buffer makes each step allocate; the end marker has a buffer of its own.
+TEST(MsgStruct, WithoutMemoryNothingChangesButTheEndMarker) {
+    MsgStruct inner;
+    VList list;
+    list.append(1), list.append("text", 1), list.append(new MsgStruct, 0), list.append(&inner, 1);
+    inner.append_elem(3, "inner", 0);
+    const std::string large(300, 'x');
+    auto* owned = new MsgStruct;
+    const std::function<msg_result(MsgStruct&)> actions[] = {
+        [](MsgStruct& m) { return m.add_elem(5, 7); },
+        [&](MsgStruct& m) { return m.add_elem(5, large.c_str(), 0); },
+        [](MsgStruct& m) { return m.append_elem(2, 7); },
+        [](MsgStruct& m) { return m.append_elem(5, 7); },
+        [&](MsgStruct& m) { return m.append_elem(5, owned, /*ref=*/false); },
+        [&](MsgStruct& m) { return m.append_elem(6, &list); },
+        [](MsgStruct& m) { return m.set(1, "other", 0); },
+        [](MsgStruct& m) {
+            const std::unique_ptr<MsgStruct> copy(m.deep_dup());
+            return copy != nullptr && copy->append_elem(2, "b", 0) == MSG_SOK ? MSG_SOK : MSG_ENOMEM;
+        },
+    };
+    for (const auto& action : actions) {
+        SCOPED_TRACE(&action - actions);
+        MsgStruct msg;
+        msg.add_elem(1, std::string(58, 'a').c_str(), 0), msg.append_elem(2, "", 0);
+        ASSERT_EQ(128, msg.getnwbufferlist()->tail()->getbuffersize());
+        msg.addeom();
+        const bool keeps_all = &action - actions != 5; // a list drops what it had begun
+        const std::string before = elements_of(msg);
+        msg_result result{};
+        const auto check = [&] {
+            EXPECT_EQ(MSG_ENOMEM, result);
+            decoded(msg);
+            EXPECT_TRUE(!keeps_all || (elements_of(msg) + "H").starts_with(before));
+        };
+        const int allocations =
+            until_memory_suffices([&] { return (result = action(msg)) == MSG_SOK; }, check);
+        EXPECT_LE(1, allocations);
+    }
+}
+
+TEST(MsgStruct, LongListsOfLargeItemsTakeLinearTime) {
+    constexpr uint32_t ITEMS = 40'000; // 13 seconds when each item looks for its buffer from the first on
+    const std::string item(300, 'x');
+    const auto start = std::chrono::steady_clock::now();
+    MsgStruct msg;
+    for (uint32_t i = 0; i < ITEMS; ++i) msg.append_elem(22, item.c_str(), 0);
+    const std::unique_ptr<VList> list(msg.get_vlist(22));
+    MsgStruct again;
+    EXPECT_EQ(MSG_SOK, again.append_elem(22, list.get()));
+    EXPECT_EQ(ITEMS, std::unique_ptr<MsgStruct>(again.deep_dup())->getcount(22));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
 TEST(MsgStruct, NestedMessageWithAWrongSizeIsRefused) {
     MsgStruct inner, outer;
     for (const int32_t wrong : {40, 42, INT_MAX}) {
@@ -146,6 +203,11 @@ TEST(MsgStruct, SetTakesItsOwnBytesAndListsOnlyForVectors) {
     EXPECT_EQ(MSG_SOK, msg.set(4, &list));
     EXPECT_EQ(MSG_EINVAL, msg.set(4, &bad));
     EXPECT_EQ(2u, msg.getcount(4)) << "the old elements are back";
+    EXPECT_EQ(MSG_SOK, msg.append_elem(4, 3));
+    EXPECT_EQ(3u, decoded(msg).elems[4].items.size()) << "in a segment that is not deleted";
+    MsgStruct inner;
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(MSG_SOK, msg.set(4, &inner, /*ref=*/true));
+    EXPECT_FALSE(inner.is_modifiable());
 }
 
 TEST(MsgStruct, ListItemsKeepTheirOwner) {
