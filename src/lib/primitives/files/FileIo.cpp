@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include "platform/unix/QENDescriptors.h"
-#include "platform/unix/QENPlatform.h"
 
 PathText file_join(std::initializer_list<std::string_view> parts) {
     size_t size = 1;
@@ -54,7 +53,7 @@ int file_create(const char* path, std::string_view content, int flags) {
     int fd = QENOpenDescriptor(path, flags, MODE);
     if (fd < 0 && errno == EEXIST && unlink(path) == 0) fd = QENOpenDescriptor(path, flags, MODE);
     if (fd < 0) return -1;
-    if (QENWriteAll(fd, content.data(), content.size())) return fd;
+    if (file_write_at(fd, content.data(), content.size(), 0)) return fd;
     const int why = errno;
     close(fd);
     (void)unlink(path); // the caller learns of the first failure

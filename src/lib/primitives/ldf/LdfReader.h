@@ -95,6 +95,7 @@ private:
     int _open_file();
     void _delete_short_file(int fd);
     int _read_header();
+    int _read_header_once();
     int _short_read(const unsigned char* bytes, size_t got) const;
     int _end_or_failure() const;
     void _unregister();

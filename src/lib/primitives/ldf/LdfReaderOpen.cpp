@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <limits>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/unix/QENPlatform.h"
+#include "primitives/files/FileIo.h"
 #include "primitives/ldf/LdfPaths.h"
 #include "primitives/ldf/LdfRegistry.h"
 #include "primitives/ldf/LdfTrace.h"
@@ -48,10 +48,12 @@ void LdfReader::_close() {
 }
 
 int LdfReader::open(const char* pathp, const char* namep) {
+    PathText name(namep != nullptr ? file_join({namep}) : nullptr);
+    if (namep != nullptr && name == nullptr) return LDF_ENOMEM;
     if (int rc = readers.add(namep, this)) return rc;
     _unregister();
     _close();
-    _namep = ldf_join(namep);
+    _namep = std::move(name);
     int rc = _locate(pathp, namep);
     if (!rc) rc = _open_file();
     if (!rc) rc = _read_header();
@@ -62,35 +64,31 @@ int LdfReader::open(const char* pathp, const char* namep) {
 // Finds the directory and builds _dirp and _pathp.
 int LdfReader::_locate(const char* pathp, const char* namep) {
     if (pathp) {
-        _dirp = ldf_join(pathp);
-        _pathp = ldf_join(pathp, "/", namep, LDF_EXTENSION);
+        _dirp = file_join({pathp});
+        _pathp = file_join({pathp, "/", namep, LDF_EXTENSION});
     } else {
         char root[LDF_ROOT_SIZE];
         ldf_data_root(root);
         if (!QENCheckDir(root)) return LDF_EROOT;
-        _dirp = ldf_join(root, LDF_SUBDIR);
-        _pathp = ldf_join(_dirp.get(), namep, LDF_EXTENSION);
+        _dirp = file_join({root, LDF_SUBDIR});
+        _pathp = file_join({root, LDF_SUBDIR, namep, LDF_EXTENSION});
     }
+    if (!_dirp || !_pathp) return LDF_ENOMEM;
     return QENCheckDir(_dirp.get()) ? LDF_OK : LDF_EFAIL;
 }
 
-// Opens the file for the window and learns its size. A FIFO must not make us wait for its writer.
 int LdfReader::_open_file() {
-    const int fd = ::open(_pathp.get(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (fd < 0) return LDF_EFAIL;
     struct stat st;
-    const bool regular = fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
-    const bool long_enough = regular && st.st_size >= static_cast<off_t>(LDF_HEADER_SIZE);
-    if (regular && !long_enough) _delete_short_file(fd);
+    const int fd = file_open_regular(_pathp.get(), O_RDONLY, st);
+    if (fd < 0) return LDF_EFAIL;
+    const bool long_enough = st.st_size >= static_cast<off_t>(LDF_HEADER_SIZE);
+    if (!long_enough) _delete_short_file(fd);
     if (long_enough) _fp = fdopen(fd, "rb");
     if (!_fp) {
         ::close(fd);
         return long_enough && errno == ENOMEM ? LDF_ENOMEM : LDF_EFAIL;
     }
     _opened = 1;
-    _starting_filesize =
-        static_cast<int32_t>(std::min<off_t>(st.st_size, std::numeric_limits<int32_t>::max()));
-    _window.attach(fd, st.st_size);
     return LDF_OK;
 }
 
@@ -104,10 +102,42 @@ void LdfReader::_delete_short_file(int fd) {
         (void)QENDeleteFile(_pathp.get(), nullptr); // the result of open is the same either way
 }
 
+namespace {
+
+// Whether the counters by object type make up the total.
+bool adds_up(const ldf_header_t& h) {
+    int64_t sum = 0;
+    for (int32_t total : {h.total_res_msg, h.total_agt_msg, h.total_grp_msg, h.total_sys_msg, h.total_clu_msg,
+                          h.total_hmx_msg, h.total_qen_msg})
+        sum += total;
+    return sum == h.total_msgs;
+}
+
+} // namespace
+
+// A read beside a writer may find the start of one header and the end of another. What does not fit together
+// is read again; after some attempts it is how the file is.
 int LdfReader::_read_header() {
+    constexpr int ATTEMPTS = 1 + 5;
+    int rc = LDF_EFAIL;
+    for (int i = 0; i < ATTEMPTS; ++i) {
+        rc = _read_header_once();
+        if (rc == LDF_OK ? adds_up(_ldf_header)
+                         : _ldf_header.signature != LDF_SIGNATURE || rc == LDF_EVERSION)
+            break;
+    }
+    _window.attach(fileno(_fp), _starting_filesize);
+    return rc;
+}
+
+// The size is asked after the header was read: it covers every record that the header counts.
+int LdfReader::_read_header_once() {
     _ldf_header = {};
     unsigned char bytes[LDF_HEADER_SIZE];
+    struct stat st;
     if (pread(fileno(_fp), bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) return LDF_EFAIL;
+    if (fstat(fileno(_fp), &st) != 0) return LDF_EFAIL;
+    _starting_filesize = QENSaturatedFileSize(st.st_size);
     return ldf_decode_header(bytes, _starting_filesize, _ldf_header);
 }
 

@@ -2,12 +2,14 @@
 
 #include <string>
 
+#include "platform/unix/QENDescriptors.h"
+
 FILE* ldf_trace_open(FILE* fp, const char* name, const char* suffix) {
     constexpr size_t NAME_MAX_LEN = 254;
     if (fp) std::fclose(fp);
     if (!name) return nullptr;
     const std::string path = (std::string(name) + suffix + ".debug").substr(0, NAME_MAX_LEN);
-    return std::fopen(path.c_str(), "we");
+    return QENOpenStream(path.c_str(), "w");
 }
 
 void ldf_trace(FILE* fp, const char* text) {

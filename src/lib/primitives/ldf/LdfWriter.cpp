@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "platform/unix/QENAssert.h"
-#include "primitives/ldf/LdfFileIo.h"
+#include "platform/unix/QENFork.h"
 #include "primitives/ldf/LdfTrace.h"
 #include "primitives/ldf/QENObjTags.h"
 
@@ -59,12 +59,13 @@ void LdfWriter::write(char sev, int time_stamp, char obj_tag, unsigned msgcatID,
 
 void LdfWriter::append(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
                        std::span<const std::string_view> args) {
-    if (_active) return;
-    if (!_opened && !_rotation_failed) return;
+    if (_active || !_opened) return;
     const int8_t obj_tag = fixed.obj_type;
     QEN_CHECK(obj_tag >= OBJTAG_QEN && obj_tag <= OBJTAG_RES);
+    if (_forks != QENForkCount()) return;
     _active = 1;
-    if (_ready_for_write()) {
+    if (!_has_room() && _pause.is_due()) _next();
+    if (_ldf_header.offset_end <= COUNT_MAX - LDF_RECORD_MAX) {
         unsigned char record[LDF_RECORD_MAX];
         char* text = reinterpret_cast<char*>(record) + LDF_RECORD_HEADER_SIZE;
         fixed.data_size = static_cast<uint32_t>(ldf_encode_text(file, func, args, text, LDF_TEXT_MAX) + 1);
@@ -75,19 +76,15 @@ void LdfWriter::append(ldf_msg_header_t fixed, std::string_view file, std::strin
     _active = 0;
 }
 
-// Makes sure that a file is open with room for a record, below its limit and where readers still follow.
-// False: the record is dropped.
-bool LdfWriter::_ready_for_write() {
-    if (!_opened && _prepare_ldf() != LDF_OK) return false;
-    const bool room = _count < _maxlen && _ldf_header.offset_end <= COUNT_MAX - LDF_RECORD_MAX;
-    return room || _next() == LDF_OK;
+// Whether a record more leaves the file where readers still follow, and it has not reached its size.
+bool LdfWriter::_has_room() const {
+    return _count < _maxlen && _ldf_header.offset_end <= COUNT_MAX - LDF_RECORD_MAX;
 }
 
 // Record first, header after: whatever happens in between, the header on disk describes whole records only.
 // Memory follows the disk, so a failure leaves the next record the place of this one.
 void LdfWriter::_put_record(const unsigned char* record, size_t size, int8_t sev, int8_t obj_tag) {
-    if (_ldf_header.offset_end > COUNT_MAX - size) return; // no rotation could make room
-    if (!ldf_write_at(fileno(_fp), record, size, _ldf_header.offset_end)) return;
+    if (!file_write_at(fileno(_fp), record, size, _ldf_header.offset_end)) return;
 
     ldf_header_t updated = _ldf_header;
     count_record(updated, static_cast<unsigned char>(sev), static_cast<unsigned char>(obj_tag));
@@ -107,7 +104,7 @@ int LdfWriter::_write_header(ldf_header_t& header) {
     header.datetime_modify = static_cast<int32_t>(std::time(nullptr));
     unsigned char bytes[LDF_HEADER_SIZE];
     ldf_encode_header(header, bytes);
-    return ldf_write_at(fileno(_fp), bytes, sizeof bytes, 0) ? LDF_OK : LDF_EFAIL;
+    return file_write_at(fileno(_fp), bytes, sizeof bytes, 0) ? LDF_OK : LDF_EFAIL;
 }
 
 void LdfWriter::set_maxlen(int maxlen) {

@@ -2,8 +2,9 @@
 #pragma once
 
 #include <cstdio>
-#include <memory>
 
+#include "primitives/files/Generations.h"
+#include "primitives/files/NameLock.h"
 #include "primitives/ldf/ldf_format.h"
 #include "primitives/memory/Pooled.h"
 
@@ -11,14 +12,16 @@ inline constexpr int LDF_DEFAULT_MAXLEN = 4194304; // bytes at which a file is r
 inline constexpr int LDF_MIN_MAXLEN = 65536;
 
 // Files of log N in root/ldf/: N_A.ldf (current), N_B.ldf, N_C.ldf (oldest); N_A.ldf.err is a file that
-// could not be continued, N_A.ldf.new a new file before it has its header.
+// could not be continued, N_A.new a new file before it has its header, .N.lock the lock of the process that
+// has the log open.
 //
 // After every completed write the file is consistent: the header describes exactly the records before
 // offset_end. The record goes to the file first and the header after, each with one call, so a process
 // that dies in between leaves a record that no reader sees and the next write overwrites.
 //
 // One writer per log and machine; a writer is used by one thread at a time. The registry of writers is
-// process-wide and not locked.
+// process-wide and not locked. In a forked child an inherited writer writes nothing; a writer of its own, for
+// another log, works.
 class LdfWriter : public Pooled<MEM_LDF_WRITER> {
 public:
     // Creates and deletes the registry that keeps two writers from the same log. Once per process; the
@@ -34,8 +37,9 @@ public:
     // Continues root/ldf/namep_A.ldf or starts it, making the directory if it is missing. `flags` goes
     // into the headers of new files. A file that is no valid log data file is moved aside.
     // LDF_ENOINIT, LDF_ENONAME, LDF_EREGISTERED (names compare ignoring case); LDF_EFAIL for a name with
-    // "/": nothing changed. LDF_EROOT: no data root; LDF_EFAIL: no directory; LDF_ENOMEM: the name is
-    // free again. LDF_EFAIL also: no usable file could be made; the name stays registered.
+    // "/": nothing changed. LDF_EREGISTERED also: another process has the log open, and the system log says
+    // which; LDF_EROOT: no data root; LDF_EFAIL: no directory; LDF_ENOMEM: the name is free again.
+    // LDF_EFAIL also: no usable file could be made; the name stays registered.
     // Opening anew with another name closes what was open before.
     int open(const char* namep, int flags);
 
@@ -43,7 +47,9 @@ public:
     // readers go no further than. filep and func may be null; arguments count up to the first null one.
     // time_stamp in seconds since 1970-01-01 UTC, seq LDF_NO_SEQ for none, obj_tag 0 to 6 (anything else is a
     // caller's mistake and fatal). Fields that do not fit LDF_TEXT_MAX together are left out of the record
-    // altogether. A record that cannot be written is dropped, and the file stays as it was.
+    // altogether. A record that cannot be written is dropped, and the file stays as it was. While the file
+    // cannot be rotated it is continued; that is reported to the system log once, and tried again now and
+    // then.
     void write(char sev, int time_stamp, char obj_tag, unsigned msgcatID, const char* filep, int line_no,
                unsigned seq, const char* func, const char* arg1, const char* arg2, const char* arg3,
                const char* arg4, const char* arg5, const char* arg6);
@@ -58,7 +64,7 @@ public:
 
     int maxlen() const { return _maxlen; }
     bool is_opened() const { return _opened != 0; }
-    const char* pathAp() const { return _pathAp.get(); } // full path of the current file; null before open
+    const char* pathAp() const { return _files.current(); } // full path of the current file; null before open
 
     // Writes a trace file name + "-ldfw.debug" in the current directory; XXDEBUG adds one line, or does
     // nothing while no trace file is open.
@@ -67,31 +73,32 @@ public:
 
 private:
     int _locate(const char* namep);
+    int _take_name();
     int _prepare_ldf();
-    int _continue_file();
-    int _create_file();
+    int _continue_file(int fd, int64_t size);
+    int _install_new(bool (Generations::*way)() const);
     FILE* _make_new_file(ldf_header_t& header) const;
-    int _install_new_file(FILE* fp, const ldf_header_t& header);
     int _recover();
     int _read_header();
     int _write_header(ldf_header_t& header);
-    bool _ready_for_write();
-    int _next();
+    bool _has_room() const;
+    void _next();
     void _put_record(const unsigned char* record, size_t size, int8_t sev, int8_t obj_tag);
     void _unregister();
     void _close();
 
-    int8_t _initialized = 0;     // 1 once open has built all names and paths
-    int8_t _opened = 0;          // 1 while _fp is an open file
-    int8_t _rotation_failed = 0; // 1 until a rotation succeeds again; the failure was reported
-    int32_t _active = 0;         // 1 while a write is in progress
-    int32_t _count = 0;          // size of the file in bytes as the writer counts it
-    int32_t _maxlen = 0;         // size at which the file is rotated
-    int32_t _flags = 0;          // stored in new headers
-    FILE* _fp = nullptr;         // owns the current file
-    std::unique_ptr<char[]> _namep;
-    std::unique_ptr<char[]> _dirp;
-    std::unique_ptr<char[]> _pathAp, _pathBp, _pathCp;
+    int8_t _opened = 0;  // 1 while _fp is an open file
+    int32_t _active = 0; // 1 while a write is in progress
+    int32_t _count = 0;  // size of the file in bytes as the writer counts it
+    int32_t _maxlen = 0; // size at which the file is rotated
+    int32_t _flags = 0;  // stored in new headers
+    FILE* _fp = nullptr; // owns the current file
+    PathText _namep;     // key in the registry
+    PathText _dirp;
+    Generations _files;
+    RetryPause _pause;              // between attempts at a rotation that is blocked
+    NameLock _lock;                 // as long as the name is registered
+    unsigned _forks = 0;            // QENForkCount() of the process that opened the log
     int32_t _starting_filesize = 0; // size of file A when it was last prepared
     ldf_header_t _ldf_header = {};  // identical to the one on disk after the last write
     FILE* _debug_fp = nullptr;

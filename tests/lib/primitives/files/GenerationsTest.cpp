@@ -11,20 +11,14 @@
 
 #include "primitives/files/Generations.h"
 #include "support/SystemCalls.h"
+#include "support/TempDir.h"
 
 namespace fs = std::filesystem;
 
 class GenerationsTest : public testing::Test {
 protected:
-    GenerationsTest() {
-        char name[] = "/tmp/filesXXXXXX";
-        folder = std::string(mkdtemp(name)) + "/";
-        EXPECT_TRUE(files.locate(folder, "n", ".ldf"));
-    }
-    ~GenerationsTest() override {
-        system_call_plan = nullptr;
-        fs::remove_all(folder);
-    }
+    GenerationsTest() { EXPECT_TRUE(files.locate(folder, "n", ".ldf")); }
+    ~GenerationsTest() override { system_call_plan = nullptr; }
 
     // Files by the letter of their generation, "N" for the new one.
     using Contents = std::map<char, std::string>;
@@ -65,7 +59,8 @@ protected:
         return call.name == name && call.path.ends_with(ending);
     }
 
-    std::string folder;
+    const TempDir temp;
+    const std::string folder = temp.path() + "/";
     Generations files;
 };
 
@@ -86,7 +81,7 @@ TEST_F(GenerationsTest, MovesOnWhatIsThere) {
         {"no hard links",
          {{'A', "a"}, {'B', "b"}, {'C', "c"}},
          {{'A', "new"}, {'B', "a"}, {'C', "b"}},
-         [](const SystemCall& call) { return call.name == "link" ? -EPERM : 0; }},
+         [](const SystemCall& call) { return call.name == "link" ? -EPERM : PASS; }},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -101,7 +96,7 @@ TEST_F(GenerationsTest, MovesOnWhatIsThere) {
 // However often it is tried, it costs no more than the oldest generation, and A is where it was.
 TEST_F(GenerationsTest, BlockedRotationLeavesTheCurrentFile) {
     const auto no = [](std::string_view name, std::string_view ending, int why = EIO) {
-        return [=](const SystemCall& call) { return is(call, name, ending) ? -why : 0; };
+        return [=](const SystemCall& call) { return is(call, name, ending) ? -why : PASS; };
     };
     const Contents all = {{'A', "a"}, {'B', "b"}, {'C', "c"}}, oldest_gone = {{'A', "a"}, {'C', "b"}};
     const struct {
@@ -115,11 +110,11 @@ TEST_F(GenerationsTest, BlockedRotationLeavesTheCurrentFile) {
         {"directory A", {{'A', "/"}, {'B', "b"}, {'C', "c"}}, {{'B', "b"}, {'C', "c"}}},
         {"B stays", all, all, no("rename", "_B.ldf", EACCES)},
         {"A can neither be linked nor renamed", all, oldest_gone,
-         [](const SystemCall& call) { return call.path.ends_with("_A.ldf") ? -EACCES : 0; }},
+         [](const SystemCall& call) { return call.path.ends_with("_A.ldf") ? -EACCES : PASS; }},
         {"new file stays", all, oldest_gone, no("rename", ".new")},
         {"new file stays, no hard links", all, oldest_gone,
          [](const SystemCall& call) {
-             return call.name == "link" || is(call, "rename", ".new") ? -EPERM : 0;
+             return call.name == "link" || is(call, "rename", ".new") ? -EPERM : PASS;
          }},
     };
     for (const auto& c : cases) {
@@ -143,7 +138,7 @@ TEST_F(GenerationsTest, DeathAtAnyStepCostsNothingButTheOldest) {
             if (child == 0) {
                 system_call_plan = [&, left = steps](const SystemCall& call) mutable {
                     if (left-- == 0) _exit(1);
-                    return call.name == "link" && !has_links ? -EPERM : 0;
+                    return call.name == "link" && !has_links ? -EPERM : PASS;
                 };
                 _exit(rotate() ? 0 : 2);
             }
@@ -171,7 +166,7 @@ TEST_F(GenerationsTest, ThereIsAlwaysACurrentFile) {
             if (fd >= 0) close(fd);
         }
     });
-    for (int i = 0; i < 700; ++i) EXPECT_TRUE(rotate());
+    for (int i = 0; i < 700; ++i) EXPECT_TRUE(rotate(""));
     done = true;
     reader.join();
     EXPECT_EQ(0, missing) << "of " << opened;

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "primitives/files/NameLock.h"
+#include "support/TempDir.h"
 
 namespace fs = std::filesystem;
 using Holder = NameLock::Holder;
@@ -36,16 +37,12 @@ private:
 
 class NameLockTest : public testing::Test {
 protected:
-    NameLockTest() {
-        char name[] = "/tmp/locksXXXXXX";
-        folder = std::string(mkdtemp(name)) + "/";
-    }
-    ~NameLockTest() override { fs::remove_all(folder); }
     Holder take(NameLock& lock, const char* name = "engine") const {
         return lock.take(folder.c_str(), name).holder;
     }
 
-    std::string folder;
+    const TempDir temp;
+    const std::string folder = temp.path() + "/";
 };
 
 TEST_F(NameLockTest, BelongsToOneProcess) {

@@ -1,90 +1,64 @@
-// Reads, writes and renames that fail, come up short or are interrupted at a chosen call. No file system does
-// this on demand, so this program's own pread, pwrite and rename stand before those of the C library.
+// Calls that fail, come up short or are the last of a process, and what stands in a writer's way.
 #include <cerrno>
-#include <fcntl.h>
-#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "LdfFixture.h"
+#include "support/SystemCalls.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
-constexpr ssize_t WHOLE = -1;       // let the call pass
-constexpr ssize_t FAIL = -2;        // EIO
-constexpr ssize_t INTERRUPTED = -3; // EINTR
+// What happens to the next calls of one name, in order: bytes that are transferred, or an error. More pass.
+class Plan {
+public:
+    Plan(std::string_view name, std::vector<ssize_t> steps) : _steps(std::move(steps)) {
+        system_call_plan = [this, name](const SystemCall& call) {
+            if (call.name != name) return PASS;
+            ++calls;
+            return _next < _steps.size() ? _steps[_next++] : PASS;
+        };
+    }
+    ~Plan() { system_call_plan = nullptr; }
+    Plan(const Plan&) = delete;
+    Plan& operator=(const Plan&) = delete;
+    bool is_done() const { return _next == _steps.size(); }
+    int calls = 0;
 
-// What happens to the next calls, in order; a size means that so many bytes are transferred.
-std::vector<ssize_t> read_plan, write_plan;
-int reads, writes, reports;
-std::string unmovable; // letters of the generations whose files cannot be renamed
-
-// The number of bytes to transfer, or a negative result with errno set.
-ssize_t follow(std::vector<ssize_t>& plan, size_t size) {
-    if (plan.empty()) return static_cast<ssize_t>(size);
-    const ssize_t step = plan.front();
-    plan.erase(plan.begin());
-    if (step == WHOLE) return static_cast<ssize_t>(size);
-    if (step >= 0) return std::min(step, static_cast<ssize_t>(size));
-    errno = step == FAIL ? EIO : EINTR;
-    return -1;
-}
+private:
+    std::vector<ssize_t> _steps;
+    size_t _next = 0;
+};
 
 } // namespace
 
-extern "C" ssize_t pread(int fd, void* buf, size_t size, off_t offset) {
-    ++reads;
-    const ssize_t n = follow(read_plan, size);
-    return n < 0 ? n : syscall(SYS_pread64, fd, buf, n, offset);
-}
-
-extern "C" ssize_t pwrite(int fd, const void* buf, size_t size, off_t offset) {
-    ++writes;
-    const ssize_t n = follow(write_plan, size);
-    return n < 0 ? n : syscall(SYS_pwrite64, fd, buf, n, offset);
-}
-
-extern "C" int rename(const char* from, const char* to) {
-    const std::string_view path = from;
-    if (path.ends_with(".ldf") && unmovable.find(path[path.size() - 5]) != std::string::npos) {
-        errno = EPERM;
-        return -1;
-    }
-    return renameat(AT_FDCWD, from, AT_FDCWD, to);
-}
-
-extern "C" void syslog(int, const char*, ...) {
-    ++reports;
-}
-
-// What syslog is in builds with checked library calls.
-extern "C" void __syslog_chk(int, int, const char*, ...) {
-    ++reports;
-}
-
 class LdfFault : public LdfFixture {
 protected:
-    ~LdfFault() override {
-        read_plan.clear();
-        write_plan.clear();
-        unmovable.clear();
+    // A file of one record that has reached the smallest limit.
+    void lay_full(const std::string& name, unsigned seq) const {
+        LdfBuilder().record({.seq = seq}).append(std::string(LDF_MIN_MAXLEN, '-')).write(path(name));
+    }
+    static void open_small(LdfWriter& w) {
+        ASSERT_EQ(LDF_OK, w.open("log", 0));
+        w.set_maxlen(LDF_MIN_MAXLEN);
     }
 };
 
 TEST_F(LdfFault, CallsAreFew) {
     LdfWriter w;
     ASSERT_EQ(LDF_OK, w.open("log", 0));
-    writes = 0;
-    for (unsigned seq = 0; seq < 10; ++seq) write(w, seq);
-    EXPECT_EQ(20, writes); // a record and a header each
-
+    {
+        const Plan plan("pwrite", {});
+        for (unsigned seq = 0; seq < 10; ++seq) write(w, seq);
+        EXPECT_EQ(20, plan.calls); // a record and a header each
+    }
     LdfReader reader;
     open(reader, LdfBuilder().records(62000, {.args = {"resource1", "ONLINE"}})); // 46 windows
-    reads = 0;
+    const Plan plan("pread", {});
     EXPECT_EQ(62000u, read_all(reader).size());
-    EXPECT_LE(reads, 60);
-    reads = 0;
     EXPECT_EQ(LDF_OK, reader.tail(20));
-    EXPECT_LE(reads, 60);
+    EXPECT_LE(plan.calls, 120);
 }
 
 TEST_F(LdfFault, FailedWriteCostsItsRecordOnly) {
@@ -93,24 +67,26 @@ TEST_F(LdfFault, FailedWriteCostsItsRecordOnly) {
         std::vector<ssize_t> plan;
         bool written;
     } cases[] = {
-        {"record fails", {FAIL}, false},
-        {"record comes up short, then fails", {10, FAIL}, false},
+        {"record fails", {-EIO}, false},
+        {"record comes up short, then fails", {10, -ENOSPC}, false},
         {"record takes nothing", {0}, false},
-        {"header fails", {WHOLE, FAIL}, false},
-        {"header fails behind the record count", {WHOLE, 64, FAIL}, false},
+        {"header fails", {PASS, -EIO}, false},
+        {"header fails behind the record count", {PASS, 64, -EIO}, false},
         {"record in pieces", {1, 10, 20}, true},
-        {"header in pieces", {WHOLE, 1, 60}, true},
-        {"interrupted before each", {INTERRUPTED, WHOLE, INTERRUPTED, INTERRUPTED}, true},
+        {"header in pieces", {PASS, 1, 60}, true},
+        {"interrupted before each", {-EINTR, PASS, -EINTR, -EINTR}, true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        std::filesystem::remove(path("log_A"));
+        fs::remove(path("log_A"));
         LdfWriter w;
         ASSERT_EQ(LDF_OK, w.open("log", 0));
         write(w, 1);
-        write_plan = c.plan;
-        write(w, 2, "longer than the others", 1, 3);
-        EXPECT_TRUE(write_plan.empty());
+        {
+            const Plan plan("pwrite", c.plan);
+            write(w, 2, "longer than the others", 1, 3);
+            EXPECT_TRUE(plan.is_done());
+        }
         EXPECT_EQ(c.written ? 2u : 1u, read_file("log_A").size()); // right even before the next write
         EXPECT_EQ(c.written, header_of("log_A").total_error == 1);
         EXPECT_EQ(c.written, header_of("log_A").total_grp_msg == 1);
@@ -121,71 +97,77 @@ TEST_F(LdfFault, FailedWriteCostsItsRecordOnly) {
 
 TEST_F(LdfFault, FailedNewFileLeavesNoTrace) {
     LdfWriter w;
-    write_plan = {50, FAIL, FAIL}; // the first header, and the one that setting aside would make
-    EXPECT_EQ(LDF_EFAIL, w.open("log", 0));
-    EXPECT_TRUE(std::filesystem::is_empty(root + "/ldf"));
-
-    LdfBuilder().record({.seq = 1}).append(std::string(LDF_DEFAULT_MAXLEN, '-')).write(path("full_A"));
-    ASSERT_EQ(LDF_OK, w.open("full", 0));
-    write_plan = {116, FAIL}; // a disk with no room for another file
-    write(w, 2);
-    EXPECT_FALSE(exists(path("full_A") + ".new"));
-    EXPECT_EQ(Seqs{1}, seqs(kept("full")));
-    write(w, 3);
-    EXPECT_EQ((Seqs{1, 3}), seqs(kept("full")));
+    {
+        const Plan plan("pwrite", {50, -ENOSPC, -ENOSPC}); // the first header, and that of the second attempt
+        EXPECT_EQ(LDF_EFAIL, w.open("log", 0));
+    }
+    w.~LdfWriter();
+    EXPECT_TRUE(fs::is_empty(root + "/ldf"));
+    new (&w) LdfWriter;
 }
 
-// However often a rotation is tried in vain, it costs no more than the one generation that it may cost.
-TEST_F(LdfFault, FileThatCannotBeRenamedCostsNoGeneration) {
-    const struct {
-        const char *unmovable, *in_the_way; // a directory
-        Seqs kept;                          // of 1 in C, 2 in B, 3 in a full A, and 4 to 6 written in vain
-    } cases[] = {{"A", "", {2, 3, 4, 5, 6}},           {"B", "", {1, 3, 4, 5, 6}},
-                 {"AB", "", {1, 2, 3, 4, 5, 6}},       {"A", "log_C.ldf/full", {2, 3, 4, 5, 6}},
-                 {"", "log_C.ldf", {2, 3, 4, 5, 6}}, // an empty one gives way
-                 {"A", "log_B.ldf/full", {3, 4, 5, 6}}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.unmovable) + " " + c.in_the_way);
-        for (unsigned seq : {1u, 2u, 3u}) {
-            const std::string file = path(std::string("log_") + "?CBA"[seq]);
-            std::filesystem::remove_all(file);
-            LdfBuilder().record({.seq = seq}).append(std::string(LDF_MIN_MAXLEN, '-')).write(file);
-        }
-        if (*c.in_the_way) {
-            std::filesystem::remove(root + "/ldf/" + std::string(c.in_the_way, 9));
-            std::filesystem::create_directories(root + "/ldf/" + c.in_the_way);
-        }
+TEST_F(LdfFault, BlockedRotationIsReportedOnceAndTriedNowAndThen) {
+    for (const std::string obstacle : {"log_A.new", "log_C.ldf"}) {
+        SCOPED_TRACE(obstacle);
+        fs::remove_all(root + "/ldf");
+        fs::create_directories(root + "/ldf/" + obstacle + "/full");
+        lay_full("log_A", 0);
+        lay_full("log_B", 99);
         LdfWriter w;
-        ASSERT_EQ(LDF_OK, w.open("log", 0));
-        w.set_maxlen(LDF_MIN_MAXLEN);
-        unmovable = c.unmovable;
-        for (unsigned seq : {4u, 5u, 6u}) write(w, seq);
-        EXPECT_EQ(c.kept, seqs(kept("log")));
-        EXPECT_FALSE(exists(path("log_A") + ".new"));
-        unmovable.clear();
-        for (const char* name : {"log_B", "log_C"})
-            if (std::filesystem::is_directory(path(name))) std::filesystem::remove_all(path(name));
-        write(w, 7); // the obstacle is gone
-        EXPECT_EQ(*c.unmovable == 'A' ? 1u : 4u, read_file("log_A").size());
+        open_small(w);
+        clear_syslog();
+        int calls = 0;
+        system_call_plan = [&](const SystemCall& call) { return calls += call.size == 0, PASS; };
+        unsigned seq = 1;
+        for (; seq <= 100; ++seq) write(w, seq);
+        system_call_plan = nullptr;
+        EXPECT_LT(calls, 30);
+        EXPECT_EQ(1u, syslog_texts().size());
+        EXPECT_EQ(101u, read_file("log_A").size()) << "the current file goes on";
+        fs::remove_all(root + "/ldf/" + obstacle);
+        for (; seq <= 300; ++seq) write(w, seq);
+        EXPECT_EQ(Seqs{99}, seqs_in("log_C"));
+        EXPECT_EQ(302u, kept("log").size());
     }
 }
 
-TEST_F(LdfFault, FailureThatLastsIsReportedOnce) {
-    LdfBuilder().append(std::string(LDF_DEFAULT_MAXLEN, '-')).write(path("log_A"));
-    LdfWriter w;
-    ASSERT_EQ(LDF_OK, w.open("log", 0));
-    reports = 0;
-    unmovable = "A";
-    read_plan = {FAIL};
-    write(w, 1); // a rotation that neither moves A nor can go on with it
-    EXPECT_FALSE(w.is_opened());
-    write_plan = {FAIL, FAIL, FAIL}; // A goes on, but now there is no room for a new file
-    for (unsigned seq : {2u, 3u, 4u}) write(w, seq);
-    EXPECT_EQ(1, reports);
-    std::filesystem::remove(path("log_A"));
-    std::filesystem::create_directory(path("log_A"));
-    for (unsigned seq : {5u, 6u, 7u}) write(w, seq); // A can neither be moved nor opened
-    EXPECT_EQ(2, reports);
+// A process dies before any of its calls, or in the middle of a write; the next one goes on.
+TEST_F(LdfFault, DeathAtAnyCallCostsTheRecordInFlightOnly) {
+    for (const bool halfway : {false, true}) {
+        int status = 1;
+        for (int step = 0; status != 0; ++step) {
+            SCOPED_TRACE(testing::Message() << "step " << step << (halfway ? ", halfway" : ""));
+            fs::remove_all(root + "/ldf");
+            fs::create_directory(root + "/ldf");
+            for (unsigned seq : {1u, 2u, 3u}) lay_full(std::string("log_") + "?CBA"[seq], seq);
+            const pid_t child = fork();
+            if (child == 0) {
+                int returned = 0, left = step;
+                system_call_plan = [&](const SystemCall& call) {
+                    if (left < 0 || (left == 0 && !(halfway && call.size > 1))) _exit(10 + returned);
+                    return left-- == 0 ? static_cast<ssize_t>(call.size / 2) : PASS;
+                };
+                {
+                    LdfWriter w;
+                    open_small(w);
+                    for (; returned < 2; ++returned) write(w, 4 + static_cast<unsigned>(returned));
+                }
+                _exit(0);
+            }
+            waitpid(child, &status, 0);
+            const int returned = status == 0 ? 2 : WEXITSTATUS(status) - 10;
+            {
+                LdfWriter w;
+                ASSERT_EQ(LDF_OK, w.open("log", 0));
+                write(w, 6);
+            }
+            Seqs all = seqs(kept("log"));
+            if (all.front() == 1) all.erase(all.begin()); // the rotation drops it, early or late
+            const Seqs expect[] = {{2, 3, 6}, {2, 3, 4, 6}, {2, 3, 4, 5, 6}};
+            EXPECT_TRUE(all == expect[returned] || all == expect[std::min(returned + 1, 2)]);
+            EXPECT_FALSE(exists(path("log_A") + ".err"));
+        }
+    }
 }
 
 TEST_F(LdfFault, ReadsInPiecesAndFailures) {
@@ -196,25 +178,21 @@ TEST_F(LdfFault, ReadsInPiecesAndFailures) {
         int end;
     } cases[] = {
         {"in pieces", {3, 1, 30, 2, 60, 7}, 3, LDF_EEND},
-        {"interrupted", {INTERRUPTED, 10, INTERRUPTED, WHOLE}, 3, LDF_EEND},
-        {"fails at once", {FAIL}, 0, LDF_EFAIL},
-        {"fails within a fixed part", {10, FAIL}, 0, LDF_EFAIL},
-        {"fails within a text", {30, FAIL}, 0, LDF_EFAIL},
+        {"interrupted", {-EINTR, 10, -EINTR, PASS}, 3, LDF_EEND},
+        {"fails at once", {-EIO}, 0, LDF_EFAIL},
+        {"fails within a fixed part", {10, -EIO}, 0, LDF_EFAIL},
+        {"fails within a text", {30, -EIO}, 0, LDF_EFAIL},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         LdfReader reader;
         open(reader, LdfBuilder().records(3, {.args = {"a", "bc"}}));
-        read_plan = c.plan;
         int end = 0;
-        EXPECT_EQ(c.records, read_all(reader, {}, &end).size());
+        {
+            const Plan plan("pread", c.plan);
+            EXPECT_EQ(c.records, read_all(reader, {}, &end).size());
+        }
         EXPECT_EQ(c.end, end);
-        read_plan.clear();
         EXPECT_EQ(3 - c.records, read_all(reader).size()); // a failure that has passed costs nothing
-    }
-    for (ssize_t step : {FAIL, ssize_t{116}}) {
-        read_plan = {step};
-        LdfReader reader;
-        EXPECT_EQ(LDF_EFAIL, reader.open(nullptr, "f"));
     }
 }

@@ -13,6 +13,8 @@
 #include "primitives/ldf/LdfReader.h"
 #include "primitives/ldf/LdfWriter.h"
 #include "support/LdfBuilder.h"
+#include "support/SyslogTrap.h"
+#include "support/TempDir.h"
 
 // A record as read: its fixed part and copies of its pieces; "<none>" for a missing one.
 struct ReadRecord {
@@ -24,8 +26,6 @@ struct ReadRecord {
 class LdfFixture : public testing::Test {
 protected:
     LdfFixture() {
-        char name[] = "/tmp/ldfXXXXXX";
-        root = mkdtemp(name);
         std::filesystem::create_directory(root + "/ldf");
         setenv("TAQ_LDF", root.c_str(), 1);
         setenv("ZORQ_LOCAL_NAME", "node1", 1);
@@ -35,7 +35,6 @@ protected:
     ~LdfFixture() override {
         LdfReader::destroy();
         LdfWriter::destroy();
-        std::filesystem::remove_all(root);
     }
 
     std::string path(const std::string& name) const { return root + "/ldf/" + name + ".ldf"; }
@@ -104,5 +103,6 @@ protected:
         return all;
     }
 
-    std::string root;
+    const TempDir temp;
+    const std::string root = temp.path();
 };
