@@ -80,6 +80,17 @@ int endless(Log* log, const char* name, long first) {
     for (long number = first + 1;; ++number) write_number(log, number, filling.c_str());
 }
 
+// Until it is killed. The text log rotates with every message, the log data file with every thirtieth or so.
+int rotating(Log* log, const char* name, long first) {
+    const std::string filling(2000, '.');
+    write_number(log, first, filling.c_str());
+    rotate_records_early(name);
+    for (long number = first + 1;; ++number) {
+        if (number % 16 == 0) log->rotate();
+        write_number(log, number, filling.c_str());
+    }
+}
+
 off_t size_of(const std::string& path) {
     struct stat st;
     return stat(path.c_str(), &st) == 0 ? st.st_size : 0;
@@ -105,6 +116,63 @@ int full(Log* log, const char* name, long count) {
     return 0;
 }
 
+// A disk that becomes full and has room again, many times: by a file that takes what is free, where there is
+// a small disk (SOAK_BALLAST is the file's path), else by a limit for the size of files. Prints each number
+// that was written while there was room.
+class FullDisk {
+public:
+    FullDisk(Log* log, const char* name)
+        : _text(log->pathAp()), _records(std::string(std::getenv("TAQ_LDF")) + "/ldf/" + name + "_A.ldf"),
+          _ballast(std::getenv("SOAK_BALLAST")) {
+        getrlimit(RLIMIT_FSIZE, &_room);
+        std::signal(SIGXFSZ, SIG_IGN);
+    }
+    void fill(long round) {
+        constexpr off_t PAGE = 4096;
+        if (_ballast == nullptr)
+            return _limit(std::max(size_of(_text), size_of(_records)) + round * 97 % PAGE);
+        std::FILE* fp = std::fopen(_ballast, "we");
+        const std::string page(PAGE, '.');
+        while (fp != nullptr && std::fwrite(page.data(), 1, page.size(), fp) == page.size() &&
+               std::fflush(fp) == 0)
+            continue;
+        if (fp != nullptr) std::fclose(fp);
+    }
+    void empty() {
+        if (_ballast == nullptr) return _limit(static_cast<off_t>(_room.rlim_max));
+        (void)std::remove(_ballast);
+    }
+
+private:
+    void _limit(off_t size) {
+        rlimit limit = _room;
+        limit.rlim_cur = static_cast<rlim_t>(size);
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    std::string _text, _records;
+    const char* _ballast;
+    rlimit _room = {};
+};
+
+int full_rounds(Log* log, const char* name, long rounds) {
+    const std::string filling(700, '.');
+    log->set_maxlen(LOG_MIN_MAXLEN);
+    write_number(log, 0, "first");
+    rotate_records_early(name);
+    FullDisk disk(log, name);
+    long number = 0;
+    for (long round = 0; round < rounds; ++round) {
+        disk.fill(round);
+        for (int i = 0; i < 8; ++i) write_number(log, ++number, filling.c_str());
+        disk.empty();
+        for (int i = 0; i < 4; ++i) {
+            write_number(log, ++number, "there is room");
+            std::printf("%ld\n", number);
+        }
+    }
+    return 0;
+}
+
 // Numbers of the thread t are t, t + PRODUCERS, ...
 int producers(Log* log, const char*, long count) {
     constexpr long PRODUCERS = 8;
@@ -123,13 +191,16 @@ int producers(Log* log, const char*, long count) {
 constexpr struct {
     const char* name;
     int (*run)(Log* log, const char* name, long number);
-} WAYS[] = {{"steady", steady}, {"endless", endless}, {"full", full}, {"producers", producers}};
+} WAYS[] = {{"steady", steady}, {"endless", endless},    {"rotating", rotating},
+            {"full", full},     {"rounds", full_rounds}, {"producers", producers}};
 
 } // namespace
 
 int main(int argc, char** argv) {
     if (argc != 4) {
-        std::fprintf(stderr, "usage: soak_writer steady|endless|full|producers NAME SECONDS|FIRST|COUNT\n");
+        std::fprintf(
+            stderr,
+            "usage: soak_writer steady|endless|rotating|full|rounds|producers NAME SECONDS|FIRST|COUNT\n");
         return 2;
     }
     std::setvbuf(stdout, nullptr, _IOLBF, 0);

@@ -40,7 +40,11 @@ bool TextLogFile::open() {
     const int fd = file_open_regular(path(), OPEN_FLAGS, st);
     if (fd < 0) return errno == ENOENT;
     if (!_use(fd, st.st_size)) return false;
-    if (st.st_size > 0) return true;
+    if (st.st_size > 0) {
+        char last = '\n';
+        _is_cut = pread(fd, &last, 1, st.st_size - 1) == 1 && last != '\n'; // a process died in a write
+        return true;
+    }
     const std::string_view header = _header_now();
     count(header.size(), fwrite(header.data(), 1, header.size(), _stream));
     settle(/*flush=*/true);
@@ -155,7 +159,7 @@ void TextLogFile::_begin_anew() {
         forget_unflushed();
         _forks = QENForkCount();
     }
-    if (_is_cut) (void)putc('\n', _stream);
+    if (_is_cut) count(1, putc('\n', _stream) == '\n' ? 1 : 0);
     _is_cut = false;
 }
 
