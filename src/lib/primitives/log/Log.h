@@ -234,7 +234,7 @@ public:
                        const char* arg3, const char* arg4, const char* arg5, const char* arg6);
 
     // A new message, the caller's, with the formatted text (at most 4,095 bytes) as element 21 and its
-    // arguments as elements 22. For the conversions allowed see QENUtils::msgargs_to_msgstruct.
+    // arguments as elements 22. For the conversions see PackedMessage.h.
     static MsgStruct* process_args(const char* fmtp, ...) __attribute__((format(printf, 1, 2)));
     static MsgStruct* process_va_args(const char* fmtp, QENVaList& args);
     // The formatted text (at most 4,095 bytes) in a new array, which the caller frees with delete[].

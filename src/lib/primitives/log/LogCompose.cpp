@@ -9,8 +9,6 @@
 #include "primitives/log/PackedMessage.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/message/ipm_messages.h"
-#include "primitives/strings/QENString.h"
-#include "primitives/utils/QENUtils.h"
 
 namespace {
 
@@ -18,16 +16,6 @@ constexpr int NO_ERROR_NO = -1;
 
 std::string_view view_of(const char* s) {
     return s != nullptr ? std::string_view(s) : std::string_view();
-}
-
-// Formats into a buffer of LOG_TEXT_SIZE bytes. A null format, or one that fails, gives the empty text.
-void format_text(char (&text)[LOG_TEXT_SIZE], const char* fmtp, QENVaList& args) {
-    text[0] = '\0';
-    if (fmtp == nullptr) return;
-    va_list walk;
-    va_copy(walk, args.list);
-    if (vsnprintf(text, sizeof text, fmtp, walk) < 0) text[0] = '\0';
-    va_end(walk);
 }
 
 int identifier_of(int cat, int id) {
@@ -96,12 +84,8 @@ MsgStruct* Log::process_args(const char* fmtp, ...) {
 
 MsgStruct* Log::process_va_args(const char* fmtp, QENVaList& args) {
     PackedMessage packed;
-    if (packed.pack(fmtp, args)) return packed.view().structure();
-    char text[LOG_TEXT_SIZE];
-    format_text(text, fmtp, args);
-    auto* msgp = new MsgStruct;
-    msgp->add_elem(MSGID_TEXT, text, 0);
-    return QENUtils::msgargs_to_msgstruct(fmtp, args, msgp);
+    packed.pack(fmtp, args);
+    return packed.view().structure();
 }
 
 char* Log::process_dbg_args(const char* fmtp, ...) {
@@ -113,24 +97,27 @@ char* Log::process_dbg_args(const char* fmtp, ...) {
 }
 
 char* Log::process_va_dbg_args(const char* fmtp, QENVaList& args) {
-    char text[LOG_TEXT_SIZE];
-    format_text(text, fmtp, args);
-    const size_t size = strlen(text) + 1;
-    return static_cast<char*>(memcpy(new char[size], text, size));
+    PackedMessage packed;
+    packed.pack(fmtp, args);
+    const std::string_view text = packed.view().text;
+    return static_cast<char*>(memcpy(new char[text.size() + 1], text.data(), text.size() + 1));
 }
 
 MsgStruct* Log::mk_log_msg_vararg_msgstruct(int cat, int id, int err_msg, int dosprintf, const char* fmtp,
                                             QENVaList& args, MsgStruct* ipm_msg) {
-    char text[LOG_TEXT_SIZE];
-    if (dosprintf != 0)
-        format_text(text, fmtp, args);
-    else
-        qenstrlcpy(text, fmtp != nullptr ? fmtp : "", sizeof text);
+    PackedMessage packed;
+    packed.pack(fmtp, args);
     MsgStruct* msgp = ipm_msg != nullptr ? ipm_msg : mk_ipm_msg(0);
-    msgp->add_elem(MSGID_TEXT, text, 0);
+    if (dosprintf != 0) {
+        msgp->add_elem(MSGID_TEXT, packed.view().text.data(), 0);
+    } else {
+        const std::string text(view_of(fmtp).substr(0, LOG_TEXT_SIZE - 1));
+        msgp->add_elem(MSGID_TEXT, text.c_str(), 0);
+    }
     msgp->add_elem(MSGID_MSGCAT_ID, identifier_of(cat, id));
     msgp->add_elem(MSGID_ERROR_NO, err_msg);
-    return QENUtils::msgargs_to_msgstruct(fmtp, args, msgp);
+    packed.view().append_args_to(*msgp);
+    return msgp;
 }
 
 MsgStruct* Log::mk_log_msg_vararg_msgstruct(int cat, int id, int dosprintf, const char* fmtp, QENVaList& args,

@@ -5,7 +5,10 @@
 #include "primitives/log/ILog.h"
 
 // Logs one message. logp may be null (capture only). flags: write flags; the message is handed over anyway.
-// fmtp and the arguments: the English text, with conversions that QENUtils::msgargs_to_msgstruct knows.
+// fmtp and the arguments: the English text, with any conversion of printf; PackedMessage.h tells the few
+// things that differ. Each conversion but "%n" and "%%" is one argument of the message. Texts of catalogs use
+// six arguments: with a seventh the English text is shown, and a record keeps the first six. Text and
+// arguments that together exceed 4 KiB show in a catalog's text as "???".
 void write_message(ILog* logp, ulog_app_sev sev, const char* whop, const char* filep, int line, int flags,
                    int cat, int id, const char* fmtp, ...) __attribute__((format(printf, 9, 10)));
 

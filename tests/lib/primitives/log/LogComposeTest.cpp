@@ -1,5 +1,9 @@
 #include "LogFixture.h"
 
+#include <cerrno>
+#include <climits>
+#include <clocale>
+#include <cmath>
 #include <gmock/gmock.h>
 
 namespace {
@@ -74,6 +78,132 @@ MsgStruct* built(int cat, int id, int err, int dosprintf, MsgStruct* given, cons
     MsgStruct* msgp = Log::mk_log_msg_vararg_msgstruct(cat, id, err, dosprintf, fmtp, args, given);
     va_end(args.list);
     return msgp;
+}
+
+// Text and arguments of a message beside what the C library makes of the same format.
+std::string text_between(const std::string& text, char from, char to) {
+    const size_t start = text.find(from) + 1;
+    return text.substr(start, text.rfind(to) - start);
+}
+#define EXPECT_LIKE_PRINTF(conversion, ...)                                                                  \
+    do {                                                                                                     \
+        SCOPED_TRACE(conversion);                                                                            \
+        std::vector<char> expected(20000);                                                                   \
+        errno = ENOENT;                                                                                      \
+        snprintf(expected.data(), expected.size(), "<" conversion "> %s" __VA_OPT__(, ) __VA_ARGS__, "end"); \
+        errno = ENOENT;                                                                                      \
+        const std::unique_ptr<MsgStruct> msgp(                                                               \
+            Log::process_args("<" conversion "> %s" __VA_OPT__(, ) __VA_ARGS__, "end"));                     \
+        const std::string whole = expected.data();                                                           \
+        EXPECT_THAT(strings_of(*msgp, 21), ElementsAre(whole.substr(0, 4095)));                              \
+        EXPECT_THAT(strings_of(*msgp, 22),                                                                   \
+                    ElementsAre(text_between(whole, '<', '>').substr(0, 4095), "end"));                      \
+    } while (false)
+
+TEST_F(LogComposeTest, EveryConversionOfPrintf) {
+    const char unterminated[3] = {'a', 'b', 'c'};
+    const std::string x2000(2000, 'x');
+    ASSERT_NE(nullptr, setlocale(LC_CTYPE, "C.UTF-8"));
+    EXPECT_LIKE_PRINTF("%d", INT_MIN);
+    EXPECT_LIKE_PRINTF("%zu", SIZE_MAX);
+    EXPECT_LIKE_PRINTF("%zd", static_cast<ssize_t>(-5));
+    EXPECT_LIKE_PRINTF("%lld", LLONG_MIN);
+    EXPECT_LIKE_PRINTF("%hhd", 300);
+    EXPECT_LIKE_PRINTF("%hhu", 300);
+    EXPECT_LIKE_PRINTF("%hd", 70000);
+    EXPECT_LIKE_PRINTF("%hx", 70000);
+    EXPECT_LIKE_PRINTF("%x", -1);
+    EXPECT_LIKE_PRINTF("%jd", INTMAX_MIN);
+    EXPECT_LIKE_PRINTF("%td", static_cast<ptrdiff_t>(-9));
+    EXPECT_LIKE_PRINTF("%+d", 7);
+    EXPECT_LIKE_PRINTF("% 05ld", 42L);
+    EXPECT_LIKE_PRINTF("%#x", 255U);
+    EXPECT_LIKE_PRINTF("%#.5lo", 8UL);
+    EXPECT_LIKE_PRINTF("%*d", 6, 42);
+    EXPECT_LIKE_PRINTF("%*d", -6, 42);
+    EXPECT_LIKE_PRINTF("%.*d", 4, 42);
+    EXPECT_LIKE_PRINTF("%5000d", 1);
+    EXPECT_LIKE_PRINTF("%c", 'c');
+    EXPECT_LIKE_PRINTF("%-3c", 'c');
+    EXPECT_LIKE_PRINTF("%p", static_cast<const void*>(unterminated));
+    EXPECT_LIKE_PRINTF("%p", static_cast<void*>(nullptr));
+    EXPECT_LIKE_PRINTF("%f", 3.25);
+    EXPECT_LIKE_PRINTF("%.3g", -1e300);
+    EXPECT_LIKE_PRINTF("%012.4E", 12345.678);
+    EXPECT_LIKE_PRINTF("%a", 0.1);
+    EXPECT_LIKE_PRINTF("%f", 1e300);
+    EXPECT_LIKE_PRINTF("%F", std::nan(""));
+    EXPECT_LIKE_PRINTF("%Lf", 2.5L);
+    EXPECT_LIKE_PRINTF("%.4000Lf", 1.0L / 3);
+    EXPECT_LIKE_PRINTF("%s", "plain");
+    EXPECT_LIKE_PRINTF("%-10s", "left");
+    EXPECT_LIKE_PRINTF("%10s", "right");
+    EXPECT_LIKE_PRINTF("%.3s", unterminated);
+    EXPECT_LIKE_PRINTF("%.*s", 2, unterminated);
+    EXPECT_LIKE_PRINTF("%.*s", -1, "whole");
+    EXPECT_LIKE_PRINTF("%-*.*s", 6, 1, "ab");
+    EXPECT_LIKE_PRINTF("%3000s", "x");
+    EXPECT_LIKE_PRINTF("%s", C5000.c_str());
+    EXPECT_LIKE_PRINTF("%s", static_cast<const char*>(nullptr));
+    EXPECT_LIKE_PRINTF("%ls", L"gr\u00fc\u00df");
+    EXPECT_LIKE_PRINTF("%.3ls", L"a\u00fcb");
+    EXPECT_LIKE_PRINTF("%lc", static_cast<wint_t>(0x20AC));
+    EXPECT_LIKE_PRINTF("%m");
+    EXPECT_LIKE_PRINTF("%'d", 1234567);
+    setlocale(LC_CTYPE, "C");
+
+    int untouched = 7;
+    const std::string in_whole = "xy" + x2000 + x2000 + "    7";
+    const struct {
+        const char* name;
+        std::unique_ptr<MsgStruct> msgp;
+        const char* text;
+        std::vector<std::string> args;
+    } cases[] = {
+        {"percent sign", std::unique_ptr<MsgStruct>(Log::process_args("5%% of %d%%", 9)), "5% of 9%", {"9"}},
+        {"seven",
+         std::unique_ptr<MsgStruct>(Log::process_args("%d%d%d%d%d%d%d", 1, 2, 3, 4, 5, 6, 7)),
+         "1234567",
+         {"1", "2", "3", "4", "5", "6", "7"}},
+        {"nothing is stored",
+         std::unique_ptr<MsgStruct>(Log::process_args("a%nb%s", &untouched, "c")),
+         "abc",
+         {"c"}},
+        {"positions",
+         std::unique_ptr<MsgStruct>(Log::process_args("%2$s-%1$s", "a", "b")),
+         "b-a",
+         {"a", "b"}},
+        {"one position twice",
+         std::unique_ptr<MsgStruct>(Log::process_args("%1$d %1$x %2$s", 255, "b")),
+         "255 ff b",
+         {"255", "b", "ff"}},
+        {"width from a position",
+         std::unique_ptr<MsgStruct>(Log::process_args("%2$*1$d|", 5, 42)),
+         "   42|",
+         {"   42"}},
+        {"more than fits in place",
+         std::unique_ptr<MsgStruct>(
+             Log::process_args("%.1s%.1s%s%s%5d", "x", "y", x2000.c_str(), x2000.c_str(), 7)),
+         in_whole.c_str(),
+         {"x", "y", x2000, x2000, "    7"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(c.args, strings_of(*c.msgp, 22));
+        EXPECT_THAT(strings_of(*c.msgp, 21), ElementsAre(c.text));
+    }
+    EXPECT_EQ(7, untouched);
+}
+
+// No compiler lets these pass, but a format may come from elsewhere.
+TEST_F(LogComposeTest, FormatsThatPrintfDoesNotKnow) {
+    for (const char* format : {"100%", "%", "%y and %5", "%33$d", "%.", "%-08*"}) {
+        const std::unique_ptr<MsgStruct> msgp(Log::process_args(format, 0, 0));
+        EXPECT_THAT(strings_of(*msgp, 21), ElementsAre(format));
+        EXPECT_EQ(0u, msgp->getcount(22)) << format;
+    }
+    const std::unique_ptr<MsgStruct> msgp(Log::process_args(nullptr));
+    EXPECT_THAT(strings_of(*msgp, 21), ElementsAre(""));
 }
 
 TEST_F(LogComposeTest, CatalogMessageHoldsIdentifierErrorAndArguments) {
