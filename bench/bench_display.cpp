@@ -34,7 +34,8 @@ Log& display_log() {
 void BM_ShowRecord(benchmark::State& state) {
     Log& log = display_log();
     time_t second = FIRST_SECOND;
-    LineBuffer out(stdout);
+    static char room[LineBuffer::CAPACITY];
+    LineBuffer out(stdout, room);
     int i = 0;
     for (auto _ : state) {
         if (++i % 30 == 0) ++second; // thirty records a second

@@ -6,6 +6,7 @@
 #include "primitives/log/LineBuffer.h"
 #include "primitives/log/LocalTimeText.h"
 #include "primitives/log/Log.h"
+#include "primitives/log/TerminalText.h"
 
 #include <algorithm>
 #include <charconv>
@@ -44,18 +45,23 @@ void print_sequence(uint32_t seq, LineBuffer& out) {
     out.append(number);
 }
 
-// A field of the source position as a program that copies it out would have it.
-std::string_view source_field(std::string_view piece) {
-    return piece.substr(0, TAQMSG_TEXT_SIZE - 1);
+// Appends a field of the source position as a program that copies it out would have it.
+void append_source(std::string_view piece, LineBuffer& out) {
+    static const bool on_terminal = is_terminal(stdout);
+    piece = piece.substr(0, TAQMSG_TEXT_SIZE - 1);
+    if (on_terminal && !is_plain_for_terminal(piece))
+        out.append(text_for_terminal(piece));
+    else
+        out.append(piece);
 }
 
 void print_source(const LdfRecordView& record, LineBuffer& out) {
     char number[16];
     const char* end = std::to_chars(number, std::end(number), record.header.line_no).ptr;
     out.append('\t');
-    out.append(source_field(record.filename()));
+    append_source(record.filename(), out);
     out.append(':');
-    out.append(source_field(record.function()));
+    append_source(record.function(), out);
     out.append('[');
     out.append({number, static_cast<size_t>(end - number)});
     out.append("]\n");
@@ -81,7 +87,8 @@ private:
 };
 
 const char* local_time(time_t t) {
-    static LocalTimeText times("%c"); // as QENUtils::i18n_localtime, for thousands of records
+    static char room[LocalTimeText::SIZE];
+    static LocalTimeText times("%c", room); // as QENUtils::i18n_localtime, for thousands of records
     return times.at(t).empty() ? "" : times.at(t).data();
 }
 

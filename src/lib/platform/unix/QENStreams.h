@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdio>
 
-// The C library throws bytes away when the descriptor under a stream is non-blocking and full. These functions
-// send what the stream holds, and then their own bytes, through the descriptor themselves, and wait for room.
-// A stream without a descriptor (fmemopen, fopencookie) and one that can also be read go through the C
-// library. The stream is locked like in fwrite.
+// The C library throws bytes away when the descriptor under a stream is non-blocking and full. These
+// functions send what the stream holds, and then their own bytes, through the descriptor themselves, and wait
+// for room. A stream without a descriptor (fmemopen, fopencookie) and one that can also be read go through
+// the C library. The stream is locked like in fwrite.
 
 // Writes all bytes. at_once false: bytes that fit the stream's buffer may stay there, as with fwrite. Returns
 // the bytes that were taken; fewer than size when the stream takes no more.

@@ -95,11 +95,11 @@ ArgValue take_argument(QENVaList& args, ArgType type) {
     case ArgType::PTRDIFF: return {.integer = va_arg(args.list, ptrdiff_t)};
     case ArgType::WINT: return {.integer = va_arg(args.list, wint_t)};
     case ArgType::DOUBLE: return {.real = va_arg(args.list, double)};
-    case ArgType::LONG_DOUBLE: return {.long_real = va_arg(args.list, long double)};
+    case ArgType::LONG_DOUBLE: return {.real = va_arg(args.list, long double)};
     case ArgType::POINTER: return {.pointer = va_arg(args.list, const void*)};
     case ArgType::NOTHING: break;
     }
-    return {.integer = 0};
+    return {};
 }
 // NOLINTEND(clang-analyzer-valist.Uninitialized)
 
@@ -169,10 +169,12 @@ void Conversion::set_precision(intmax_t value) {
 intmax_t Conversion::_narrowed(intmax_t value) const {
     const bool is_signed = letter == 'd' || letter == 'i';
     switch (length) {
-    case 'H': return is_signed ? static_cast<intmax_t>(static_cast<signed char>(value))
-                               : static_cast<intmax_t>(static_cast<unsigned char>(value));
-    case 'h': return is_signed ? static_cast<intmax_t>(static_cast<short>(value))
-                               : static_cast<intmax_t>(static_cast<unsigned short>(value));
+    case 'H':
+        return is_signed ? static_cast<intmax_t>(static_cast<signed char>(value))
+                         : static_cast<intmax_t>(static_cast<unsigned char>(value));
+    case 'h':
+        return is_signed ? static_cast<intmax_t>(static_cast<short>(value))
+                         : static_cast<intmax_t>(static_cast<unsigned short>(value));
     case 0: return is_signed ? value : static_cast<intmax_t>(static_cast<unsigned>(value));
     default: return value;
     }
@@ -193,18 +195,19 @@ void Conversion::_write_specifier(char* out, const char* modifier) const {
     *out = '\0';
 }
 
-size_t Conversion::format(ArgValue value, int error, char* out, size_t size) const {
-    if (letter == 's' && length != 'l') return _format_string(static_cast<const char*>(value.pointer), out, size);
+size_t Conversion::format(const ArgValue& value, int error, char* out, size_t size) const {
+    if (letter == 's' && length != 'l')
+        return _format_string(static_cast<const char*>(value.pointer), out, size);
     char specifier[SPECIFIER_SIZE];
     int full = 0;
     switch (type()) {
     case ArgType::DOUBLE:
         _write_specifier(specifier, "");
-        full = snprintf(out, size, specifier, value.real);
+        full = snprintf(out, size, specifier, static_cast<double>(value.real));
         break;
     case ArgType::LONG_DOUBLE:
         _write_specifier(specifier, "L");
-        full = snprintf(out, size, specifier, value.long_real);
+        full = snprintf(out, size, specifier, value.real);
         break;
     case ArgType::POINTER:
         _write_specifier(specifier, letter == 's' ? "l" : "");
@@ -234,7 +237,8 @@ size_t Conversion::format(ArgValue value, int error, char* out, size_t size) con
 size_t Conversion::_format_string(const char* s, char* out, size_t size) const {
     if (s == nullptr) s = NULL_TEXT;
     const auto wanted = static_cast<size_t>(width);
-    const size_t full = strnlen(s, precision != NONE ? static_cast<size_t>(precision) : std::max(size, wanted));
+    const size_t full =
+        strnlen(s, precision != NONE ? static_cast<size_t>(precision) : std::max(size, wanted));
     const size_t blanks = wanted > full ? wanted - full : 0;
     const size_t before = is_left() ? 0 : std::min(blanks, size - 1);
     const size_t len = std::min(full, size - 1 - before);

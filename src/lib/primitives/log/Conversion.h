@@ -8,14 +8,25 @@
 #include "primitives/utils/QENVaList.h"
 
 // The C type that a conversion takes from the argument list.
-enum class ArgType : uint8_t { NOTHING, INT, LONG, LONG_LONG, INTMAX, SIZE, PTRDIFF, DOUBLE, LONG_DOUBLE, WINT, POINTER };
+enum class ArgType : uint8_t {
+    NOTHING,
+    INT,
+    LONG,
+    LONG_LONG,
+    INTMAX,
+    SIZE,
+    PTRDIFF,
+    DOUBLE,
+    LONG_DOUBLE,
+    WINT,
+    POINTER
+};
 
-// An argument taken from the list. Integers are widened.
-union ArgValue {
-    intmax_t integer;
-    double real;
-    long double long_real;
-    const void* pointer;
+// An argument taken from the list, widened: one of the three.
+struct ArgValue {
+    intmax_t integer = 0;
+    long double real = 0;
+    const void* pointer = nullptr;
 };
 
 ArgValue take_argument(QENVaList& args, ArgType type);
@@ -37,16 +48,16 @@ struct Conversion {
     // precisions are bounded, so that no number of a format makes formatting fail.
     const char* parse(const char* p);
 
-    ArgType type() const;                       // of its argument; NOTHING for "%%", "%m" and unknown letters
-    bool is_known() const;                      // a letter that printf knows
-    bool makes_text() const;                    // not "%n" or "%%"
-    void set_width(intmax_t value);             // of a "*" width; negative: left-justified
-    void set_precision(intmax_t value);         // of a "*" precision; negative: none
+    ArgType type() const;               // of its argument; NOTHING for "%%", "%m" and unknown letters
+    bool is_known() const;              // a letter that printf knows
+    bool makes_text() const;            // not "%n" or "%%"
+    void set_width(intmax_t value);     // of a "*" width; negative: left-justified
+    void set_precision(intmax_t value); // of a "*" precision; negative: none
     bool is_left() const;
 
     // Writes the text, cut at size - 1 bytes, with a NUL. Returns its uncut length, up to its first NUL; 0
     // when a wide character has no form in the locale. error: what "%m" describes.
-    size_t format(ArgValue value, int error, char* out, size_t size) const;
+    size_t format(const ArgValue& value, int error, char* out, size_t size) const;
 
 private:
     size_t _format_string(const char* s, char* out, size_t size) const;

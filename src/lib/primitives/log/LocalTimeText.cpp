@@ -1,10 +1,14 @@
+// See LocalTimeText.h.
 #include "primitives/log/LocalTimeText.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace {
 
 constexpr time_t HOUR = 3600;
+constexpr size_t PATCHABLE_SIZE = 256; // a longer text is formatted anew each time
 // Every digit at every place of a number from 0 to 59, together with PROBE below.
 constexpr int PROVE_MINUTES[] = {5, 18, 27, 36, 49, 53, 14};
 constexpr int PROVE_SECONDS[] = {49, 53, 14, 5, 18, 27, 36};
@@ -26,15 +30,14 @@ bool is_unbroken(const struct tm& first, const struct tm& last) {
 
 } // namespace
 
-std::string_view LocalTimeText::_at(time_t t, const char* locale) {
-    if (locale != _locale) forget();
+std::string_view LocalTimeText::_at(time_t t) {
     const uint64_t into_hour = static_cast<uint64_t>(t) - static_cast<uint64_t>(_hour);
     if (_kind == SINGLE && into_hour < HOUR && !_tried) { // the second text of this hour: worth a look
         _tried = true;
         if (_find_places()) _kind = PATCHABLE;
     }
     if (_kind != PATCHABLE || into_hour >= HOUR) {
-        _format_anew(t, locale);
+        _format_anew(t);
         return text();
     }
     put_two_digits(_text.data() + _minute_at, static_cast<int>(into_hour / 60));
@@ -43,7 +46,7 @@ std::string_view LocalTimeText::_at(time_t t, const char* locale) {
     return text();
 }
 
-void LocalTimeText::_format_anew(time_t t, const char* locale) {
+void LocalTimeText::_format_anew(time_t t) {
     const bool same_hour = _kind != NOTHING && static_cast<uint64_t>(t) - static_cast<uint64_t>(_hour) < HOUR;
     struct tm local;
     if (localtime_r(&t, &local) == nullptr) { // a year beyond int
@@ -51,12 +54,13 @@ void LocalTimeText::_format_anew(time_t t, const char* locale) {
         _kind = NOTHING;
         return;
     }
-    _len = strftime(_text.data(), SIZE, _format, &local);
+    _len = strftime(_text.data(), _text.size(), _format, &local);
     _time = t;
     _hour = t - (local.tm_min * 60 + local.tm_sec);
     if (!same_hour) _tried = false;
     _kind = SINGLE;
-    _locale = locale;
+    // The C library may have named the zone by what it was at that time.
+    _settings = TimeSettings::now();
 }
 
 // Looks for the digits of minute and second and, when they are as they should be, leaves a text of the hour
@@ -67,17 +71,19 @@ bool LocalTimeText::_find_places() {
     if (localtime_r(&_hour, &first) == nullptr || localtime_r(&last_second, &last) == nullptr) return false;
     if (!is_unbroken(first, last)) return false;
 
-    std::array<char, SIZE> start, probe;
-    const size_t len = strftime(start.data(), SIZE, _format, &first);
+    std::array<char, PATCHABLE_SIZE> start, probe;
+    const size_t cap = std::min(PATCHABLE_SIZE, _text.size());
+    const size_t len = strftime(start.data(), cap, _format, &first);
     struct tm changed = first;
     changed.tm_min = PROBE_MINUTE;
     changed.tm_sec = PROBE_SECOND;
-    if (len == 0 || strftime(probe.data(), SIZE, _format, &changed) != len) return false;
+    if (len == 0 || strftime(probe.data(), cap, _format, &changed) != len) return false;
     if (!_locate(start.data(), probe.data(), len)) return false;
-    if (_proven_for != _locale && !_digits_are_in_place(first, start.data(), len)) return false;
-    _proven_for = _locale;
-    memcpy(_text.data(), start.data(), len);
+    if (!_is_proven && !_digits_are_in_place(first, start.data(), len)) return false;
+    _is_proven = true;
+    memcpy(_text.data(), start.data(), len + 1);
     _len = len;
+    _settings = TimeSettings::now();
     return true;
 }
 
@@ -101,14 +107,14 @@ bool LocalTimeText::_locate(const char* start, const char* probe, size_t len) {
 }
 
 bool LocalTimeText::_digits_are_in_place(struct tm of_hour, const char* start, size_t len) const {
-    std::array<char, SIZE> patched, formatted;
+    std::array<char, PATCHABLE_SIZE> patched, formatted;
     memcpy(patched.data(), start, len);
     for (size_t i = 0; i < std::size(PROVE_MINUTES); ++i) {
         of_hour.tm_min = PROVE_MINUTES[i];
         of_hour.tm_sec = PROVE_SECONDS[i];
         put_two_digits(patched.data() + _minute_at, of_hour.tm_min);
         put_two_digits(patched.data() + _second_at, of_hour.tm_sec);
-        if (strftime(formatted.data(), SIZE, _format, &of_hour) != len) return false;
+        if (strftime(formatted.data(), formatted.size(), _format, &of_hour) != len) return false;
         if (memcmp(formatted.data(), patched.data(), len) != 0) return false;
     }
     return true;

@@ -6,12 +6,14 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "i18n/common/i18n.h"
 #include "platform/unix/QENDefaults.h"
 #include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
+#include "platform/unix/QENStreams.h"
 #include "primitives/log/LogAdmin.h"
 #include "primitives/log/LogFork.h"
+#include "primitives/log/RecordDisplay.h"
+#include "primitives/log/TerminalText.h"
 #include "primitives/strings/QENString.h"
 #include "primitives/values/NVList.h"
 #include "primitives/values/VList.h"
@@ -25,7 +27,6 @@ constexpr size_t SETTING_SIZE = 255;
 constexpr size_t PATH_SIZE = 4096;
 constexpr char TAG_SEPARATORS[] = " ,;:";
 constexpr char LOG_SUBDIR[] = "/log/";
-constexpr char ENGLISH[] = "en";
 constexpr int MSG_LDF_OPEN_FAILED = 50878;
 
 int int_value(const char* text) {
@@ -58,18 +59,13 @@ void Log::_release() {
     const LogLock::Guard inside(_lock);
     if (_namep != nullptr && Log_obj(_namep.get()) == this) _log_nvlistp->remove(_namep.get());
     _namep.reset();
-    if (_fp != nullptr && _rewind_flag != 0) fflush(_fp);
+    if (_fp != nullptr && _rewind_flag != 0) (void)QENStreamFlush(_fp); // nobody to tell
     _fp = nullptr;
     _file.close();
     _ldfp.reset();
     _name_lock.release();
-    _i18n_rootp.reset();
-    if (_i18n_enabled) {
-        const LogLock::Guard catalogs(_catalog_lock());
-        i18nClose(&_i18nh);
-    }
-    _i18n_enabled = false;
-    _forget_texts();
+    _displayp.reset();
+    _catalog.close();
     _enabled = 0;
 }
 
@@ -105,10 +101,9 @@ void Log::_open_stream(FILE* fp) {
     _fp = fp;
     _enabled = 1;
     rotate();
-    if (_on_terminal_stream()) {
-        char root[PATH_SIZE];
-        const bool is_set = QENGetenv(QEN_ENV_MESSAGES_ROOT, root, sizeof root) == 0;
-        _i18n_rootp = file_join({is_set ? root : QEN_DEFAULT_MESSAGES_ROOT});
+    _on_terminal = is_terminal(fp);
+    if (_on_standard_stream()) {
+        _catalog.settle();
     } else if (_ldf_enabled) {
         _open_ldf();
     }
@@ -116,6 +111,7 @@ void Log::_open_stream(FILE* fp) {
 
 int Log::_open_file_log() {
     _fp_specified = 0;
+    _on_terminal = false;
     _rewindallowed = 1;
     _rewind_flag = 0;
     if (const int result = _make_paths(); result != ULOG_OK) return result;
@@ -162,36 +158,10 @@ void Log::_open_ldf() {
     _ldf_enabled = false;
 }
 
-// Opens the catalogs of the user's language, else the English ones, when a log on standard output or standard
-// error first needs a text: most runs of a program never do on one of the two. False: no catalogs.
-bool Log::_open_catalogs() {
-    if (_i18n_rootp == nullptr) return false;
-    const PathText root = std::move(_i18n_rootp); // tried once
-    const LogLock::Guard inside(_catalog_lock());
-    _i18n_enabled = i18nOpen(&_i18nh, root.get(), QEN_MESSAGES_MODULE, nullptr) == I18N_SOK ||
-                    i18nOpen(&_i18nh, root.get(), QEN_MESSAGES_MODULE, ENGLISH) == I18N_SOK;
-    return _i18n_enabled;
-}
-
-LogLock& Log::_catalog_lock() {
-    static auto* lock = new LogLock; // static logs may use it to the very end
-    return *lock;
-}
-
-void Log::_forget_texts() {
-    for (std::string& word : _sev_words) word.clear();
-    _lines.forget();
-    _lines_identity = _identity;
-    _stamp.forget();
-    _shown.forget();
-}
-
 int Log::set_lang(const char* lang) {
-    const LogLock::Guard inside(_lock), in_catalogs(_catalog_lock());
-    void** catalogs = _catalogs();
-    const bool changed = catalogs != nullptr && i18nChangeLang(catalogs, lang) == I18N_SOK;
-    _i18n_enabled = _i18nh != nullptr; // a failure may leave no language at all
-    _forget_texts();
+    const LogLock::Guard inside(_lock);
+    const bool changed = _catalog.change_language(lang);
+    if (_displayp != nullptr) _displayp->forget();
     return changed ? ULOG_OK : ULOG_EFAIL;
 }
 

@@ -6,16 +6,17 @@
 #include <cstdarg>
 #include <cstdint>
 #include <memory>
-#include <string>
+#include <span>
 #include <string_view>
 
 #include "primitives/files/NameLock.h"
 #include "primitives/ldf/LdfWriter.h"
 #include "primitives/log/ILog.h"
 #include "primitives/log/LocalTimeText.h"
+#include "primitives/log/LogCatalog.h"
 #include "primitives/log/LogLock.h"
+#include "primitives/log/LogText.h"
 #include "primitives/log/LoggerThread.h"
-#include "primitives/log/RecordLines.h"
 #include "primitives/log/TextLogFile.h"
 #include "primitives/memory/Pooled.h"
 #include "primitives/utils/QENVaList.h"
@@ -25,8 +26,10 @@ class FFDC;
 class LineBuffer;
 class NVList;
 class PackedMessage;
+class RecordDisplay;
 class VElem;
 struct LogMessage;
+struct ShownRecord;
 struct vlog_msg_t;
 
 inline constexpr int LOG_DEFAULT_MAXLEN = 33554432; // bytes at which a text log is rotated
@@ -110,8 +113,8 @@ public:
     // Lets the next write of a file log start a new file.
     void rotate();
 
-    // Language of the texts on standard output and standard error. ULOG_OK or ULOG_EFAIL, with the former
-    // language still in use. Times follow a changed time zone from here on.
+    // Language of the texts on standard output and standard error; the first one is settled at open. ULOG_OK
+    // or ULOG_EFAIL, with the former language still in use.
     int set_lang(const char* lang) override;
 
     // QENInitEventLog and LdfWriter::init.
@@ -194,7 +197,8 @@ public:
 
     // --- Showing records of log data files. Severity logical_sev; text in the user's language. Writes one
     // line, or with ULOG_DISPLAY_DELIMITED one delimited record; nothing while the log is closed or busy or
-    // the severity is outside its scale. The stream is not flushed, write errors are ignored.
+    // the severity is outside its scale. The stream is not flushed, write errors are ignored. On a terminal
+    // control characters of the arguments are shown as "\x1b" (TerminalText.h).
 
     // The arguments are the list's strings; the list stays the caller's.
     void display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_id, VList* vlistp,
@@ -289,6 +293,7 @@ private:
     friend Log* Log_obj(const char* name);
     friend void write_record(vlog_msg_t* record); // LogQueue.cpp
     friend struct LogFork;                        // LogFork.cpp
+    friend class RecordDisplay;
 
     // LogInit.cpp
     static void _set_identity(const char* mnemp, const char* origIDp);
@@ -303,11 +308,7 @@ private:
     int _make_paths();
     int _lock_name(const char* directory, bool hidden);
     void _open_ldf();
-    void** _catalogs() { return _i18n_enabled || _open_catalogs() ? &_i18nh : nullptr; }
-    bool _open_catalogs();
-    void _forget_texts();
-    static LogLock& _catalog_lock(); // all logs together: they share texts and files
-    bool _on_terminal_stream() const { return _fp == stdout || _fp == stderr; }
+    bool _on_standard_stream() const { return _fp == stdout || _fp == stderr; }
 
     // LogFile.cpp
     bool _has_stream();
@@ -325,7 +326,9 @@ private:
     bool _accepts(int sev, int flags) const;
     void _log(LogMessage& m);
     void _write_message(LogMessage& m);
+    bool _flushes(const LogMessage& m) const;
     void _write_line(const LogMessage& m);
+    void _put_text(const LogMessage& m, LineBuffer& line);
     void _put_head(const LogMessage& m, LineBuffer& line);
     void _put_severity(const LogMessage& m, LineBuffer& line);
     bool _put_localized(const LogMessage& m, LineBuffer& line);
@@ -336,20 +339,12 @@ private:
     void _cache_add(LogMessage& m, int16_t args_id);
 
     // LogDisplay.cpp
-    void _display_line(int sev, time_t time_stamp, uint32_t msgcat_id, ArgViews args, LineBuffer& line);
-    const RecordLine* _learn_line(int sev, uint32_t msgcat_id);
-    std::string _head_of(int sev, uint32_t msgcat_id);
-    void _display_unlearned(const RecordLine* known, int sev, uint32_t msgcat_id, size_t time_size,
-                            ArgViews args, LineBuffer& line);
-    void _display_delimited(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,
-                            const std::string_view* argv, size_t argc, LineBuffer& line);
-    bool _catalog_text(uint32_t msgcat_id, const std::string_view* argv, size_t argc, char* out, size_t cap,
-                       size_t* lenp);
-    bool _put_catalog_text(uint32_t msgcat_id, const std::string_view* argv, size_t argc, LineBuffer& line);
-    static void _put_unknown(uint32_t msgcat_id, const std::string_view* argv, size_t argc, LineBuffer& line);
-
-    // LogCompose.cpp
-    std::string_view _sev_word(int sev);
+    bool _may_show(int sev);
+    RecordDisplay& _shown();
+    template <class ForEachArgument>
+    void _show_fields(const ShownRecord& record, ArgViews first, const ForEachArgument& for_each,
+                      LineBuffer& out);
+    std::span<char> _line_room();
 
     // LogAdmin.cpp: what the platform layer calls through its table of hooks.
     static void _install_hooks();
@@ -380,27 +375,24 @@ private:
     TextLogFile _file;     // of a file log; counts for a given stream as well
     NameLock _name_lock;   // of a file log
     std::unique_ptr<char[]> _namep;
-    RegDb* _reg_db = nullptr;             // refers only
-    std::unique_ptr<VList> _cache_vlistp; // MsgStruct elements, owned by the list
-    std::unique_ptr<LdfWriter> _ldfp;     // null when no copy is written
-    std::unique_ptr<char[]> _i18n_rootp;  // catalogs that are still to be opened; null: none, or done
-    void* _i18nh = nullptr;               // catalog handle, owned; null when closed
+    RegDb* _reg_db = nullptr;                              // refers only
+    std::unique_ptr<VList> _cache_vlistp;                  // MsgStruct elements, owned by the list
+    std::unique_ptr<LdfWriter> _ldfp;                      // null when no copy is written
     std::array<std::atomic<int>, DBG_LEV_END> _debug = {}; // flag word per debug level
-    int _active = 0;              // 1 while a write or display is in progress: a nested one is dropped
     std::atomic<int> _enabled{0}; // 1 once opened
     int _rewind_flag = 0;         // 0 for a file log, 1 for a given stream
     int _rewindallowed = 0;       // 1 for a file log
     int _open_flags = 0;
-    int _fp_specified = 0;      // 1 when open was given a stream
-    bool _i18n_enabled = false; // the catalogs are open
+    int _fp_specified = 0;     // 1 when open was given a stream
+    bool _on_terminal = false; // asked at open
     bool _ldf_enabled = false;
     bool _cache_enabled = false;
 
-    LocalTimeText _stamp{"%Y-%m-%d %H:%M:%S "}; // of written lines
-    RecordLines _lines;                         // of displayed records, made under _lines_identity
-    unsigned _lines_identity = 0;
-    LocalTimeText _shown{"%c"};                      // of displayed records
-    std::array<std::string, SEV_APP_END> _sev_words; // in the log's language, "" until asked for
+    char _stamp_room[32];
+    LocalTimeText _stamp{"%Y-%m-%d %H:%M:%S ", _stamp_room}; // of written lines
+    LogCatalog _catalog;                                     // closed unless the stream is a standard one
+    std::unique_ptr<char[]> _line_roomp;      // for the line in progress, made for the first one
+    std::unique_ptr<RecordDisplay> _displayp; // made for the first record that is shown
 
     static unsigned _identity; // changes with the two that follow
     static const char* _mnemp; // owned by init unless it is the default

@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "i18n/common/i18n.h"
 #include "platform/unix/QENAssert.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/LogText.h"
@@ -31,27 +30,9 @@ int Log::create_umi(char* buffer, int bufsize, int catID, int msgID) {
     return snprintf(buffer, size, "%s-%d-%d ", _origIDp, catID, msgID);
 }
 
-std::string_view Log::_sev_word(int sev) {
-    if (sev < SEV_CRIT || sev >= SEV_APP_END) return {};
-    std::string& word = _sev_words[static_cast<size_t>(sev)];
-    if (word.empty()) {
-        const LogLock::Guard in_catalogs(_catalog_lock());
-        char* text;
-        int32_t size;
-        void** catalogs = _catalogs();
-        if (catalogs != nullptr &&
-            i18nGetSafeMsg(catalogs, ULOG_CAT_SEVERITY, static_cast<uint32_t>(sev), &text, &size) == I18N_SOK)
-            word.assign(text, static_cast<size_t>(size - 1));
-        else
-            word = ulog_app_sev_name(sev);
-    }
-    return word;
-}
-
 const char* Log::get_sev(ulog_app_sev sev) {
     const LogLock::Guard inside(_lock);
-    const std::string_view word = _sev_word(sev);
-    return word.data() != nullptr ? word.data() : "";
+    return _catalog.severity_word(sev).data();
 }
 
 void Log::_mk_msg_buffer(char* bufferp, int bufsize, const char* arg1, const char* arg2, const char* arg3,

@@ -1,6 +1,7 @@
 // When a log starts a new file. What that takes is TextLogFile's.
 #include <cstdio>
 
+#include "platform/unix/QENStreams.h"
 #include "primitives/log/Log.h"
 
 void Log::rotate() {
@@ -27,7 +28,7 @@ bool Log::_has_stream() {
 void Log::_next() {
     if (_enabled == 0) return;
     if (_rewind_flag != 0) {
-        fflush(_fp);
+        (void)QENStreamFlush(_fp);
         return;
     }
     _file.start_new();

@@ -33,21 +33,21 @@ struct LogFork {
         gettimeofday(&now, nullptr);
         const timespec deadline = QENCondDeadline(now, WAIT_MS);
         for (Log* log : live().logs) log->_lock.before_fork(deadline);
-        Log::_catalog_lock().before_fork(deadline);
+        LogCatalog::lock().before_fork(deadline);
         logger_thread().before_fork();
         Log::_ffdc_before_fork();
     }
     static void in_parent() {
         Log::_ffdc_after_fork(/*in_child=*/false);
         logger_thread().after_fork_in_parent();
-        Log::_catalog_lock().after_fork_in_parent();
+        LogCatalog::lock().after_fork_in_parent();
         for (Log* log : live().logs) log->_lock.after_fork_in_parent();
         QENMutexUnlock(&live().lock);
     }
     static void in_child() {
         Log::_ffdc_after_fork(/*in_child=*/true);
         logger_thread().after_fork_in_child();
-        (void)Log::_catalog_lock().after_fork_in_child();
+        (void)LogCatalog::lock().after_fork_in_child();
         for (Log* log : live().logs) log->_continue_in_child(/*is_whole=*/log->_lock.after_fork_in_child());
         QENMutexUnlock(&live().lock);
     }

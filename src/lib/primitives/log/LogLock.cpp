@@ -1,27 +1,19 @@
 // The lock of a log: see LogLock.h.
 #include "primitives/log/LogLock.h"
 
-#include <sys/single_threaded.h>
-
 constinit thread_local unsigned LogLock::_depth = 0;
 
-LogLock::entry LogLock::_enter() {
-    if (is_mine()) return NESTED;
-    const entry how = __libc_single_threaded ? ALONE : LOCKED;
-    if (how == LOCKED) {
-        QENMutexLock(&_mutex);
-        // Rarely, the process's first thread went in alone and started another one from there.
-        while (_inside.load(std::memory_order_acquire) != nullptr) QENThreadYield();
-    }
-    _inside.store(_this_thread(), std::memory_order_relaxed);
-    ++_depth;
-    return how;
+LogLock::entry LogLock::_lock_and_enter() {
+    QENMutexLock(&_mutex);
+    // Rarely, the process's first thread went in alone and started another one from there.
+    while (_inside.load(std::memory_order_acquire) != nullptr) QENThreadYield();
+    _go_in();
+    return LOCKED;
 }
 
-void LogLock::_leave(int how) {
-    --_depth;
-    _inside.store(nullptr, std::memory_order_release);
-    if (how == LOCKED) QENMutexUnlock(&_mutex);
+void LogLock::_unlock() {
+    _go_out();
+    QENMutexUnlock(&_mutex);
 }
 
 void LogLock::before_fork(const timespec& deadline) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <sys/single_threaded.h>
 
 #include "platform/unix/QENThread.h"
 
@@ -29,7 +30,10 @@ public:
     public:
         explicit Guard(LogLock& lock) : _lock(lock), _entry(lock._enter()) {}
         ~Guard() {
-            if (_entry != NESTED) _lock._leave(_entry);
+            if (_entry == ALONE)
+                _lock._go_out();
+            else if (_entry == LOCKED)
+                _lock._unlock();
         }
         Guard(const Guard&) = delete;
         Guard& operator=(const Guard&) = delete;
@@ -51,8 +55,22 @@ private:
     enum entry { NESTED, ALONE, LOCKED }; // ALONE: the process had one thread
 
     static const void* _this_thread() { return &_depth; }
-    entry _enter();
-    void _leave(int how);
+    entry _enter() {
+        if (is_mine()) return NESTED;
+        if (!__libc_single_threaded) return _lock_and_enter();
+        _go_in();
+        return ALONE;
+    }
+    entry _lock_and_enter();
+    void _unlock();
+    void _go_in() {
+        _inside.store(_this_thread(), std::memory_order_relaxed);
+        ++_depth;
+    }
+    void _go_out() {
+        --_depth;
+        _inside.store(nullptr, std::memory_order_release);
+    }
 
     static constinit thread_local unsigned
         _depth; // logs that the thread is inside; its address stands for the thread

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "platform/unix/QENPlatform.h"
+#include "platform/unix/QENStreams.h"
 #include "primitives/log/LineBuffer.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/LogAdmin.h"
@@ -12,6 +13,7 @@
 #include "primitives/log/LogQueue.h"
 #include "primitives/log/LogText.h"
 #include "primitives/log/PackedMessage.h"
+#include "primitives/log/TerminalText.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/utils/msg_log_add.h"
 
@@ -97,38 +99,41 @@ void Log::write_log(time_t timet, int sev, const char* whop, const char* filep, 
 void Log::_log(LogMessage& m) {
     if (!_accepts(m.sev, m.flags)) return;
     const LogLock::Guard inside(_lock);
-    if (!inside || _active == 1) return; // within a write or display of this log
-    _active = 1;
+    if (!inside) return; // within a write or display of this log
     if (!_has_stream())
         QENSyslog(SEV_ERR, "Log File Pointer is NULL");
     else if (_classify(m))
         _write_message(m);
-    _active = 0;
 }
 
 void Log::_write_message(LogMessage& m) {
     _file.begin();
     _write_line(m);
-    if (!m.is_debug && !_on_terminal_stream()) {
+    if (!m.is_debug && !_on_standard_stream()) {
         if (_ldf_enabled && !_is_inherited() && _ldfp != nullptr && _ldfp->is_opened()) _copy_to_ldf(m);
         if (!m.leaves_out(ULOG_NO_EVENT) && QENIsEvent(m.logical_sev))
             QENReportEvent(m.logical_sev, m.number(), m.structure());
     }
-    const bool flush = !m.is_debug || _has_debug_flag(m.level, LOG_DBG_FLUSH);
-    if (flush && _rewind_flag != 0) fflush(_fp);
+    const bool flush = _flushes(m);
+    if (flush && _rewind_flag != 0) (void)QENStreamFlush(_fp); // as other write errors
     _file.settle(flush);
 }
 
+// Debug messages wait in the stream's buffer unless their tag flushes.
+bool Log::_flushes(const LogMessage& m) const {
+    return !m.is_debug || _has_debug_flag(m.level, LOG_DBG_FLUSH);
+}
+
 void Log::_write_line(const LogMessage& m) {
-    LineBuffer line(_fp);
+    LineBuffer line(_fp, _line_room(), _rewind_flag == 0 ? LineBuffer::A_FILE : LineBuffer::ANY_STREAM);
     _put_head(m, line);
-    if (!_put_localized(m, line)) line.append(m.text);
+    _put_text(m, line);
     if (!m.leaves_out(ULOG_NO_NEWLINE)) line.append('\n');
     const size_t counted = line.size();
     _put_source(m, line);
 
     const size_t size = line.size();
-    if (line.send() == size) _file.count(counted, size);
+    if (line.send(/*at_once=*/_flushes(m)) == size) _file.count(counted, size);
 }
 
 // Time stamp, mnemonic, severity word and identifier.
@@ -145,17 +150,39 @@ void Log::_put_head(const LogMessage& m, LineBuffer& line) {
 
 // Looked up only here: a bare text needs no catalog.
 void Log::_put_severity(const LogMessage& m, LineBuffer& line) {
-    const std::string_view word = m.is_debug ? ulog_dbg_lev_name(m.level) : _sev_word(m.logical_sev);
+    const std::string_view word =
+        m.is_debug ? ulog_dbg_lev_name(m.level) : _catalog.severity_word(m.logical_sev);
     if (word.empty()) return;
     line.append(word);
     line.append(' ');
 }
 
+// On a terminal control characters become visible. The English text has its arguments in it already, and may
+// be of several lines.
+void Log::_put_text(const LogMessage& m, LineBuffer& line) {
+    if (_put_localized(m, line)) return;
+    if (_on_terminal && !is_plain_for_terminal(m.text))
+        line.append(text_for_terminal(m.text, Newlines::KEPT));
+    else
+        line.append(m.text);
+}
+
 // The text in the user's language, on standard output and standard error. False: there is none.
 bool Log::_put_localized(const LogMessage& m, LineBuffer& line) {
-    if (!_on_terminal_stream() || m.is_debug || m.number() == 0) return false;
+    if (!_on_standard_stream() || m.is_debug || m.number() == 0) return false;
     const LogArguments args = m.arguments();
-    return !args.more && _put_catalog_text(m.msgcat_id, args.views.data(), args.count, line);
+    if (args.more) return false;
+    const auto put = [&](ArgViews shown) {
+        size_t size;
+        if (!_catalog.format(m.msgcat_id, shown.data(), shown.size(), line.room(LOG_TEXT_SIZE), LOG_TEXT_SIZE,
+                             &size))
+            return false;
+        line.advance(size);
+        return true;
+    };
+    if (_on_terminal && !are_plain_for_terminal(args.span()))
+        return put(ArgsForTerminal<ULOG_MAX_ARGS>(args.span()).views());
+    return put(args.span());
 }
 
 void Log::_put_source(const LogMessage& m, LineBuffer& line) {

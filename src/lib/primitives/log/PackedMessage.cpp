@@ -51,7 +51,7 @@ private:
     }
 
     size_t _count = 0;
-    std::array<ArgValue, POSITIONS_MAX> _values;
+    std::array<ArgValue, POSITIONS_MAX> _values; // of which the first _count are set
 };
 
 } // namespace

@@ -9,6 +9,7 @@
 #include "primitives/log/ILog.h"
 #include "primitives/utils/QENVaList.h"
 
+struct ArgValue;
 struct Conversion;
 
 // A packed message, wherever its bytes lie. Refers only.
@@ -56,7 +57,7 @@ private:
     bool _put_positional(const char* fmtp, QENVaList& args, int error);
     void _put_literal(const char* s, size_t len);
     void _put_argument(const char* s, size_t len);
-    std::string_view _append_formatted(const Conversion& conversion, const union ArgValue& value, int error);
+    std::string_view _append_formatted(const Conversion& conversion, const ArgValue& value, int error);
     char* _room(size_t size);
     template <class Integer>
     void _put_number(Integer value);

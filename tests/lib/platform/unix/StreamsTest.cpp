@@ -44,14 +44,16 @@ TEST(Streams, EveryByteArrivesThoughTheReaderIsSlow) {
     for (const bool at_once : {false, true}) {
         Pipe pipe;
         std::string sent, arrived;
-        for (int i = 0; i < 2000; ++i) sent += std::string(static_cast<size_t>(i % 300), static_cast<char>('a' + i % 26)) + "\n";
+        for (int i = 0; i < 2000; ++i)
+            sent += std::string(static_cast<size_t>(i % 300), static_cast<char>('a' + i % 26)) + "\n";
         std::thread reader([&] {
             while (arrived.size() < sent.size()) {
                 arrived += pipe.read_some(5000);
                 usleep(200);
             }
         });
-        for (size_t at = 0; at < sent.size(); at += 777) EXPECT_TRUE(put(pipe.stream, sent.substr(at, 777), at_once));
+        for (size_t at = 0; at < sent.size(); at += 777)
+            EXPECT_TRUE(put(pipe.stream, sent.substr(at, 777), at_once));
         EXPECT_TRUE(QENStreamFlush(pipe.stream));
         reader.join();
         EXPECT_EQ(sent, arrived) << at_once;

@@ -3,6 +3,7 @@
 
 #include "LogFixture.h"
 #include "primitives/log/LineBuffer.h"
+#include "primitives/log/TerminalText.h"
 #include "primitives/values/VList.h"
 
 namespace {
@@ -52,7 +53,8 @@ protected:
         const std::string entry = GetCapturedStdout();
         CaptureStdout();
         {
-            LineBuffer out(stdout);
+            std::vector<char> room(LineBuffer::CAPACITY);
+            LineBuffer out(stdout, room);
             log->display_ldf_record(sev, /*obj_tag=*/3, NOON, id, views.data(), views.size(), flags, out);
             out.send();
         }
@@ -171,6 +173,95 @@ TEST_F(LogDisplayTest, SeverityWordMayPushOutTheTextOfItsLine) {
     EXPECT_THAT(GetCapturedStdout(), testing::EndsWith(AT + "Fehler K-16-25-29978 text 0\n"));
 }
 
+// A stream whose callback shows a record and writes on the same log.
+TEST_F(LogDisplayTest, WithinItsOwnWriteALogShowsAndWritesNothing) {
+    struct Echo {
+        std::unique_ptr<Log> log;
+        int calls = 0;
+        static ssize_t write(void* cookie, const char*, size_t size) {
+            auto& echo = *static_cast<Echo*>(cookie);
+            if (++echo.calls < 100) {
+                show_plain(*echo.log);
+                echo.log->write_buf("f", "g", 1, SEV_ERR, 0, 25, 1, "nested");
+            }
+            return static_cast<ssize_t>(size);
+        }
+    } echo;
+    FILE* fp = fopencookie(&echo, "w", {nullptr, Echo::write, nullptr, nullptr});
+    setvbuf(fp, nullptr, _IONBF, 0);
+    echo.log = opened("echo", fp);
+    show_plain(*echo.log);
+    EXPECT_EQ(1, echo.calls);
+    echo.log->write_buf("f", "g", 1, SEV_ERR, 0, 25, 1, "text");
+    EXPECT_EQ(2, echo.calls);
+    echo.log.reset();
+    fclose(fp);
+}
+
+TEST_F(LogDisplayTest, LanguageAndWordsAreThoseOfTheOpening) {
+    write_catalogs("de", {{65534, {{4, "Hinweis"}}}});
+    setenv("QENI18N_LANG", "de", 1);
+    const auto log = opened("ldfread", stdout, 18);
+    setenv("QENI18N_LANG", "en", 1);
+    setenv("TAQ_MESSAGES_DIR", "/nowhere", 1);
+    const char* const word = log->get_sev(SEV_INFO);
+    EXPECT_STREQ("Hinweis", word);
+    Log::init("NEW", "X", nullptr);
+    CaptureStdout();
+    show_plain(*log, 1);
+    show_plain(*log, 4);
+    EXPECT_THAT(GetCapturedStdout(), testing::HasSubstr("NEW Hinweis X-25-30002 Could not find message"));
+    EXPECT_STREQ("Hinweis", word) << "valid until set_lang or open";
+    EXPECT_STREQ("", log->get_sev(static_cast<ulog_app_sev>(5)));
+}
+
+TEST_F(LogDisplayTest, ChangedZoneShowsWithTheNextLine) {
+    const auto log = opened("ldfread", stdout, 18);
+    CaptureStdout();
+    for (const char* zone : {"UTC", "XXX-1", "UTC"}) {
+        setenv("TZ", zone, 1);
+        tzset();
+        show_plain(*log);
+        log->write_log(NOON, SEV_INFO, "f", "g", 1, ULOG_NO_UMI | ULOG_NO_SEVERITY, 25, 0, nullptr,
+                       message("t").get());
+    }
+    const std::string line = "2026 QEN INFO K-16-25-30002 plain\n";
+    EXPECT_EQ("Mon Nov 16 18:38:11 " + line + "2026-11-16 18:38:11 QEN t\nMon Nov 16 19:38:11 " + line +
+                  "2026-11-16 19:38:11 QEN t\nMon Nov 16 18:38:11 " + line + "2026-11-16 18:38:11 QEN t\n",
+              GetCapturedStdout());
+}
+
+TEST(TerminalTextTest, ControlCharactersOfTheLocaleBecomeVisible) {
+    const struct {
+        const char *locale, *text, *shown;
+    } cases[] = {
+        {"C", "plain\ttext ~", "plain\ttext ~"},
+        {"C", "\x1b]0;x\x07\x7f\r\n", "\\x1b]0;x\\x07\\x7f\\x0d\\x0a"},
+        {"C", "gr\xc3\xbc", "gr\\xc3\\xbc"},
+        {"en_US.UTF-8", "gr\xc3\xbc\xc3\x9f \xe2\x82\xac", "gr\xc3\xbc\xc3\x9f \xe2\x82\xac"},
+        {"en_US.UTF-8",
+         "a\xc2\x9b"
+         "31m",
+         "a\\xc2\\x9b"
+         "31m"},
+        {"en_US.UTF-8", "\xc3(\xff\xe2\x82", "\\xc3(\\xff\\xe2\\x82"},
+        {"en_US.UTF-8", "\xe2\x80\xae\xe2\x81\xa9\xd8\x9c", "\\xe2\\x80\\xae\\xe2\\x81\\xa9\\xd8\\x9c"},
+        {"en_US.UTF-8", "\xe2\x80\x90\xe2\x81\xaa", "\xe2\x80\x90\xe2\x81\xaa"}, // beside the marks
+        {"ja_JP.eucJP", "\xc6\xfc\xcb\xdc \x8e\xb1\x1b", "\xc6\xfc\xcb\xdc \x8e\xb1\\x1b"},
+        {"ja_JP.SJIS", "\x93\xfa\x96\x7b\x9b", "\x93\xfa\x96\x7b\\x9b"}, // lead bytes that are C1 elsewhere
+        {"de_DE.ISO-8859-1", "gr\xfc\xdf\x9b", "gr\xfc\xdf\\x9b"},
+    };
+    setenv("LOCPATH", TAQ_TEST_LOCALES, 1);
+    for (const auto& c : cases) {
+        ASSERT_NE(nullptr, setlocale(LC_CTYPE, c.locale)) << c.locale;
+        EXPECT_EQ(c.shown, text_for_terminal(c.text)) << c.locale;
+        EXPECT_EQ(std::string(c.text) == c.shown && strcmp(c.locale, "C") == 0,
+                  is_plain_for_terminal(c.text));
+    }
+    setlocale(LC_CTYPE, "C");
+    EXPECT_EQ("two\n\\x00", text_for_terminal(std::string_view("two\n\0", 5), Newlines::KEPT));
+}
+
 TEST_F(LogDisplayTest, ClosedOrWithoutStream) {
     Log closed;
     show_plain(closed);
@@ -195,14 +286,14 @@ TEST(LocalTimeTextTest, AlwaysSaysWhatTheLibrarySays) {
     setenv("LOCPATH", TAQ_TEST_LOCALES, 1);
     uint32_t state = 12345;
     time_t t = NOON;
-    for (const char* zone : zones) {
-        setenv("TZ", zone, 1);
-        tzset();
-        for (const char* format : formats) {
-            LocalTimeText text(format); // which has to notice a changed locale, not a changed zone
+    for (const char* format : formats) {
+        char room[64];
+        LocalTimeText text(format, room); // which has to notice a changed locale and a changed zone
+        for (const char* zone : zones) {
+            setenv("TZ", zone, 1);
+            tzset();
             for (const char* locale : locales) {
                 ASSERT_NE(nullptr, setlocale(LC_TIME, locale)) << locale;
-                ++t;                             // the same second again would not be looked at
                 for (int i = 0; i < 4500; ++i) { // begins within the hour that the former locale ended in
                     struct tm local;
                     char expected[256] = "";
@@ -219,7 +310,8 @@ TEST(LocalTimeTextTest, AlwaysSaysWhatTheLibrarySays) {
     setlocale(LC_TIME, "C");
     setenv("TZ", "UTC", 1);
     tzset();
-    LocalTimeText text("%c");
+    char room[64];
+    LocalTimeText text("%c", room);
     EXPECT_EQ("", text.at(INT64_MAX)); // a year that no calendar has
     EXPECT_EQ("Wed Dec 31 23:59:59 1969", text.at(-1));
 }
