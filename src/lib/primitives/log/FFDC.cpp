@@ -1,3 +1,4 @@
+// The rings of the capture: who fills which, and how an entry replaces the oldest. Dumps: FFDCDump.cpp.
 #include "primitives/log/FFDC.h"
 
 #include "platform/unix/QENAssert.h"
@@ -68,6 +69,7 @@ FFDC::~FFDC() {
         delete descriptor->buffer;
         delete descriptor;
     }
+    for (const char* text : _displaced) delete[] text;
     QENLockDeinit(&_seq_lock);
     QENLockDeinit(&_reg_lock);
 }
@@ -122,7 +124,7 @@ void FFDC::FFDC_Log(const char* msgp, const char* local_timep) {
     char* displaced = nullptr;
     {
         const QENLockGuard guard(&descriptor->_rdwr_lock);
-        if (_dying.load(std::memory_order_acquire) != 0) return;
+        if (_dying.load(std::memory_order_acquire)) return;
         displaced = take_oldest(*descriptor->buffer);
         if (descriptor->buffer->write(copy.get()) != nullptr) copy.release(); // the ring's from now on
     }
@@ -132,9 +134,20 @@ void FFDC::FFDC_Log(const char* msgp, const char* local_timep) {
 }
 
 // A dump in a signal handler that began before the text was displaced may still read it. Both sides change
-// _dying: either the dump comes later, and finds what the ring holds now, or it is seen here.
-void FFDC::_free_displaced(const char* text) {
-    if (_dying.fetch_add(0, std::memory_order_acq_rel) == 0) delete[] text;
+// _readers: either the dump begins later, and finds what the ring holds now, or it is seen here.
+void FFDC::_free_displaced(char* text) {
+    if (text == nullptr) return;
+    const bool is_read = _readers.fetch_add(0, std::memory_order_acq_rel) != 0;
+    if (!is_read && !_has_displaced.load(std::memory_order_relaxed)) {
+        delete[] text;
+        return;
+    }
+    const QENLockGuard guard(&_seq_lock);
+    _displaced.push_back(text);
+    _has_displaced.store(is_read, std::memory_order_relaxed);
+    if (is_read) return;
+    for (const char* displaced : _displaced) delete[] displaced;
+    _displaced.clear();
 }
 
 void FFDC::_set_last_time(const char* local_timep) {

@@ -68,10 +68,15 @@ public:
 
     // Writes the ring of a role, or with FFDC_ROLE_MAX those of all roles up to the first failure, to files.
     // A file of an earlier dump is replaced; a link, another user's file or anything else is left alone.
-    // With sig_recd the call comes from a signal handler: no lock is taken, nothing is allocated or reported,
-    // and capturing ends for good. FFDC_FAILURE: no such ring, or a file could not be written.
+    // With sig_recd the call comes from a signal handler: no lock is taken, nothing is allocated or reported;
+    // entries that are captured meanwhile may stand at the wrong place. FFDC_FAILURE: no such ring, or a file
+    // could not be written.
     int FFDC_DumpLogs(FFDCRoleT role, bool sig_recd);
     int FFDC_DumpLogToFile(FFDCBufPropT* bufpropp, FFDCRoleT role, bool sig_recd);
+
+    // Ends capturing, and dumps of other threads, for good: the process dies, and what the rings hold now is
+    // what led there. For the handler of a fatal signal, before its dump.
+    void stop_capture();
 
     // Current local time as "%m_%d_%Y.%H_%M_%S". FFDC_FAILURE: the clock cannot be read, or no room.
     static int FFDC_Time(char* bufp, unsigned int size);
@@ -101,7 +106,7 @@ private:
     void _for_all_locks(Use use);
     void _unregister_all_but(pthread_t tid);
     FFDCBufPropT* _descriptor_of(FFDCRoleT role, unsigned int numElem);
-    void _free_displaced(const char* text);
+    void _free_displaced(char* text);
     void _set_last_time(const char* local_timep);
 
     IntHashTable* _hashtblp;           // low 32 bits of the thread identifier -> descriptor of its role
@@ -117,5 +122,8 @@ private:
     QENLock _seq_lock;
     QENLock _reg_lock;
     std::vector<uint32_t> _registered; // keys in _hashtblp; guarded by _reg_lock
-    std::atomic<int> _dying{0};        // 1: a signal handler walks the rings: they stay as they are
+    std::atomic<int> _readers{0};      // signal handlers that walk the rings: displaced entries stay readable
+    std::vector<char*> _displaced;     // entries displaced meanwhile, owned; guarded by _seq_lock
+    std::atomic<bool> _has_displaced{false};
+    std::atomic<bool> _dying{false}; // capturing has ended
 };

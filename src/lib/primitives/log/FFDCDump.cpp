@@ -1,6 +1,5 @@
-// Writing the rings to files. The same code serves a request of the program and a handler of a fatal signal,
-// so it is written for the latter: system calls only, no stdio, no allocation; only the former locks and
-// reports.
+// Writing the rings to files. The same code serves a request of the program and a signal handler, so it is
+// written for the handler: system calls only, no stdio, no allocation. Only a request locks and reports.
 #include "primitives/log/FFDC.h"
 
 #include "platform/unix/QENAssert.h"
@@ -49,9 +48,9 @@ bool is_our_own(int fd) {
     return fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_nlink == 1 && st.st_uid == geteuid();
 }
 
-// The last dump makes a file of its own, so that one which is under way cannot spoil it. That one may be just
-// about to make its file, at most once per thread.
-int open_last_dump(const char* path) {
+// A handler's dump makes a file of its own, so that a dump in progress cannot write into it. Retried when
+// that dump makes the file again.
+int open_new_dump(const char* path) {
     int fd = -1;
     for (int attempt = 0; fd < 0 && attempt < 8; ++attempt) {
         (void)unlink(path); // there may be none
@@ -88,11 +87,31 @@ private:
     QENLock* _lockp;
 };
 
+// While it lives, entries that are displaced stay readable: see _free_displaced.
+class Reading {
+public:
+    Reading(std::atomic<int>& readers, bool sig_recd) : _readers(sig_recd ? &readers : nullptr) {
+        if (_readers != nullptr) _readers->fetch_add(1, std::memory_order_acq_rel);
+    }
+    ~Reading() {
+        if (_readers != nullptr) _readers->fetch_sub(1, std::memory_order_acq_rel);
+    }
+    Reading(const Reading&) = delete;
+    Reading& operator=(const Reading&) = delete;
+
+private:
+    std::atomic<int>* _readers;
+};
+
 } // namespace
+
+void FFDC::stop_capture() {
+    _dying.store(true, std::memory_order_release);
+}
 
 int FFDC::FFDC_DumpLogs(FFDCRoleT role, bool sig_recd) {
     QEN_CHECK((role > FFDC_ROLE_MIN) && (role <= FFDC_ROLE_MAX));
-    if (sig_recd) _dying.exchange(1, std::memory_order_acq_rel); // see _free_displaced
+    const Reading reading(_readers, sig_recd);
     if (role == FFDC_ROLE_MAX) return _dump_all(sig_recd);
     if (_ring_of(role) != nullptr) return _dump_role(role, sig_recd);
     if (!sig_recd) QENSyslog(SEV_INFO, "FFDC_DumpLogs: Invalid buffer for %s role", ubo_FFDCRoleName[role]);
@@ -122,12 +141,12 @@ int FFDC::_dump_role(FFDCRoleT role, bool sig_recd) {
 // A file for its owner's eyes only, whatever stood there before. The folder may be one in which everybody can
 // write, hence the checks.
 int FFDC::_open_dump(const char* path, bool sig_recd) const {
-    if (sig_recd) return open_last_dump(path);
-    if (_dying.load() != 0) return -1;
+    if (sig_recd) return open_new_dump(path);
+    if (_dying.load()) return -1;
     const int fd = open(path, OPEN_FLAGS, 0600);
     if (fd < 0) return -1;
-    // Asked again: what was opened may by now be the file of the last dump.
-    if (_dying.load() == 0 && is_our_own(fd) && fchmod(fd, 0600) == 0 && ftruncate(fd, 0) == 0) return fd;
+    // Asked again: by now the file may be that of a handler's dump.
+    if (!_dying.load() && is_our_own(fd) && fchmod(fd, 0600) == 0 && ftruncate(fd, 0) == 0) return fd;
     close(fd);
     return -1;
 }

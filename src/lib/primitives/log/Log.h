@@ -256,7 +256,8 @@ public:
     static MsgStruct* mk_log_msg_msgstruct(int cat, int id, const char* fmtp, ...)
         __attribute__((format(printf, 3, 4)));
 
-    // --- The logger thread; see LoggerThread.h.
+    // --- The logger thread; see LoggerThread.h. A program that uses first-failure capture registers its main
+    // thread before: see register_for_ffdc.
 
     static void start_logger() { logger_thread().start(); }
     // Returns when everything that was queued has been written and the thread has ended. Producers that come
@@ -279,10 +280,13 @@ public:
     // The calling thread captures from now on into the ring of its role (FFDCRoleT; 7 in dump_ffdc: all).
     // The first call makes the capture object: module names the dump files, logdir holds them. Later calls
     // ignore both. The logger thread registers too, with neither, so register the main thread before
-    // start_logger().
+    // start_logger(): else dumps land in the current directory.
     static void register_for_ffdc(int role, const char* module, const char* logdir, char print_seqno);
     static void unregister_for_ffdc();
+    // sig_handler: the call comes from a signal handler. When that returns, capture and later dumps go on.
     static void dump_ffdc(int role, bool sig_handler);
+    // For the handler of a fatal signal: ends capturing and dumps all roles.
+    static void dump_ffdc_and_stop();
     // Offers a message to the capture: its text, or element 21. The message stays the caller's.
     static void write_ffdc(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,
                            const char* msgp);

@@ -22,8 +22,6 @@ constexpr struct {
 } FACILITIES[] = {{"LOG_LOCAL0", 32768}, {"LOG_LOCAL1", 34816}, {"LOG_LOCAL2", 36864}, {"LOG_LOCAL3", 38912},
                   {"LOG_LOCAL4", 40960}, {"LOG_LOCAL5", 43008}, {"LOG_LOCAL6", 45056}, {"LOG_LOCAL7", 47104}};
 
-constexpr int ALL_ROLES = 7;
-
 // The text of a message as a format for the system log. False: no text, or too long for the buffer.
 bool escaped_text(const MsgStruct* msgp, char (&format)[LOG_TEXT_SIZE]) {
     const std::string_view text = message_text(msgp);
@@ -60,7 +58,7 @@ void report_event(int logical_sev, uint32_t event_id, MsgStruct* msg_structp, co
 }
 
 void dump_capture(int) {
-    Log::dump_ffdc(ALL_ROLES, /*sig_handler=*/true);
+    Log::dump_ffdc_and_stop();
 }
 
 } // namespace

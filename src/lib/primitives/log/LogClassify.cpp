@@ -97,7 +97,7 @@ bool Log::_classify_log_add(LogMessage& m) {
     if (m.text.data() == nullptr || !get_int(m.structp, MSGID_OBJ_TAG, obj_tag) ||
         !get_int(m.structp, MSGID_TIMESTAMP, timestamp) || !get_int(m.structp, MSGID_MSGCAT_ID, own_id))
         return false;
-    if (obj_tag < OBJTAG_QEN || obj_tag > OBJTAG_RES) return false; // no log data file can hold it
+    m.is_recorded = obj_tag >= OBJTAG_QEN && obj_tag <= OBJTAG_RES; // no log data file can hold another
     m.obj_tag = obj_tag;
     m.time = timestamp;
     m.msgcat_id = static_cast<uint32_t>(own_id);

@@ -16,18 +16,12 @@ namespace {
 
 std::mutex instance_lock; // held while the object is made
 
-// The calling thread's time text; it changes once a second.
+// The calling thread's time text.
 const char* time_text() {
-    thread_local time_t second = -1;
-    thread_local char text[32] = "";
-    const time_t now = std::time(nullptr);
-    if (now == second) return text;
-    tm local;
-    if (localtime_r(&now, &local) == nullptr ||
-        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S ", &local) == 0)
-        text[0] = '\0';
-    second = now;
-    return text;
+    thread_local char room[32];
+    thread_local LocalTimeText text("%Y-%m-%d %H:%M:%S ", room);
+    const std::string_view now = text.at(std::time(nullptr));
+    return now.empty() ? "" : now.data();
 }
 
 const char* severity_name(int sev) {
@@ -64,6 +58,13 @@ void Log::dump_ffdc(int role, bool sig_handler) {
     FFDC* ffdc = _ffdc_instance.load(std::memory_order_acquire);
     if (is_ffdc_enabled() && ffdc != nullptr)
         (void)ffdc->FFDC_DumpLogs(static_cast<FFDCRoleT>(role), sig_handler);
+}
+
+void Log::dump_ffdc_and_stop() {
+    FFDC* ffdc = _ffdc_instance.load(std::memory_order_acquire);
+    if (!is_ffdc_enabled() || ffdc == nullptr) return;
+    ffdc->stop_capture();
+    (void)ffdc->FFDC_DumpLogs(FFDC_ROLE_MAX, /*sig_recd=*/true);
 }
 
 void Log::write_ffdc(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,

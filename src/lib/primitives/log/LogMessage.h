@@ -42,6 +42,7 @@ struct LogMessage {
     int logical_sev = 0; // 0 to 57, or beyond for a level outside the scale
     int level = 0;       // debug level
     int obj_tag = 0;
+    bool is_recorded = true; // a log data file can hold it
     uint32_t msgcat_id = 0;
     int line_flags = 0;        // the flags that rule the parts of the line
     std::string_view text{};   // English

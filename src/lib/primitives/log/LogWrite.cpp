@@ -110,7 +110,8 @@ void Log::_write_message(LogMessage& m) {
     _file.begin();
     _write_line(m);
     if (!m.is_debug && !_on_standard_stream()) {
-        if (_ldf_enabled && !_is_inherited() && _ldfp != nullptr && _ldfp->is_opened()) _copy_to_ldf(m);
+        if (m.is_recorded && _ldf_enabled && !_is_inherited() && _ldfp != nullptr && _ldfp->is_opened())
+            _copy_to_ldf(m);
         if (!m.leaves_out(ULOG_NO_EVENT) && QENIsEvent(m.logical_sev))
             QENReportEvent(m.logical_sev, m.number(), m.structure());
     }

@@ -90,6 +90,32 @@ TEST_F(FFDCFixture, RingKeepsTheLatestOldestFirst) {
     EXPECT_EQ(0u, FFDC::seqno_after(4'294'967'293u));
 }
 
+// A handler that dumps and returns: of the thread that it interrupted, and of others, nothing is lost.
+TEST_F(FFDCFixture, CaptureGoesOnBehindTheDumpOfAHandlerThatReturns) {
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a dump in a signal handler reads without locks, on purpose";
+#endif
+    register_as(FFDC_ROLE_AGFW_MAIN);
+    std::atomic<bool> done{false};
+    std::thread busy([&] { // displaces entries while the handler reads them
+        register_as(FFDC_ROLE_AGFW_MAIN);
+        for (long i = 0; !done; ++i) capture(i % 1000);
+    });
+    std::signal(SIGUSR1, [](int) { Log::dump_ffdc(FFDC_ROLE_MAX, /*sig_handler=*/true); });
+    for (int i = 0; i < 50; ++i) {
+        std::raise(SIGUSR1);
+        capture(1000 + i);
+        const std::vector<long> numbers = numbers_in(dump_path("AGFWMain"));
+        EXPECT_EQ(0, std::count(numbers.begin(), numbers.end(), -1)) << "torn entries";
+    }
+    done = true;
+    busy.join();
+    std::signal(SIGUSR1, SIG_DFL);
+    capture(2000);
+    Log::dump_ffdc(FFDC_ROLE_AGFW_MAIN, /*sig_handler=*/false);
+    EXPECT_EQ(2000, numbers_in(dump_path("AGFWMain")).back());
+}
+
 TEST_F(FFDCFixture, ThreadsOfARoleShareItsRingAndDump) {
     const auto run_as = [this](int role, long number) {
         std::thread([&] {

@@ -106,9 +106,10 @@ TEST_F(LogWriteTest, TypesOfMessages) {
         {"2056 severity as text", log_add(SEV_ERR, MSG_LOG_AS_TEXT), 0, ""},
         {"2056 severity too high", log_add(58), 0, ""},
         {"2056 severity negative", log_add(-1), 0, ""},
-        {"2056 object type too high", log_add(SEV_ERR, 0, 7), 0, ""},
-        {"2056 object type negative", log_add(SEV_ERR, 0, -1), 0, ""},
-        {"2056 object type that a byte would cut", log_add(SEV_ERR, 0, 256), 0, ""},
+        {"2056 object type too high", log_add(SEV_ERR, 0, 7), 0, "QEN ERROR K-16-25-9 added\n"},
+        {"2056 object type negative", log_add(SEV_ERR, 0, -1), 0, "QEN ERROR K-16-25-9 added\n"},
+        {"2056 object type that a byte would cut", log_add(SEV_ERR, 0, 256), 0,
+         "QEN ERROR K-16-25-9 added\n"},
         {"2056 debug off", log_add(5 + DBG_IPM), 0, ""},
         {"2056 debug forced", log_add(5 + DBG_IPM), ULOG_FORCE_DEBUG, "QEN DBG_IPM K-16-25-9 added\n"},
         {"no message", nullptr, 0, ""},
@@ -246,6 +247,8 @@ TEST_F(LogWriteTest, RecordBesideTheLine) {
               message("english", {"a", "", "c", "d", "e", "f", "g"}));
         write(SEV_ERR, "func", "/src/file.cpp", 13, 0, 0, nullptr, message("stored", {"a"}));
         write(SEV_ERR, nullptr, nullptr, 14, 0, 8, nullptr, log_add(SEV_CRIT));
+        for (const int no_object : {-1, 7, 256}) // the line is written all the same
+            write(SEV_ERR, nullptr, nullptr, 14, 0, 8, nullptr, log_add(SEV_CRIT, 0, no_object));
         write(DBG_1, "func", "/src/file.cpp", 15, ULOG_DEBUG, 9, "debug", nullptr);
     }
     LdfTestRecord numbered = {.sev = 2, .obj = 3, .cat = 25, .num = 7, .time = AT, .line = 12},
