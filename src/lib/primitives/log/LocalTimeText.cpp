@@ -31,6 +31,7 @@ bool is_unbroken(const struct tm& first, const struct tm& last) {
 } // namespace
 
 std::string_view LocalTimeText::_at(time_t t) {
+    if (!_settings.are_current()) forget();
     const uint64_t into_hour = static_cast<uint64_t>(t) - static_cast<uint64_t>(_hour);
     if (_kind == SINGLE && into_hour < HOUR && !_tried) { // the second text of this hour: worth a look
         _tried = true;
@@ -60,7 +61,7 @@ void LocalTimeText::_format_anew(time_t t) {
     if (!same_hour) _tried = false;
     _kind = SINGLE;
     // The C library may have named the zone by what it was at that time.
-    _settings = TimeSettings::now();
+    _settings.note();
 }
 
 // Looks for the digits of minute and second and, when they are as they should be, leaves a text of the hour
@@ -83,7 +84,7 @@ bool LocalTimeText::_find_places() {
     _is_proven = true;
     memcpy(_text.data(), start.data(), len + 1);
     _len = len;
-    _settings = TimeSettings::now();
+    _settings.note();
     return true;
 }
 

@@ -7,18 +7,29 @@
 #include <span>
 #include <string_view>
 
-// What a local time depends on beside the second. Asking costs a few instructions.
-struct TimeSettings {
+// What a local time depends on beside the second.
+class TimeSettings {
+public:
+    // Whether nothing has changed since note(). Asking costs a few instructions.
+    bool are_current() const {
+        return _zone == tzname[0] && _summer_zone == tzname[1] && _offset == timezone &&
+               _locale == nl_langinfo(D_T_FMT);
+    }
+    void note() {
+        _locale = nl_langinfo(D_T_FMT);
+        _zone = tzname[0];
+        _summer_zone = tzname[1];
+        _offset = timezone;
+    }
+    void forget() { _locale = nullptr; }
+
+private:
     // Each locale has its own copy of this word, so its place tells locales apart. The C library keeps one
     // copy of each zone name as well.
-    static TimeSettings now() { return {nl_langinfo(D_T_FMT), tzname[0], tzname[1], timezone, daylight}; }
-    bool operator==(const TimeSettings&) const = default;
-
-    const char* locale = nullptr;
-    const char* zone = nullptr; // names without and with summer time
-    const char* summer_zone = nullptr;
-    long offset = 0; // seconds west of UTC
-    int has_summer_time = 0;
+    const char* _locale = nullptr;
+    const char* _zone = nullptr; // names without and with summer time
+    const char* _summer_zone = nullptr;
+    long _offset = 0; // seconds west of UTC
 };
 
 // Formatting a time costs some hundred nanoseconds, copying one a few. Within one hour of local time only the
@@ -39,14 +50,16 @@ public:
     // The local time t as text, valid until the next call, with a NUL behind it; empty when it does not fit
     // the room.
     std::string_view at(time_t t) {
-        const TimeSettings settings = TimeSettings::now();
-        if (settings != _settings) forget(settings);
-        if (t == _time && _kind != NOTHING) return text();
+        if (t == _time && _kind != NOTHING && _settings.are_current()) return text();
         return _at(t);
     }
 
     // Starts over: the next text is made with the time zone of that moment.
-    void forget() { forget({}); }
+    void forget() {
+        _settings.forget();
+        _kind = NOTHING;
+        _is_proven = false;
+    }
 
 private:
     enum Kind {
@@ -55,11 +68,6 @@ private:
         PATCHABLE // as SINGLE, and any second of the hour can be made from _text
     };
     std::string_view text() const { return {_text.data(), _len}; }
-    void forget(const TimeSettings& settings) {
-        _settings = settings;
-        _kind = NOTHING;
-        _is_proven = false;
-    }
     std::string_view _at(time_t t);
     void _format_anew(time_t t);
     bool _find_places();

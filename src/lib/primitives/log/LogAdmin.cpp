@@ -2,6 +2,7 @@
 #include "primitives/log/LogAdmin.h"
 
 #include <memory>
+#include <string>
 #include <strings.h>
 
 #include "platform/unix/QENHooks.h"
@@ -10,7 +11,6 @@
 #include "primitives/log/LogQueue.h"
 #include "primitives/log/LogText.h"
 #include "primitives/message/MsgStruct.h"
-#include "primitives/strings/QENString.h"
 
 std::atomic<int> Log::_syslog_facility{0};
 
@@ -22,10 +22,17 @@ constexpr struct {
 } FACILITIES[] = {{"LOG_LOCAL0", 32768}, {"LOG_LOCAL1", 34816}, {"LOG_LOCAL2", 36864}, {"LOG_LOCAL3", 38912},
                   {"LOG_LOCAL4", 40960}, {"LOG_LOCAL5", 43008}, {"LOG_LOCAL6", 45056}, {"LOG_LOCAL7", 47104}};
 
-// The text of a message as a format for the system log. False: no text, or too long for the buffer.
-bool escaped_text(const MsgStruct* msgp, char (&format)[LOG_TEXT_SIZE]) {
+// The text of a message for the system log. It travels as a format there, in which a '%' counts twice: what
+// exceeds LOG_TEXT_SIZE then is dropped, or cut where a '%' stands. Null data: no text, or too long.
+std::string_view reportable_text(const MsgStruct* msgp) {
     const std::string_view text = message_text(msgp);
-    return text.data() != nullptr && qenescfmt(format, std::string(text).c_str(), sizeof format) == 0;
+    size_t used = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const size_t wanted = text[i] == '%' ? 2 : 1;
+        if (LOG_TEXT_SIZE - used <= wanted) return text[i] == '%' ? text.substr(0, i) : std::string_view();
+        used += wanted;
+    }
+    return text;
 }
 
 // A failed thread operation, as a message on the process's output log.
@@ -47,14 +54,12 @@ void report_thread_failure(const QENThreadFailure& failure) {
 // Mirrors a serious message to the administrator.
 void report_event(int logical_sev, uint32_t event_id, MsgStruct* msg_structp, const char* filep, int line) {
     const auto number = static_cast<int>(event_id);
-    char format[LOG_TEXT_SIZE];
-    if (!escaped_text(msg_structp, format)) return;
-    if (Log::is_ffdc_enabled()) {
-        const std::unique_ptr<char[]> captured(Log::process_dbg_args(format));
-        Log::write_ffdc(logical_sev, "", filep, line, /*flags=*/0, QEN_PLATFORM_CATEGORY, number,
-                        captured.get());
-    }
-    Log::admin_msg(logical_sev, "", filep, line, QEN_PLATFORM_CATEGORY, number, Log::process_args(format));
+    const std::string_view text = reportable_text(msg_structp);
+    if (text.data() == nullptr) return;
+    Log::write_ffdc(logical_sev, "", filep, line, /*flags=*/0, QEN_PLATFORM_CATEGORY, number, msg_structp);
+    auto msgp = std::make_unique<MsgStruct>();
+    msgp->add_elem(MSGID_TEXT, std::string(text).c_str(), 0);
+    Log::admin_msg(logical_sev, "", filep, line, QEN_PLATFORM_CATEGORY, number, msgp.release());
 }
 
 void dump_capture(int) {
@@ -90,8 +95,9 @@ void Log::admin_msg(int sev, const char* whop, const char* filep, int line, int 
 }
 
 void Log::write_admin(time_t, int sev, const char*, const char*, int, int, int, const MsgStruct* msgp) {
-    char format[LOG_TEXT_SIZE];
-    if (escaped_text(msgp, format)) QENSyslog(get_adminlog_facility() | sev, format);
+    const std::string_view text = reportable_text(msgp);
+    if (text.data() != nullptr)
+        QENSyslog(get_adminlog_facility() | sev, "%.*s", static_cast<int>(text.size()), text.data());
 }
 
 void Log::set_adminlog_facility(int facility) {

@@ -30,12 +30,13 @@ std::span<char> Log::_line_room() {
     return {_line_roomp.get(), LineBuffer::CAPACITY};
 }
 
-RecordDisplay& Log::_shown() {
-    if (_displayp == nullptr) _displayp = std::make_unique<RecordDisplay>(_catalog, _on_terminal);
+inline RecordDisplay& Log::_shown() {
+    if (_displayp == nullptr) [[unlikely]]
+        _displayp.reset(new RecordDisplay(_catalog, _on_terminal));
     return *_displayp;
 }
 
-bool Log::_may_show(int sev) {
+inline bool Log::_may_show(int sev) {
     if (_enabled.load(std::memory_order_relaxed) == 0 || sev < 0 || sev > logical_sev(DBG_RES2)) return false;
     if (_fp == nullptr) QENSyslog(SEV_ERR, "Log File Pointer is NULL\n");
     return _fp != nullptr;

@@ -6,10 +6,7 @@
 #include <cstdio>
 
 #include "i18n/common/i18n.h"
-#include "primitives/log/LineBuffer.h"
-#include "primitives/log/Log.h"
 #include "primitives/log/LogCatalog.h"
-#include "primitives/log/TerminalText.h"
 
 namespace {
 
@@ -35,27 +32,9 @@ void RecordDisplay::forget() {
     _times.forget();
 }
 
-void RecordDisplay::show_line(const ShownRecord& record, ArgViews args, LineBuffer& line) {
-    args = first_six(args);
-    if (_on_terminal && !are_plain_for_terminal(args))
-        _show_line(record, ArgsForTerminal<ULOG_MAX_ARGS>(args).views(), line);
-    else
-        _show_line(record, args, line);
-}
-
-inline void RecordDisplay::_show_line(const ShownRecord& record, ArgViews args, LineBuffer& line) {
-    const std::string_view time = _times.at(record.time);
-    if (_identity != Log::_identity) forget();
-    const RecordLine* known = _lines.find(record.msgcat_id, record.sev);
-    if (known == nullptr) known = _learn_line(record.sev, record.msgcat_id);
-    line.append(time);
-    size_t count = 0, args_size = 0;
-    for (; count < args.size() && args[count].data() != nullptr; ++count) args_size += args[count].size();
-    const ArgViews shown = args.first(count);
-    if (known == nullptr || !known->takes(shown, args_size))
-        return _show_unlearned(known, record, time.size(), args, line);
-    char* const start = line.room(known->size() + args_size + RecordLine::SLACK);
-    line.advance(static_cast<size_t>(known->compose(shown, start) - start));
+// A line with arguments that must become visible.
+void RecordDisplay::_show_escaped(const ShownRecord& record, ArgViews args, LineBuffer& line) {
+    _show_line(record, ArgsForTerminal<ULOG_MAX_ARGS>(args).views(), line);
 }
 
 // Null when the head of these messages is too long to be kept. The head comes first: it may look a word up,
@@ -88,17 +67,18 @@ std::string RecordDisplay::_head_of(int sev, uint32_t msgcat_id) {
     return head.append(umi, umi_size);
 }
 
-// The line behind the time, of time_size bytes, when its text must be looked up. Message number 0: the
+// The line when its text must be looked up. Message number 0: the
 // arguments are the text. All are cut to an equal share; arguments behind a null one count but are not shown.
-void RecordDisplay::_show_unlearned(const RecordLine* known, const ShownRecord& record, size_t time_size,
+void RecordDisplay::_show_unlearned(const RecordLine* known, const ShownRecord& record, std::string_view time,
                                     ArgViews args, LineBuffer& line) {
+    line.append(time);
     if (known != nullptr)
         line.append(known->head());
     else
         line.append(_head_of(record.sev, record.msgcat_id));
     size_t size;
     if (number_of(record.msgcat_id) == 0 && !args.empty() && args[0].data() != nullptr)
-        line.advance(put_arguments(line.room(LOG_TEXT_SIZE), time_size, LOG_TEXT_SIZE, args));
+        line.advance(put_arguments(line.room(LOG_TEXT_SIZE), time.size(), LOG_TEXT_SIZE, args));
     else if (_catalog.format(record.msgcat_id, args.data(), args.size(), line.room(I18N_CONV_BUFFSIZE),
                              I18N_CONV_BUFFSIZE, &size))
         line.advance(size);

@@ -5,12 +5,11 @@
 #include <string>
 #include <string_view>
 
+#include "primitives/log/LineBuffer.h"
 #include "primitives/log/LocalTimeText.h"
-#include "primitives/log/LogText.h"
+#include "primitives/log/Log.h"
 #include "primitives/log/RecordLines.h"
-
-class LineBuffer;
-class LogCatalog;
+#include "primitives/log/TerminalText.h"
 
 // What a record says about its message, but for the arguments.
 struct ShownRecord {
@@ -26,10 +25,14 @@ class RecordDisplay {
 public:
     // The catalog must outlive the object. on_terminal: control characters of arguments become visible.
     RecordDisplay(LogCatalog& catalog, bool on_terminal)
-        : _catalog(catalog), _on_terminal(on_terminal), _times("%c", _time_room) {}
+        : _catalog(catalog), _on_terminal(on_terminal), _times("%c", {_time_room, LocalTimeText::SIZE}) {}
 
     // Local time, head and text. args: the arguments, of which six are used; null data ends them.
-    void show_line(const ShownRecord& record, ArgViews args, LineBuffer& line);
+    void show_line(const ShownRecord& record, ArgViews args, LineBuffer& line) {
+        if (args.size() > ULOG_MAX_ARGS) args = args.first(ULOG_MAX_ARGS);
+        if (_on_terminal && !are_plain_for_terminal(args)) return _show_escaped(record, args, line);
+        _show_line(record, args, line);
+    }
 
     // "{@@@}1{@@}text{@@}0{@@}1794854291{@@}1668401", then each argument with add_field, then end_fields.
     // False: no catalog has the message; a line that says so was written, and nothing follows. args: the
@@ -42,18 +45,33 @@ public:
     void forget();
 
 private:
-    void _show_line(const ShownRecord& record, ArgViews args, LineBuffer& line);
+    // Thousands of records pass here: what is known of the message is copied, and the arguments between it.
+    void _show_line(const ShownRecord& record, ArgViews args, LineBuffer& line) {
+        const std::string_view time = _times.at(record.time);
+        if (_identity != Log::_identity) forget();
+        const RecordLine* known = _lines.find(record.msgcat_id, record.sev);
+        if (known == nullptr) known = _learn_line(record.sev, record.msgcat_id);
+        size_t count = 0, args_size = 0;
+        for (; count < args.size() && args[count].data() != nullptr; ++count) args_size += args[count].size();
+        const ArgViews shown = args.first(count);
+        if (known == nullptr || !known->takes(shown, args_size))
+            return _show_unlearned(known, record, time, args, line);
+        char* const start = line.room(time.size() + known->size() + args_size + RecordLine::SLACK);
+        const char* const end = known->compose(shown, RecordLine::put_run(start, time.data(), time.size()));
+        line.advance(static_cast<size_t>(end - start));
+    }
+    void _show_escaped(const ShownRecord& record, ArgViews args, LineBuffer& line);
     const RecordLine* _learn_line(int sev, uint32_t msgcat_id);
     static void _put_unknown(uint32_t msgcat_id, ArgViews args, LineBuffer& line);
     std::string _head_of(int sev, uint32_t msgcat_id);
-    void _show_unlearned(const RecordLine* known, const ShownRecord& record, size_t time_size, ArgViews args,
-                         LineBuffer& line);
+    void _show_unlearned(const RecordLine* known, const ShownRecord& record, std::string_view time,
+                         ArgViews args, LineBuffer& line);
     bool _begin_fields(const ShownRecord& record, ArgViews args, LineBuffer& line);
 
     LogCatalog& _catalog;
     const bool _on_terminal;
     unsigned _identity = 0; // of the process when _lines were made
     RecordLines _lines;
-    char _time_room[LocalTimeText::SIZE];
+    char _time_room[LocalTimeText::SIZE + RecordLine::SLACK]; // put_run reads beyond the end
     LocalTimeText _times;
 };

@@ -10,14 +10,6 @@ namespace {
 
 constexpr std::string_view MISSING_ARG = "???"; // as the catalogs show it
 
-// Copies in steps of SLACK bytes, beyond the end: most runs are a few bytes, for which a call of memcpy costs
-// more than the copy.
-inline char* put_run(char* out, const char* from, size_t size) {
-    for (size_t done = 0; done < size; done += RecordLine::SLACK)
-        memcpy(out + done, from + done, RecordLine::SLACK);
-    return out + size;
-}
-
 // The first and the last bytes of a string, as many as a Word has; its other bytes are among them.
 template <class Word>
 inline void put_both_ends(char* out, const char* from, size_t size) {
