@@ -50,7 +50,7 @@ void LdfReader::_close() {
 int LdfReader::open(const char* pathp, const char* namep) {
     PathText name(namep != nullptr ? file_join({namep}) : nullptr);
     if (namep != nullptr && name == nullptr) return LDF_ENOMEM;
-    if (int rc = readers.add(namep, this)) return rc;
+    if (int rc = readers.add(name.get(), this)) return rc;
     _unregister();
     _close();
     _namep = std::move(name);

@@ -1,5 +1,7 @@
 #include "primitives/ldf/LdfRegistry.h"
 
+#include <new>
+
 #include "primitives/values/NVList.h"
 
 void LdfRegistry::create() {
@@ -15,7 +17,10 @@ int LdfRegistry::add(const char* name, void* object) {
     if (!_names) return LDF_ENOINIT;
     if (!name) return LDF_ENONAME;
     if (find(name)) return LDF_EREGISTERED;
-    _names->append(name, object, /*ref=*/1, /*out=*/nullptr, /*check=*/false);
+    auto* entry = new (std::nothrow) NVElem(name, /*name_ref=*/true);
+    if (!entry) return LDF_ENOMEM;
+    entry->value()->set(object, /*ref=*/1);
+    _names->attach_nvelem(entry, /*ref=*/1, /*name_ref=*/1);
     return LDF_OK;
 }
 

@@ -54,9 +54,9 @@ void LdfWriter::_close() {
 int LdfWriter::open(const char* namep, int flags) {
     PathText name(namep != nullptr ? file_join({namep}) : nullptr);
     if (namep != nullptr && name == nullptr) return LDF_ENOMEM;
-    if (int rc = writers.add(namep, this)) return rc;
+    if (int rc = writers.add(name.get(), this)) return rc;
     if (std::strchr(namep, '/')) {
-        writers.remove(namep, this);
+        writers.remove(name.get(), this);
         return LDF_EFAIL;
     }
     _close();

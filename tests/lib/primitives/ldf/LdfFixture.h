@@ -3,17 +3,19 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <memory>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 #include "primitives/ldf/LdfReader.h"
 #include "primitives/ldf/LdfWriter.h"
 #include "support/LdfBuilder.h"
 #include "support/SyslogTrap.h"
+#include "support/SystemCalls.h"
 #include "support/TempDir.h"
 
 // A record as read: its fixed part and copies of its pieces; "<none>" for a missing one.
@@ -33,6 +35,7 @@ protected:
         LdfWriter::init();
     }
     ~LdfFixture() override {
+        system_call_plan = nullptr;
         LdfReader::destroy();
         LdfWriter::destroy();
     }
@@ -41,10 +44,7 @@ protected:
     bool exists(const std::string& p) const {
         return std::filesystem::exists(std::filesystem::symlink_status(p));
     }
-    static std::string slurp(const std::string& p) {
-        std::ifstream in(p, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
+    std::string bytes_of(const std::string& name) const { return temp.read("ldf/" + name + ".ldf"); }
 
     static ReadRecord copy(const LdfRecordView& view) {
         auto text = [](std::string_view s) { return s.data() ? std::string(s) : "<none>"; };
@@ -79,6 +79,15 @@ protected:
         LdfReader reader;
         EXPECT_EQ(LDF_OK, reader.open(nullptr, name.c_str())) << name;
         return *reader.get_header();
+    }
+
+    // The end of a forked child that does something: its exit status.
+    static int in_child(const std::function<int()>& run) {
+        const pid_t child = fork();
+        if (child == 0) _exit(run());
+        int status = -1;
+        waitpid(child, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
     // Writes one record with seq as its number; the text is "f", "g" and one argument.

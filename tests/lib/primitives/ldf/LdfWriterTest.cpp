@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include "LdfFixture.h"
@@ -6,14 +7,10 @@ namespace fs = std::filesystem;
 
 class LdfWriterTest : public LdfFixture {
 protected:
-    std::string A = "log_A";
+    const std::string A = "log_A";
 
     // The bytes of the current file with both times of the header blanked.
-    std::string timeless() const {
-        std::string bytes = slurp(path(A));
-        EXPECT_GE(bytes.size(), 117u);
-        return bytes.replace(49, 8, 8, '\0');
-    }
+    std::string timeless() const { return bytes_of(A).replace(49, 8, 8, '\0'); }
 };
 
 TEST_F(LdfWriterTest, FileIsByteForByteWhatTheFormatSays) {
@@ -100,6 +97,37 @@ TEST_F(LdfWriterTest, ReopenedFileGoesOnBehindItsLastCompleteRecord) {
     EXPECT_FALSE(exists(path(A) + ".err"));
 }
 
+TEST_F(LdfWriterTest, SizeOfTheFileDecidesAboutRotation) {
+    const struct {
+        int64_t size;
+        uint32_t offset_end; // 0: behind the record
+        int limit;
+        bool rotated;
+    } cases[] = {{65535, 0, 1000, false}, // the smallest limit
+                 {65536, 0, 65535, true},
+                 {65536, 0, 65537, false},
+                 {LDF_DEFAULT_MAXLEN - 1, 0, 0, false}, // without set_maxlen
+                 {LDF_DEFAULT_MAXLEN, 0, 0, true},
+                 {5ll << 30, 0, INT32_MAX, true},
+                 // A record more would lie where no reader goes; the file never reaches its limit.
+                 {INT32_MAX - 100, INT32_MAX - 100, INT32_MAX, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.size);
+        LdfBuilder file = LdfBuilder().record({.seq = 1});
+        if (c.offset_end) file.offset_end(c.offset_end);
+        file.write(path(A));
+        LdfBuilder().record({.seq = 0}).write(path("log_B"));
+        ASSERT_EQ(0, truncate(path(A).c_str(), c.size));
+        LdfWriter w;
+        ASSERT_EQ(LDF_OK, w.open("log", 0));
+        if (c.limit) w.set_maxlen(c.limit);
+        write(w, 2);
+        EXPECT_EQ(c.rotated ? Seqs{2} : (Seqs{1, 2}), seqs_in(A));
+        EXPECT_EQ(c.rotated, exists(path("log_C")));
+        fs::remove(path("log_C"));
+    }
+}
+
 TEST_F(LdfWriterTest, OneWriterPerLog) {
     LdfWriter first, second;
     EXPECT_EQ(LDF_ENONAME, first.open(nullptr, 0));
@@ -110,7 +138,6 @@ TEST_F(LdfWriterTest, OneWriterPerLog) {
         std::string root, name;
         int expect;
     } refused[] = {{root, "a/b", LDF_EFAIL},
-                   {root, "../x", LDF_EFAIL},
                    {root + "/none", "b", LDF_EROOT},
                    {"/proc/self", "b", LDF_EFAIL}}; // "ldf" cannot be made there
     for (const auto& c : refused) {
@@ -122,8 +149,60 @@ TEST_F(LdfWriterTest, OneWriterPerLog) {
     setenv("TAQ_LDF", root.c_str(), 1);
     write(first, 7);
     EXPECT_EQ(Seqs{7}, seqs_in(A));
+    EXPECT_EQ(LDF_OK, second.open("next", 0));
+    EXPECT_EQ(LDF_OK, second.open("third", 0)); // moves on
+    EXPECT_EQ(nullptr, Ldf_obj("next"));
     LdfWriter::destroy();
     EXPECT_EQ(LDF_ENOINIT, second.open("c", 0));
+}
+
+TEST_F(LdfWriterTest, OneProcessPerLog) {
+    const pid_t parent = getpid();
+    LdfWriter w;
+    ASSERT_EQ(LDF_OK, w.open("log", 0));
+    write(w, 1);
+    w.set_maxlen(LDF_MIN_MAXLEN);
+    EXPECT_EQ(0, in_child([&] {
+                  for (int i = 0; i < 40; ++i)
+                      write(w, 2, std::string(4000, 'x')); // neither record nor rotation
+                  LdfWriter::destroy();
+                  LdfWriter::init(); // as if it were another program
+                  clear_syslog();
+                  LdfWriter own;
+                  if (own.open("log", 0) != LDF_EREGISTERED || own.is_opened() || Ldf_obj("log") != nullptr)
+                      return 1;
+                  if (syslog_texts() !=
+                      std::vector{"3Process " + std::to_string(parent) + " writes " + path(A)})
+                      return 2;
+                  if (own.open("childs", 0) != LDF_OK) return 3;
+                  write(own, 5);
+                  return w.open("other", 0) == LDF_OK ? 0 : 4;
+              }));
+    write(w, 3);
+    EXPECT_EQ((Seqs{1, 3}), seqs_in(A));
+    EXPECT_EQ(Seqs{5}, seqs_in("childs_A"));
+    EXPECT_FALSE(exists(path("log_B")));
+    LdfWriter again; // the lock of the dead is free
+    EXPECT_EQ(LDF_OK, again.open("childs", 0));
+    write(again, 6);
+    EXPECT_EQ((Seqs{5, 6}), seqs_in("childs_A"));
+}
+
+TEST_F(LdfWriterTest, DescriptorsAreNoStandardOnesAndDoNotOutliveExec) {
+    LdfBuilder().record().write(path("f"));
+    EXPECT_EQ(0, in_child([&] {
+                  for (int fd = 0; fd < 100; ++fd) close(fd);
+                  LdfReader reader;
+                  LdfWriter created, continued;
+                  if (reader.open(nullptr, "f") || created.open("log", 0) || continued.open("log2", 0))
+                      return 1;
+                  created.XXDEBUG_OPEN((root + "/t").c_str());
+                  for (int fd = 0; fd < 100; ++fd) {
+                      const int flags = fcntl(fd, F_GETFD);
+                      if (flags != -1 && (fd < 3 || flags != FD_CLOEXEC)) return 2;
+                  }
+                  return 0;
+              }));
 }
 
 TEST_F(LdfWriterTest, SetsAsideWhatItCannotContinue) {
@@ -155,17 +234,17 @@ TEST_F(LdfWriterTest, SetsAsideWhatItCannotContinue) {
         ASSERT_EQ(LDF_OK, w.open("log", 0));
         write(w, 5);
         EXPECT_EQ(Seqs{5}, seqs_in(A));
-        EXPECT_EQ(!c.aside, fs::is_regular_file(path(A) + ".err") && slurp(path(A) + ".err") == "older");
-        EXPECT_FALSE(exists(path(A) + ".new"));
+        EXPECT_EQ(!c.aside,
+                  fs::is_regular_file(path(A) + ".err") && temp.read("ldf/log_A.ldf.err") == "older");
+        EXPECT_FALSE(exists(root + "/ldf/log_A.new"));
         fs::remove_all(path(A) + ".err");
     }
-    EXPECT_EQ("short", slurp(root + "/precious")); // the target of a link is not ours
+    EXPECT_EQ("short", temp.read("precious")); // the target of a link is not ours
 }
 
 TEST_F(LdfWriterTest, FailedOpenLeavesNothingWritable) {
-    // A cannot be continued, and the place for what is set aside is taken.
-    LdfBuilder().version(9, 0).record().write(path(A));
-    const std::string before = slurp(path(A));
+    LdfBuilder().version(9, 0).record().write(path(A)); // and the place for what is set aside is taken
+    const std::string before = bytes_of(A);
     fs::create_directories(path(A) + ".err/full");
     LdfWriter w;
     EXPECT_EQ(LDF_EFAIL, w.open("log", 0));
@@ -174,7 +253,7 @@ TEST_F(LdfWriterTest, FailedOpenLeavesNothingWritable) {
     write(w, 1);
     w.set_maxlen(70000);
     EXPECT_EQ(0, w.maxlen());
-    EXPECT_EQ(before, slurp(path(A)));
+    EXPECT_EQ(before, bytes_of(A));
 }
 
 TEST_F(LdfWriterTest, ObjectTypeOutsideTheTableIsFatal) {
@@ -182,5 +261,17 @@ TEST_F(LdfWriterTest, ObjectTypeOutsideTheTableIsFatal) {
     ASSERT_EQ(LDF_OK, w.open("log", 0));
     for (int obj : {7, -1})
         EXPECT_DEATH(write(w, 0, "x", 4, static_cast<char>(obj)), "ASSERTION FAILED") << obj;
-    EXPECT_TRUE(read_file(A).empty());
+}
+
+TEST_F(LdfWriterTest, TraceFileHoldsTheLines) {
+    const std::string name = root + "/t";
+    LdfReader reader;
+    LdfWriter w;
+    reader.XXDEBUG("unheard");
+    reader.XXDEBUG_OPEN(name.c_str());
+    reader.XXDEBUG("one %s");
+    w.XXDEBUG_OPEN((name + std::string(5000, 'n')).c_str()); // cut
+    w.XXDEBUG("two");
+    EXPECT_EQ("one %s\n", temp.read("t-ldfr.debug"));
+    EXPECT_EQ("two\n", temp.read("t" + std::string(254 - name.size(), 'n')));
 }
