@@ -8,10 +8,10 @@
 //   N                          drops message N as read from an earlier file
 //
 // In a text: \n \t \v \b \r \f \\ and \ddd (one to three octal digits); a backslash at the end of a line
-// continues the text on the next line; before any other character a backslash is dropped. Sources and texts
-// are UTF-8. Within a file
+// continues the text on the next line; before any other character a backslash is dropped. Within a file
 // sets ascend, and so do the messages of a set, so that a number used twice is noticed; a later file
-// replaces what an earlier one said. CR LF counts as LF; a leading UTF-8 byte order mark is skipped.
+// replaces what an earlier one said. CR LF counts as LF. Sources and texts are UTF-8; a leading byte order
+// mark is skipped.
 #pragma once
 
 #include "Diagnostics.h"

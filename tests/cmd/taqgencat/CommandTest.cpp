@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
-#include <regex>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
@@ -57,8 +56,10 @@ TEST_F(TaqGencat, SourcesGiveTheirDiagnosticsAndCatalogs) {
         dir.write(name + ".msg", read(prefix + ".msg"));
         const CommandResult done = compile(dir.path(name + ".msg"), {"--check"});
         EXPECT_EQ(list.empty() ? 1 : 0, done.status);
-        const std::regex folder(dir.path() + "/");
-        EXPECT_EQ(read(prefix + ".err"), std::regex_replace(done.err, folder, ""));
+        std::string err = done.err;
+        const std::string folder = dir.path() + "/";
+        for (size_t at; (at = err.find(folder)) != std::string::npos;) err.erase(at, folder.size());
+        EXPECT_EQ(read(prefix + ".err"), err);
         EXPECT_EQ(list, listed());
         fs::remove_all(dir.path("root"));
     }

@@ -34,7 +34,11 @@ TEST_F(Locale, LanguageAndCodesetComeFromTheEnvironment) {
     unsetenv("LC_CTYPE");
 }
 
-TEST_F(Locale, LongLanguageIsCut) {
+TEST_F(Locale, NamesMayBeShortOrLong) {
+    std::setlocale(LC_CTYPE, "ja_JP.eucJP");
+    setenv("LC_MESSAGES", "de_DE", 1);
+    EXPECT_STREQ("eucJP", i18nGetSystemCodeset())
+        << "a name without codeset leaves it to the characters' locale";
     char lang[4];
     setenv("QENI18N_LANG", "abcdef", 1);
     EXPECT_EQ(0, i18n_determine_lang(lang, sizeof lang));

@@ -27,10 +27,19 @@ void* operator new(size_t size) {
     if (allocations_left >= 0) std::abort();
     return std::malloc(size);
 }
-void operator delete(void* p) noexcept {
+[[gnu::noinline]] void operator delete(void* p) noexcept {
     std::free(p);
 }
-void operator delete(void* p, size_t) noexcept {
+void* operator new[](size_t size) {
+    return operator new(size);
+}
+[[gnu::noinline]] void operator delete[](void* p) noexcept {
+    std::free(p);
+}
+[[gnu::noinline]] void operator delete[](void* p, size_t) noexcept {
+    std::free(p);
+}
+[[gnu::noinline]] void operator delete(void* p, size_t) noexcept {
     std::free(p);
 }
 

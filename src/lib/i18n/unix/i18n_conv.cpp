@@ -61,7 +61,7 @@ i18n_conv_traits i18n_conv_traits_of(std::string_view codeset) {
         {"ISO-8859-", false, {true, true, false}}, {"ISO8859-", false, {true, true, false}},
         {"EUC-JP", true, {true, true, false}},     {"eucJP", true, {true, true, false}},
         {"EUC-KR", true, {true, true, false}},     {"eucKR", true, {true, true, false}},
-        {"SJIS", true, {true, false, false}}, // has other characters in the place of '\' and '~'
+        {"SJIS", true, {true, false, false}}, // some C libraries change '\\' and '~'
     };
     for (const auto& row : known) {
         const std::string_view prefix = row._prefix;

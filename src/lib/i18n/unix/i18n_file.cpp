@@ -80,8 +80,7 @@ std::FILE* i18n_fopen(const char* path) {
 
 i18n_dirlock::i18n_dirlock(const char* path) : _fd(keep(::open(path, O_RDONLY | O_CLOEXEC | O_DIRECTORY))) {
     if (_fd < 0) return;
-    while (::flock(_fd, LOCK_EX) != 0 && errno == EINTR) {
-    }
+    while (::flock(_fd, LOCK_EX) != 0 && errno == EINTR) continue;
 }
 
 i18n_dirlock::~i18n_dirlock() {
