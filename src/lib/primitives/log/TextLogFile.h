@@ -61,8 +61,8 @@ public:
         _pending += static_cast<off_t>(written);
     }
 
-    // Before a message: a forked child drops what its parent had not flushed; behind a line that was cut, by a
-    // full disk or a death, a new line begins.
+    // Before a message: a forked child drops what its parent had not flushed; behind a line that was cut, by
+    // a full disk or a death, a new line begins.
     void begin() {
         if (_stream != nullptr && (_is_cut || _is_inherited())) _begin_anew();
     }

@@ -90,7 +90,8 @@ TEST_F(LogFileTest, ExistingFileIsContinuedAndCounted) {
     const auto log = opened("engine"), empty = opened("empty");
     put_line(*log, 'a', 2);
     put_line(*log, 'b', 2);
-    EXPECT_EQ(std::string(65535, 'o') + "\na\n", slurp(log_path("engine_B.log"))) << "a cut line gets its end";
+    EXPECT_EQ(std::string(65535, 'o') + "\na\n", slurp(log_path("engine_B.log")))
+        << "a cut line gets its end";
     EXPECT_EQ("b\n", body("engine_A.log"));
     put_line(*empty, 'c', 2);
     EXPECT_EQ("c\n", body("empty_A.log")) << "an empty file gets a header";

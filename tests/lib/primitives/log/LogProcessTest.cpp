@@ -44,6 +44,7 @@ protected:
     }
     // Runs a function in a forked child, which must end with exit(0).
     static pid_t start(const std::function<void()>& run) {
+        fflush(stdout); // or each child's exit writes it as well
         const pid_t child = fork();
         if (child != 0) return child;
         alarm(HANGS_AFTER);
@@ -61,13 +62,19 @@ protected:
     }
 };
 
-// Calls exit when it is written.
+// When it is written, queues a message for another log and calls exit.
 class ExitingLog : public Log {
 public:
+    ExitingLog(Log& log, std::string text) : _log(log), _text(std::move(text)) {}
     void write_log(time_t, int, const char*, const char*, int, int, int, int, const char*,
                    MsgStruct*) override {
+        QEN_MESSAGE(&_log, SEV_INFO, BARE, 25, 1, "%s", _text.c_str());
         exit(0);
     }
+
+private:
+    Log& _log;
+    std::string _text;
 };
 
 FILE* stream_that_writes_by(ssize_t (*write)(void*, const char*, size_t), void* cookie) {
@@ -104,10 +111,9 @@ TEST_F(LogProcessTest, ExitWritesWhatIsQueued) {
          }},
         {"of the logger thread",
          [](Log& log) {
-             static ExitingLog exiting;
+             static ExitingLog exiting(log, std::to_string(MANY - 1));
              put_all(log, MANY - 1);
              exiting.write_dbg(DBG_1, "f", "g", 1, BARE, 25, 1, "now");
-             put(log, std::to_string(MANY - 1).c_str());
              for (;;) pause();
          }},
         {"after a stop and a start",
@@ -174,6 +180,9 @@ TEST_F(LogProcessTest, ForkedChildrenLogWhateverThreadsOfTheParentDo) {
             }
             Log::unregister_for_ffdc();
         });
+    producers.emplace_back([&] {
+        for (int n = 0; n < 50000 && !is_over; ++n) QENSyslog(SEV_INFO, "parent");
+    });
     std::vector<pid_t> children;
     for (int c = 0; c < CHILDREN; ++c) {
         if (c == CHILDREN / 2) Log::stop_logger();
@@ -260,7 +269,9 @@ TEST_F(LogProcessTest, AForkedChildRotatesNothingAndFollowsItsParent) {
 
 TEST_F(LogProcessTest, AForkWaitsNotForEverForAWriteInProgress) {
     static std::atomic<int> state{0}; // 1: the write has begun, 2: it may end
+    static std::atomic<int> writes{0};
     const auto write = [](void*, const char*, size_t size) {
+        ++writes;
         state = 1;
         while (state != 2) std::this_thread::sleep_for(1ms);
         return static_cast<ssize_t>(size);
@@ -273,7 +284,7 @@ TEST_F(LogProcessTest, AForkWaitsNotForEverForAWriteInProgress) {
         state = 2;
         put(*blocked, "dropped");
         put(*free_log, "child");
-        _exit(0);
+        _exit(writes - 1);
     });
     state = 2;
     writer.join();
@@ -302,7 +313,7 @@ TEST_F(LogProcessTest, OneProcessWritesALog) {
     auto log = opened("engine");
     put(*log, "one");
     for (const bool deletes : {false, true}) EXPECT_EQ(ULOG_EREGISTERED, open_in_child(deletes));
-    ASSERT_EQ(ULOG_OK, log->open("another", nullptr, 0, nullptr));
+    ASSERT_EQ(ULOG_OK, log->open("another", stderr, 0, nullptr));
     EXPECT_EQ(ULOG_OK, open_in_child(/*deletes=*/false)) << "the process ends without closing the log";
     ASSERT_EQ(ULOG_OK, log->open("engine", nullptr, 0, nullptr));
     EXPECT_EQ(ULOG_EREGISTERED, open_in_child(true));

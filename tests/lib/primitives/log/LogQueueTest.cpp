@@ -169,6 +169,7 @@ TEST_F(LogQueueTest, ADeletedLogHasWrittenWhatWasQueuedForIt) {
 struct LoggingStream {
     Log &same, &other;
     std::string written{};
+    std::atomic<int> writes{0};
 
     FILE* open() {
         FILE* fp = fopencookie(this, "w", {nullptr, write, nullptr, nullptr});
@@ -181,6 +182,7 @@ struct LoggingStream {
         self->written += text;
         for (Log* log : {&self->same, &self->other})
             log->write_dbg(DBG_1, "f", "g", 1, BARE, 25, 1, ("about " + text).c_str());
+        ++self->writes;
         return static_cast<ssize_t>(size);
     }
 };
@@ -194,6 +196,7 @@ TEST_F(LogQueueTest, AMessageFromWithinTheWriteOfItsLogIsDropped) {
         if (queued) Log::start_logger();
         put(talking, "one", 2);
         put(talking, "two", 3);
+        while (stream.writes < 2) std::this_thread::yield(); // and the logger thread goes on
         if (queued) Log::stop_logger();
         EXPECT_EQ("one\ntwo\n", stream.written);
         fclose(fp);
