@@ -11,8 +11,8 @@ public:
     void create();  // when it does not exist yet
     void destroy(); // forgets all names; the objects behind them are only referred to
 
-    // LDF_ENOINIT without create(), LDF_ENONAME for null, LDF_EREGISTERED when the name is in use, LDF_ENOMEM.
-    // The name is only referred to: it must live until remove().
+    // LDF_ENOINIT without create(), LDF_ENONAME for null, LDF_EREGISTERED when the name is in use,
+    // LDF_ENOMEM. The name is only referred to: it must live until remove().
     int add(const char* name, void* object);
     void remove(const char* name, const void* object); // only when `object` is what the name stands for
     void* find(const char* name) const;                // null when there is none

@@ -1,5 +1,3 @@
-#include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
@@ -72,28 +70,6 @@ TEST_F(NameLockTest, BelongsToOneProcess) {
     EXPECT_EQ(Holder::NOBODY, take(mine)) << "what a dead process left is free";
 }
 
-TEST_F(NameLockTest, ForkedChildTakesTheNameOfItsDeadParent) {
-    int ends[2];
-    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
-    const Process parent([&] {
-        NameLock lock, other;
-        if (take(lock) != Holder::NOBODY || take(other, "other") != Holder::NOBODY) return 1;
-        if (fork() > 0) return 0;
-        while (getppid() != getpid() && kill(getppid(), 0) == 0 &&
-               lock.take(folder.c_str(), "engine").holder != Holder::NOBODY)
-            usleep(1000);
-        const char ok =
-            lock.is_held() && !other.is_held() && take(other, "other") == Holder::NOBODY ? 'y' : 'n';
-        return write(ends[1], &ok, 1) == 1 ? 0 : 1;
-    });
-    close(ends[1]);
-    EXPECT_EQ(0, parent.ends());
-    char ok = '?';
-    EXPECT_EQ(1, read(ends[0], &ok, 1));
-    EXPECT_EQ('y', ok);
-    close(ends[0]);
-}
-
 // Whoever locks a file that its holder removed meanwhile must not believe that the name is his.
 TEST_F(NameLockTest, ManyProcessesNeverHoldItTogether) {
     constexpr int PROCESSES = 4, ROUNDS = 500;
@@ -126,18 +102,4 @@ TEST_F(NameLockTest, NamesThatCannotBeLockedMayBeWritten) {
     EXPECT_FALSE(fs::exists(folder + "elsewhere"));
     EXPECT_EQ(Holder::NOBODY, take(lock, std::string(249, 'n').c_str()));
     EXPECT_TRUE(lock.is_held()) << "the longest name of a log";
-}
-
-TEST_F(NameLockTest, DescriptorIsNoStandardOneAndDoesNotOutliveExec) {
-    EXPECT_EQ(0, Process([&] {
-                     const int free = fcntl(0, F_DUPFD, 3);
-                     close(free);
-                     for (int fd = 0; fd < 3; ++fd) close(fd);
-                     NameLock lock;
-                     if (take(lock) != Holder::NOBODY || !lock.is_held()) return 1;
-                     for (int fd = 0; fd < 3; ++fd)
-                         if (fcntl(fd, F_GETFD) != -1) return 2;
-                     if (fcntl(free, F_GETFD) != FD_CLOEXEC) return 3;
-                     return 0;
-                 }).ends());
 }

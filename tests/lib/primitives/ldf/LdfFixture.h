@@ -18,13 +18,6 @@
 #include "support/SystemCalls.h"
 #include "support/TempDir.h"
 
-// A record as read: its fixed part and copies of its pieces; "<none>" for a missing one.
-struct ReadRecord {
-    ldf_msg_header_t header;
-    std::string file, func;
-    std::vector<std::string> args;
-};
-
 class LdfFixture : public testing::Test {
 protected:
     LdfFixture() {
@@ -46,19 +39,13 @@ protected:
     }
     std::string bytes_of(const std::string& name) const { return temp.read("ldf/" + name + ".ldf"); }
 
-    static ReadRecord copy(const LdfRecordView& view) {
-        auto text = [](std::string_view s) { return s.data() ? std::string(s) : "<none>"; };
-        ReadRecord r = {view.header, text(view.filename()), text(view.function()), {}};
-        view.for_each_arg([&](std::string_view arg) { r.args.emplace_back(arg); });
-        return r;
-    }
-    // All records that pass, up to and without the first bad result, which goes to `end`.
-    static std::vector<ReadRecord> read_all(LdfReader& reader, const LdfFilter& filter = {},
-                                            int* end = nullptr) {
-        std::vector<ReadRecord> records;
+    // The fixed parts of all records that pass, up to and without the first bad result, which goes to `end`.
+    using Records = std::vector<ldf_msg_header_t>;
+    static Records read_all(LdfReader& reader, const LdfFilter& filter = {}, int* end = nullptr) {
+        Records records;
         LdfRecordView view;
         int rc;
-        while ((rc = reader.next_record(filter, view)) == LDF_OK) records.push_back(copy(view));
+        while ((rc = reader.next_record(filter, view)) == LDF_OK) records.push_back(view.header);
         if (end) *end = rc;
         return records;
     }
@@ -66,7 +53,7 @@ protected:
         file.write(path("f"));
         ASSERT_EQ(LDF_OK, reader.open(nullptr, "f"));
     }
-    std::vector<ReadRecord> read_file(const std::string& name) const {
+    Records read_file(const std::string& name) const {
         LdfReader reader;
         EXPECT_EQ(LDF_OK, reader.open(nullptr, name.c_str())) << name;
         int end = 0;
@@ -96,19 +83,19 @@ protected:
                 nullptr, nullptr);
     }
     using Seqs = std::vector<unsigned>;
-    static Seqs seqs(const std::vector<ReadRecord>& records) {
+    static Seqs seqs(const Records& records) {
         Seqs all;
-        for (const auto& r : records) all.push_back(r.header.seq);
+        for (const auto& r : records) all.push_back(r.seq);
         return all;
     }
     Seqs seqs_in(const std::string& name) const { return seqs(read_file(name)); }
 
     // What the generations of a log hold, oldest first.
-    std::vector<ReadRecord> kept(const std::string& log) const {
-        std::vector<ReadRecord> all;
+    Records kept(const std::string& log) const {
+        Records all;
         for (const char* suffix : {"_C", "_B", "_A"})
             if (std::filesystem::is_regular_file(path(log + suffix)))
-                for (auto& r : read_file(log + suffix)) all.push_back(std::move(r));
+                for (const auto& r : read_file(log + suffix)) all.push_back(r);
         return all;
     }
 

@@ -28,7 +28,7 @@ TEST_F(LdfReaderTest, EveryFileGivesAListedResult) {
         const char* name;
         LdfBuilder file;
         int open, records = 0, end = 0; // result of open, number of records and result of reading on
-        int tail = LDF_OK;      // of 20 records
+        int tail = LDF_OK;              // of 20 records
     } cases[] = {
         {"bytes behind the last record", LdfBuilder(two).append("junk"), LDF_OK, 2, LDF_EEND},
         {"host name without NUL", LdfBuilder().system(std::string(33, 'h')), LDF_OK, 0, LDF_EEND},

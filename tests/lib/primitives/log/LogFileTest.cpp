@@ -140,7 +140,8 @@ TEST_F(LogFileTest, FullDiskNeitherStopsTheProgramNorCounts) {
     getrlimit(RLIMIT_FSIZE, &old);
     const struct rlimit limit = {size_of("engine_A.log") + 10, old.rlim_max}; // room for a part of a line
     setrlimit(RLIMIT_FSIZE, &limit);
-    for (int i = 0; i < 5000; ++i) put_line(*log, 'b', i < 10 ? 70000 : 20); // first larger than the stream's buffer
+    for (int i = 0; i < 5000; ++i)
+        put_line(*log, 'b', i < 10 ? 70000 : 20); // first larger than the stream's buffer
     setrlimit(RLIMIT_FSIZE, &old);
     EXPECT_EQ("a\n", body("engine_A.log")) << "nor does it leave half a line";
     put_line(*log, 'c', 2);
