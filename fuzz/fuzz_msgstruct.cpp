@@ -26,7 +26,7 @@ namespace {
 
 struct Item {
     char type;
-    int32_t int32_t = 0;
+    int32_t s32 = 0;
     std::string bytes;
     int inner = 0;                 // value of element 1 in a nested message
     MsgStruct* referred = nullptr; // the nested message itself, when only referred to
@@ -75,7 +75,7 @@ private:
     Item make_item(int kind) {
         Item item{};
         switch (kind % 4) {
-        case 0: item.type = 'C', item.int32_t = _in.byte() * -0x00800101; break;
+        case 0: item.type = 'C', item.s32 = _in.byte() * -0x00800101; break;
         case 1: item.type = 'F', item.bytes = _in.text(/*with_nul=*/_in.byte() % 4 != 0); break;
         case 2: item.type = 'G', item.bytes = _in.text(/*with_nul=*/false); break;
         default: item.type = 'S', item.inner = _in.byte(); break;
@@ -130,7 +130,7 @@ private:
     }
 
     void add(int16_t id, const Item& item) {
-        const msg_result rc = item.type == 'C'   ? _msg->add_elem(id, item.int32_t)
+        const msg_result rc = item.type == 'C'   ? _msg->add_elem(id, item.s32)
                               : item.type == 'F' ? _msg->add_elem(id, item.bytes.c_str(), length(item))
                                                  : _msg->add_elem(id, block(item), length(item));
         REQUIRE(rc == (!valid(id) ? MSG_EBADID : present(id) ? MSG_EEXISTS : MSG_SOK));
@@ -140,7 +140,7 @@ private:
     void append(int16_t id, Item item) {
         msg_result rc;
         switch (item.type) {
-        case 'C': rc = _msg->append_elem(id, item.int32_t); break;
+        case 'C': rc = _msg->append_elem(id, item.s32); break;
         case 'F': rc = _msg->append_elem(id, item.bytes.c_str(), length(item)); break;
         case 'G': rc = _msg->append_elem(id, block(item), length(item)); break;
         default:
@@ -193,7 +193,7 @@ private:
         msg_result rc;
         bool fails = false;
         switch (item.type) {
-        case 'C': rc = _msg->set(id, item.int32_t); break;
+        case 'C': rc = _msg->set(id, item.s32); break;
         case 'F':
             fails = negative;
             rc = _msg->set(id, item.bytes.c_str(), negative ? -length(item) : length(item));
@@ -248,12 +248,12 @@ private:
 
     static void check_item(const Item& expect, const DecodedItem& found, const MsgElem& elem) {
         REQUIRE(found.type == expect.type && elem.gettype() == static_cast<uint8_t>(expect.type));
-        REQUIRE(found.bytes == expect.bytes && found.int32_t == expect.int32_t);
-        if (expect.type == 'C') REQUIRE(elem.gets32() == expect.int32_t && elem.getnwsize() == 4);
+        REQUIRE(found.bytes == expect.bytes && found.s32 == expect.s32);
+        if (expect.type == 'C') REQUIRE(elem.gets32() == expect.s32 && elem.getnwsize() == 4);
         if (expect.type == 'F' || expect.type == 'G')
             REQUIRE(std::string(elem.getstr(), static_cast<size_t>(elem.getnwsize())) == expect.bytes);
         if (expect.type != 'S') return;
-        REQUIRE(found.nested[0].elems.at(1).items[0].int32_t == expect.inner);
+        REQUIRE(found.nested[0].elems.at(1).items[0].s32 == expect.inner);
         REQUIRE(found.nested[0].elems.at(2).items[0].bytes.size() == static_cast<size_t>(expect.inner) + 1);
         REQUIRE(elem.getmsg()->find(1)->gets32() == expect.inner);
         REQUIRE(expect.referred == nullptr || expect.referred == elem.getmsg());

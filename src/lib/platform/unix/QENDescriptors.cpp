@@ -48,7 +48,10 @@ FILE* QENOpenStream(const char* path, const char* mode) {
         return nullptr;
     }
     const int fd = QENOpenDescriptor(path, flags, STREAM_MODE);
-    if (fd < 0) return nullptr;
+    return fd >= 0 ? QENStreamOver(fd, mode) : nullptr;
+}
+
+FILE* QENStreamOver(int fd, const char* mode) {
     FILE* fp = fdopen(fd, mode);
     if (fp == nullptr) close_keeping_errno(fd);
     return fp;

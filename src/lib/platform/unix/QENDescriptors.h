@@ -17,3 +17,6 @@ int QENOpenDescriptor(const char* path, int flags, mode_t mode = 0);
 // fopen(3) on a kept descriptor, for the modes "r", "r+", "w", "w+", "a" and "a+", each with or without "b".
 // Null with errno set; EINVAL for another mode.
 FILE* QENOpenStream(const char* path, const char* mode);
+
+// fdopen(3) that closes the descriptor when it fails. Null with errno set.
+FILE* QENStreamOver(int fd, const char* mode);

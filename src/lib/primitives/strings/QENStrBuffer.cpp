@@ -1,3 +1,4 @@
+// Growing a string buffer, inserting into it, and reading it piece by piece.
 #include "primitives/strings/QENStrBuffer.h"
 
 #include "platform/unix/QENAssert.h"

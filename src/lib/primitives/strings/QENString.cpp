@@ -1,6 +1,8 @@
+// Bounded copying, formatting, tokens and escapes.
 #include "primitives/strings/QENString.h"
 
 #include "platform/unix/QENBoundedCopy.h"
+#include "platform/unix/QENNullText.h"
 #include "platform/unix/QENPlatform.h"
 
 #include <cstdarg>
@@ -8,7 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <unistd.h>
 
 size_t qenstrlcpy(char* dst, const char* src, size_t size) {
     return QENBoundedCopy(dst, src, size);
@@ -61,9 +62,9 @@ void* qenmalloc(size_t size, const char* file, unsigned line) {
     std::snprintf(report, sizeof report,
                   "malloc() FAILED at file %s, line %u, memory could not be allocated. "
                   "QEN engine dumping core deliberately!",
-                  file != nullptr ? file : "(null)", line);
+                  QENTextOf(file), line);
     QENSyslog(/*sev=*/1, "%s", report);
-    (void)QENWriteAll(STDERR_FILENO, report, std::strlen(report)); // nobody is left to hear of a failure
+    QENPutError(report);
     std::abort();
 }
 

@@ -1,12 +1,17 @@
+// Finds an option word by its unambiguous beginning.
 #include "primitives/strings/argvalue.h"
 
 #include <cstring>
+
+namespace {
 
 // Every word stands before the longer words that begin with it, so that a word given in full ends the search
 // before they make it ambiguous.
 #define QEN_ARGUMENT_WORD(code, word) word,
 const char* const arguments[ARG_ERROR] = {QEN_ARGUMENT_WORDS(QEN_ARGUMENT_WORD)};
 #undef QEN_ARGUMENT_WORD
+
+} // namespace
 
 argvalue_t argvalue(const char* word) {
     if (word == nullptr) return ARG_ERROR;

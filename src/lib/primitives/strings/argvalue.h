@@ -107,10 +107,7 @@ enum argvalue_t : int {
 #undef QEN_ARGUMENT_CODE
         ARG_ERROR // unknown or ambiguous
 };
-using av = argvalue_t;
 static_assert(ARG_ACK == 0 && ARG_WAIT == 96 && ARG_ERROR == 97);
-
-extern const char* const arguments[ARG_ERROR]; // the words by code
 
 // The code of an option word, given in full or as a prefix that only one word has; ARG_ERROR otherwise and
 // for null.

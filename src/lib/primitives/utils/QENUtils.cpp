@@ -1,3 +1,4 @@
+// Local time as text, and tests for plain ASCII.
 #include "primitives/utils/QENUtils.h"
 
 #include <clocale>

@@ -1,3 +1,4 @@
+// Builds the message of a log entry, which the log writes and captures.
 #include "primitives/utils/msg_log_add.h"
 
 #include <cstdio>

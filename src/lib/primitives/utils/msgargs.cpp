@@ -8,6 +8,7 @@
 #include <cstring>
 #include <cwchar>
 
+#include "platform/unix/QENNullText.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/message/ipm_messages.h"
 #include "primitives/utils/QENUtils.h"
@@ -121,7 +122,7 @@ private:
 };
 
 void ArgWriter::string(const Specifier& spec, const char* s) {
-    if (s == nullptr) s = "(null)";
+    s = QENTextOf(s);
     const auto width = static_cast<size_t>(spec.width);
     // Looks no farther than what can show: the text itself, or whether it fills the width.
     const size_t cap =

@@ -1,8 +1,5 @@
 // QENUtils::get_system: under which name this system writes.
-#include <fcntl.h>
 #include <strings.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cctype>
 #include <cstdio>
@@ -12,7 +9,9 @@
 #include <string_view>
 
 #include "platform/unix/QENDefaults.h"
+#include "platform/unix/QENDescriptors.h"
 #include "platform/unix/QENPlatform.h"
+#include "primitives/files/FileIo.h"
 #include "primitives/utils/QENUtils.h"
 
 namespace {
@@ -50,12 +49,9 @@ File open_configuration() {
     char path[PATH_SIZE];
     const bool moved = QENGetenv(QEN_ENV_CONF_DIR, path, sizeof path) == 0;
     const std::string file = std::string(moved ? path : QEN_DEFAULT_CONF_DIR) + CONF_FILE;
-    const int fd = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) return nullptr;
     struct stat st;
-    std::FILE* fp = fstat(fd, &st) == 0 && S_ISREG(st.st_mode) ? fdopen(fd, "r") : nullptr;
-    if (fp == nullptr) close(fd);
-    return File(fp);
+    const int fd = file_open_regular(file.c_str(), /*flags=*/0, st); // 0: to read
+    return File(fd >= 0 ? QENStreamOver(fd, "r") : nullptr);
 }
 
 // Reads the next line, cut at LINE_MAX_BYTES; the rest of a longer one is passed over. By bytes, because a

@@ -59,6 +59,8 @@ int keep_without_standard_streams() {
         if ((flags & O_ACCMODE) != access || ((flags & O_APPEND) != 0) != (*mode == 'a')) return 3;
     }
     if (QENOpenStream("/dev/null", "x") != nullptr || errno != EINVAL) return 4;
+    const int fd = QENOpenDescriptor("/dev/null", O_RDONLY);
+    if (QENStreamOver(fd, "w") != nullptr || fcntl(fd, F_GETFD) != -1) return 7; // closed after the failure
     if (QENKeepDescriptor(-1) != -1 || QENOpenStream("/dev/null/x", "r") != nullptr) return 5;
     return fcntl(0, F_GETFD) == -1 && fcntl(2, F_GETFD) == -1 ? 0 : 6; // the low ones were not left open
 }

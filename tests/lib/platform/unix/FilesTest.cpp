@@ -1,5 +1,6 @@
 // Files, directories and environment.
 #include "platform/unix/QENPlatform.h"
+#include "support/TempDir.h"
 
 #include <cerrno>
 #include <csignal>
@@ -15,15 +16,9 @@ namespace {
 
 // An empty directory of its own for each test, which is also the current one.
 struct Files : testing::Test {
-    Files() {
-        char name[] = "/tmp/qen-files-XXXXXX";
-        fs::current_path(mkdtemp(name));
-    }
-    ~Files() override {
-        const fs::path dir = fs::current_path();
-        fs::current_path("/");
-        fs::remove_all(dir);
-    }
+    Files() { fs::current_path(dir.path()); }
+    ~Files() override { fs::current_path("/"); }
+    TempDir dir;
 };
 
 TEST_F(Files, EachNameHasItsAnswers) {
