@@ -1,8 +1,10 @@
-// The allocator: its blocks, counters, listings and throttle.
+// The allocator: blocks, counters, listings and throttle; the operators and the mixin, seen through its
+// counters.
 #include "primitives/memory/Memory.h"
 
 #include "RawBytes.h"
 #include "primitives/values/NVList.h"
+#include "support/FailingMalloc.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -18,33 +20,31 @@ using namespace std::string_literals;
 
 namespace {
 
+// Allocated by a static object of a file whose order against the allocator's nobody knows.
+const std::string early(100, 'x');
+const int early_bytes = taq_mem.total_bytes();
+
+constexpr bool OWN_OPERATORS = !ADDRESS_SANITIZER && !THREAD_SANITIZER; // theirs stand in for ours
+constexpr auto NOTHROW = std::nothrow;
+
 // The C allocator uses the first bytes of what it gets back, in front of the payload.
 TEST(Memory, BlocksAreGuardedFilledAndAligned) {
     Memory memory;
-    const struct {
-        uint32_t size;
-        bool fill, variable; // fill switched on; ZORQ_MEMORY_CLOBBER present
-    } cases[] = {
-        {0, true, false}, {1, true, false}, {500, true, false}, {500, false, true}, {500, false, false}};
-    for (const auto& c : cases)
-        for (const unsigned align : {0u, 4u, 8u}) {
-            c.variable ? setenv("ZORQ_MEMORY_CLOBBER", "", 1) : unsetenv("ZORQ_MEMORY_CLOBBER");
-            Memory::set_fill(c.fill);
-            char* p = static_cast<char*>(memory.get(align, c.size, MEM_LOG));
-            const std::string block = raw_bytes(p - 8, c.size + 16);
-            uint32_t stored;
-            std::memcpy(&stored, block.data() + 4, sizeof stored);
+    for (const int mode : {0, 1, 2}) // 0: no fill; 1: switched on; 2: kept on by the environment
+        for (const uint32_t size : {0u, 1u, 500u}) {
+            mode == 2 ? setenv("ZORQ_MEMORY_CLOBBER", "", 1) : unsetenv("ZORQ_MEMORY_CLOBBER");
+            Memory::set_fill(mode == 1);
+            char* p = static_cast<char*>(memory.get(8, size, MEM_LOG));
+            const std::string block = raw_bytes(p - 8, size + 16);
             EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(p) % 16);
-            EXPECT_EQ("BOK\0"s, block.substr(0, 4));
-            EXPECT_EQ(c.size, stored);
-            EXPECT_EQ(c.fill || c.variable, block.substr(8, c.size) == std::string(c.size, '\xFD'));
-            EXPECT_EQ("EOKEOKE\0"s, block.substr(8 + c.size));
-            std::memset(p, 'x', c.size);
+            EXPECT_EQ("BOK\0"s + std::string(reinterpret_cast<const char*>(&size), 4), block.substr(0, 8));
+            EXPECT_TRUE(mode == 0 || block.substr(8, size) == std::string(size, '\xFD'));
+            EXPECT_EQ("EOKEOKE\0"s, block.substr(8 + size));
+            std::memset(p, 'x', size);
             memory.release(p, MEM_LOG);
-            const std::string freed = raw_bytes(p, c.size + 8);
-            if (c.size < 64) continue;
-            EXPECT_EQ(c.fill || c.variable, freed.substr(0, c.size) == std::string(c.size, '\xFE'));
-            EXPECT_EQ("BADBADB\0"s, freed.substr(c.size));
+            if (size == 500) {
+                EXPECT_EQ(std::string(500, mode == 0 ? 'x' : '\xFE') + "BADBADB\0"s, raw_bytes(p, 508));
+            }
         }
     Memory::set_fill(true);
 }
@@ -53,48 +53,42 @@ TEST(Memory, ListingsFollowTheBlocks) {
     Memory memory;
     const std::string blocks = std::to_string(Memory::blocks());
     void* a = memory.get(0, 1234, MEM_LDF_READER);
-    memory.release(memory.get(0, 100'000'000, MEM_ARC), MEM_LOG); // the type given here counts
-    memory.release(nullptr, MEM_HASH);
     void* b = memory.get(8, 17, MEM_HASH);
     void* c = memory.get(8, 0, MEM_HASH);
+    memory.release(nullptr, MEM_HASH);
+    Memory::set_fill(false); // touches no page: 2 GiB released in all, and all blocks but one taken again
+    for (int i = 0; i < 32; ++i) memory.release(memory.get(0, 1 << 26, MEM_ARC), MEM_TASK);
+    std::vector<void*> empty;
+    while (memory.count(MEM_TASK) < -1) empty.push_back(memory.get(0, 0, MEM_TASK));
+    Memory::set_fill(true);
+
     testing::internal::CaptureStdout();
     memory.print();
-    EXPECT_EQ("_total_bytes      = 1251\n_overage          = 48\n_total_bytes_high = 100001234\n"
-              "_overage_high     = 48\n_blocks           = " +
+    EXPECT_EQ("_total_bytes      = 1251\n_overage          = 544\n_total_bytes_high = 67110115\n"
+              "_overage_high     = 544\n_blocks           = " +
                   blocks +
-                  "\n\nARC                 \t  1\t100000000\nHASH                \t  2\t 17\n"
-                  "LDF_READER          \t  1\t1234\nLOG                 \t -1\t-100000000\n",
+                  "\n\nARC                 \t 32\t-2147483648\nHASH                \t  2\t 17\n"
+                  "LDF_READER          \t  1\t1234\nTASK                \t -1\t-2147483648\n",
               testing::internal::GetCapturedStdout());
-
-    memory.release(memory.get(0, 100'000'000, MEM_LOG), MEM_ARC);
     const std::unique_ptr<NVList> used(memory.dist(false)), all(memory.dist(true));
     std::string shown;
     for (const NVElem* e = used->head(); e != nullptr; e = e->next())
         shown +=
             e->name() + "="s + (e->vtype() == VTYPE_S32 ? std::to_string(e->gets32()) : e->getstr()) + "\n";
-    EXPECT_EQ("_total_bytes=1251\n_overage=48\n_total_bytes_high=100001251\n_overage_high=64\n_blocks=" +
-                  blocks + "\nHASH=       2\t       8\t      17\nLDF_READER=       1\t    1234\t    1234\n",
-              shown);
+    EXPECT_EQ(
+        "_total_bytes=1251\n_overage=544\n_total_bytes_high=67110115\n_overage_high=544\n_blocks=" + blocks +
+            "\nARC=      32\t-67108864\t-2147483648\nHASH=       2\t       8\t      17\n"
+            "LDF_READER=       1\t    1234\t    1234\nTASK=      -1\t2147483648\t-2147483648\n",
+        shown);
     EXPECT_EQ(5 + MEMORY_MAX_TYPES, all->count());
-    EXPECT_STREQ("       0\t       0\t       0", all->inquire("VTYPE")->getstr());
     memory.release(a, MEM_LDF_READER), memory.release(b, MEM_HASH), memory.release(c, MEM_HASH);
-
-    Memory::set_fill(false); // touches no page
-    for (int i = 0; i < 32; ++i) memory.release(memory.get(0, 1 << 26, MEM_MISC), MEM_TASK);
-    std::vector<void*> empty;
-    while (memory.count(MEM_TASK) < -1) empty.push_back(memory.get(0, 0, MEM_TASK));
-    const std::unique_ptr<NVList> least(memory.dist(false));
-    EXPECT_STREQ("      -1\t2147483648\t-2147483648", least->inquire("TASK")->getstr());
     for (void* p : empty) memory.release(p, MEM_TASK);
-    Memory::set_fill(true);
-
     const int bytes = taq_mem.total_bytes(); // the listing of the process does not count itself
     EXPECT_EQ(bytes, std::unique_ptr<NVList>(Mem_dist(false))->inquire("_total_bytes")->gets32());
 }
 
 TEST(Memory, CountersAgreeAfterManyThreads) {
     Memory memory;
-    void* kept = memory.get(0, 32, MEM_FFDC);
     std::latch start(4); // together, or each would be done before the next begins
     std::vector<std::jthread> threads;
     for (int t = 0; t < 4; ++t)
@@ -103,45 +97,36 @@ TEST(Memory, CountersAgreeAfterManyThreads) {
             for (size_t i = 0; i < 300'000; ++i) memory.release(memory.get(0, i % 64, MEM_FFDC), MEM_FFDC);
         });
     threads.clear();
-    EXPECT_EQ(32, memory.total_bytes());
-    EXPECT_EQ(16, memory.overage());
-    EXPECT_LE(memory.overage_high(), 5 * 16);
-    memory.release(kept, MEM_FFDC);
+    EXPECT_EQ(0, memory.total_bytes() + memory.overage());
+    EXPECT_LE(memory.overage_high(), 4 * 16);
 }
 
-TEST(MemoryDeathTest, DamagedBlocksAreNamedAndEndTheProcess) {
-    const struct {
-        ptrdiff_t at; // where, from the payload of 10 bytes
-        std::string bytes;
-        const char* report;
-    } cases[] = {{10, "x", "^Unknown trailer$"},
-                 {17, "x", "^Unknown trailer$"},
-                 {10, "BADBADB\0"s, "^BAD trailer$"},
-                 {-5, "x", "^Unknown header$"},
-                 {-8, "BAD\0"s, "^BAD header$"}};
-    for (const auto& c : cases) {
-        const auto damage_and_release = [&] {
+TEST(MemoryDeathTest, DamageAndRefusedRequestsEndTheProcess) {
+    const std::tuple<ptrdiff_t, std::string, const char*> damages[] = {// where, from a payload of 10 bytes
+                                                                       {10, "x", "^Unknown trailer$"},
+                                                                       {17, "x", "^Unknown trailer$"},
+                                                                       {10, "BADBADB\0"s, "^BAD trailer$"},
+                                                                       {-5, "x", "^Unknown header$"},
+                                                                       {-8, "BAD\0"s, "^BAD header$"}};
+    for (const auto& [at, bytes, report] : damages) {
+        const auto damage_and_release = [&, at = at, &bytes = bytes] {
             dup2(STDERR_FILENO, STDOUT_FILENO); // where the report goes
             char* p = static_cast<char*>(taq_mem.get(0, 10, MEM_MISC));
-            raw_copy(p + c.at, c.bytes.data(), c.bytes.size());
+            raw_copy(p + at, bytes.data(), bytes.size());
             taq_mem.release(p, MEM_MISC);
         };
-        EXPECT_EXIT(damage_and_release(), testing::KilledBySignal(SIGABRT), c.report) << c.at;
+        EXPECT_EXIT(damage_and_release(), testing::KilledBySignal(SIGABRT), report) << at;
     }
-    for (const ptrdiff_t at : {10, 17, -1, -16}) { // caught where it happens
-        volatile char* p = static_cast<char*>(taq_mem.get(0, 10, MEM_MISC));
+    char* p = static_cast<char*>(taq_mem.get(0, 10, MEM_MISC));
+    for (volatile char* at : {p + 10, p + 17, p - 1, p - 16}) {
         if (ADDRESS_SANITIZER) {
-            EXPECT_DEATH(p[at] = 'x', "use-after-poison") << at;
+            EXPECT_DEATH(*at = 'x', "use-after-poison");
         }
-        taq_mem.release(const_cast<char*>(p), MEM_MISC);
     }
-}
-
-TEST(MemoryDeathTest, RefusedRequestsEndTheProcessOrGiveNull) {
-    constexpr size_t TOO_LARGE = 4294967280u;
+    taq_mem.release(p, MEM_MISC);
     EXPECT_EQ(nullptr, taq_mem.try_get(16, 10, MEM_MISC));
-    EXPECT_EQ(nullptr, taq_mem.try_get(0, TOO_LARGE, MEM_MISC));
-    EXPECT_DEATH((void)taq_mem.get(0, TOO_LARGE, MEM_MISC), "expression \\(retp != NULL\\)");
+    EXPECT_EQ(nullptr, taq_mem.try_get(0, 4294967280u, MEM_MISC));
+    EXPECT_DEATH((void)taq_mem.get(0, 4294967280u, MEM_MISC), "expression \\(retp != NULL\\)");
     for (const int type : {-1, 67})
         EXPECT_DEATH((void)taq_mem.try_get(0, 1, type), "expression \\(\\(type < MEMORY_MAX_TYPES\\)\\)");
 }
@@ -159,6 +144,8 @@ TEST(Memory, ThrottleCallsBackAboveTheThresholdAndNotFromWithin) {
     static Memory memory;
     pauses.reserve(64); // so that noting one allocates nothing
     for (const auto& c : cases) {
+        setenv("QEN_BLOCK_THRESHOLD", "0", 1); // use up the count that is left over
+        Memory::block([](int) {}), memory.release(nullptr, MEM_MISC);
         setenv("QEN_BLOCK_THRESHOLD", c.threshold, 1);
         c.time != nullptr ? setenv("QEN_BLOCK_TIME", c.time, 1) : unsetenv("QEN_BLOCK_TIME");
         pauses.clear();
@@ -168,15 +155,67 @@ TEST(Memory, ThrottleCallsBackAboveTheThresholdAndNotFromWithin) {
             if (time == 5) memory.release(memory.get(0, 8, MEM_MISC), MEM_MISC);
         });
         for (int n = 0; n < c.calls; ++n) memory.release(nullptr, MEM_MISC);
-        Memory::block(nullptr);
-        memory.release(nullptr, MEM_MISC);
+        Memory::block(nullptr), memory.release(nullptr, MEM_MISC);
         EXPECT_EQ(std::vector<int>(c.pauses, c.pause), pauses) << c.threshold << " " << c.calls;
         EXPECT_EQ(static_cast<int>(c.pauses), Memory::blocks() - before);
-        setenv("QEN_BLOCK_THRESHOLD", "0", 1); // use up the count that is left over
-        Memory::block([](int) {});
-        memory.release(nullptr, MEM_MISC);
-        Memory::block(nullptr);
     }
+}
+
+struct Small : Pooled<MEM_SWITCHOUT> {
+    virtual ~Small() = default;
+    char bytes[40];
+};
+struct Derived : Small {
+    char more[100];
+};
+struct Throwing : Pooled<MEM_SWITCHOUT> {
+    Throwing() { throw 1; }
+};
+void* volatile kept; // keeps the compiler from leaving out a pair of new and delete
+Small* object;
+
+TEST(Operators, EveryFormCountsUnderItsType) {
+    using action = void (*)();
+    const std::tuple<int, size_t, action, action> pairs[] = {
+        // blocks and bytes between the two actions
+        {MEM_MISC, 33, [] { kept = ::operator new(33); }, [] { ::operator delete (kept, size_t{33}); }},
+        {MEM_MISC, 33, [] { kept = ::operator new[](33); }, [] { ::operator delete[](kept, size_t{33}); }},
+        {MEM_MISC, 33, [] { kept = ::operator new(33, NOTHROW); }, [] { ::operator delete(kept, NOTHROW); }},
+        {MEM_MISC, 33, [] { kept = ::operator new[](33, NOTHROW); },
+         [] { ::operator delete[](kept, NOTHROW); }},
+        {MEM_SWITCHOUT, sizeof(Small), [] { object = new Small; }, [] { delete object; }},
+        {MEM_SWITCHOUT, sizeof(Derived), [] { object = new (NOTHROW) Derived; }, [] { delete object; }},
+        {MEM_SWITCHOUT, 3 * sizeof(Small) + sizeof(size_t), [] { object = new (NOTHROW) Small[3]; },
+         [] { delete[] object; }},
+    };
+    EXPECT_TRUE(!OWN_OPERATORS || early_bytes > 100);
+    for (const auto& [type, bytes, make, end] : pairs) {
+        if (type == MEM_MISC && !OWN_OPERATORS) continue;
+        const int blocks_before = taq_mem.count(type), bytes_before = taq_mem.type_bytes(type);
+        make();
+        EXPECT_EQ(1, taq_mem.count(type) - blocks_before);
+        EXPECT_EQ(bytes, static_cast<size_t>(taq_mem.type_bytes(type) - bytes_before));
+        end();
+        EXPECT_ANY_THROW(kept = new Throwing);
+        EXPECT_EQ(0, taq_mem.count(type) - blocks_before + taq_mem.type_bytes(type) - bytes_before);
+    }
+}
+
+TEST(OperatorsDeathTest, WithoutMemoryPlainFormsEndTheProcessAndNothrowFormsGiveNull) {
+    const int bytes = taq_mem.total_bytes();
+    void* given[4] = {this, this};
+    {
+        const FailingMalloc limit(0);
+        given[0] = new (NOTHROW) Small, given[1] = new (NOTHROW) Small[3];
+        if (OWN_OPERATORS) given[2] = ::operator new(1, NOTHROW), given[3] = ::operator new[](1, NOTHROW);
+    }
+    EXPECT_EQ(bytes, taq_mem.total_bytes());
+    for (const void* p : given) EXPECT_EQ(nullptr, p);
+    const auto exhaust = [] {
+        const FailingMalloc limit(0);
+        kept = new Small;
+    };
+    EXPECT_DEATH(exhaust(), "expression \\(retp != NULL\\)");
 }
 
 } // namespace

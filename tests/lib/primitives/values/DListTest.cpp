@@ -70,6 +70,7 @@ TEST(DListDeath, MisuseNamesTheBrokenRule) {
     DLink alone, elsewhere;
     other.append(&elsewhere);
     EXPECT_DEATH(list.append(static_cast<DLink*>(nullptr)), "expression \\(dlink != NULL\\)");
+    EXPECT_DEATH(list.append(&elsewhere), "expression \\(dlink->_dlist == NULL\\)");
     EXPECT_DEATH(list.insert(&elsewhere), "expression \\(dlink->_dlist == NULL\\)");
     EXPECT_DEATH(list.insert_at(&alone, &elsewhere), "expression \\(location->_dlist == this\\)");
     EXPECT_DEATH(alone.unlink(), "expression \\(_dlist != NULL\\)");
