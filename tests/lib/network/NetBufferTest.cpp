@@ -1,3 +1,4 @@
+// A buffer beside a string, and the chain of buffers.
 #include "network/NetBuffer.h"
 
 #include <algorithm>
@@ -5,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "support/FailingMalloc.h"
 
@@ -70,18 +72,16 @@ TEST(NetBuffer, RefusesHostileSizesAndSaysWhenThereIsNoMemory) {
 
 TEST(NetBufferList, ChainsWholeRequests) {
     NetBufferList list;
-    const struct {
-        int32_t n;
-        uint32_t buffers;
-        int32_t total, used; // of the last buffer
-    } steps[] = {{100, 1, 128, 100}, {28, 1, 128, 128}, {0, 1, 128, 128},   {1, 2, 128, 1},
-                 {300, 3, 300, 300}, {5, 4, 300, 5},    {295, 4, 300, 300}, {1, 5, 300, 1}};
-    for (const auto& step : steps) {
-        const char* p = list.tail()->allocate(step.n, &list);
-        EXPECT_EQ(p + step.n, list.tail()->getbuffer() + list.tail()->getbuffersize());
-        EXPECT_EQ(step.buffers, list.getcount()) << step.n;
-        EXPECT_EQ(step.total, list.tail()->gettotalsize()) << step.n;
-        EXPECT_EQ(step.used, list.tail()->getbuffersize()) << step.n;
+    const std::tuple<int32_t, uint32_t, int32_t, int32_t> steps[] = {
+        // the last two of the last buffer
+        {100, 1, 128, 100}, {28, 1, 128, 128}, {0, 1, 128, 128},   {1, 2, 128, 1},
+        {300, 3, 300, 300}, {5, 4, 300, 5},    {295, 4, 300, 300}, {1, 5, 300, 1}};
+    for (const auto& [n, buffers, total, used] : steps) {
+        const char* p = list.tail()->allocate(n, &list);
+        const NetBuffer& last = *list.tail();
+        EXPECT_EQ(p + n, last.getbuffer() + last.getbuffersize());
+        EXPECT_EQ(std::tuple(buffers, total, used),
+                  std::tuple(list.getcount(), last.gettotalsize(), last.getbuffersize()));
     }
     list.tail()->decbuffersize(&list); // its only byte
     list.tail()->decbuffersize(&list);
@@ -91,19 +91,15 @@ TEST(NetBufferList, ChainsWholeRequests) {
 
 TEST(NetBufferList, UnlinksAnywhereAndCountsWithoutLooking) {
     NetBufferList list;
-    for (int i = 0; i < 3; ++i) list.append_buf(new NetBuffer);
-    for (NetBuffer* bufp : {list.head()->next(), list.tail()}) {
-        list.remove_buf(bufp);
-        delete bufp;
-    }
-    EXPECT_EQ(2u, list.getcount());
-    EXPECT_EQ(list.head()->next(), list.tail());
-    EXPECT_EQ(nullptr, list.tail()->next());
-    NetBuffer stranger;
-    const auto empty = [&] {
-        list.remove_buf(&stranger), list.remove_buf(list.tail()), list.remove_buf(list.head());
-    };
-    EXPECT_DEATH(empty(), "ASSERTION FAILED.*_count == 0");
+    NetBuffer middle, last, stranger;
+    list.append_buf(&middle), list.append_buf(&last);
+    list.remove_buf(&middle);
+    EXPECT_EQ(list.head()->next(), &last);
+    list.remove_buf(&last);
+    EXPECT_TRUE(list.head() == list.tail() && list.getcount() == 1 && list.tail()->next() == nullptr);
+    list.append_buf(new NetBuffer);
+    EXPECT_DEATH((list.remove_buf(&stranger), list.remove_buf(list.tail()), list.remove_buf(list.head())),
+                 "ASSERTION FAILED.*_count == 0");
 }
 
 } // namespace

@@ -68,16 +68,14 @@ TEST_F(LockDeathTest, MisuseEndsTheProcess) {
 }
 
 TEST(CondDeadline, CarriesIntoTheSeconds) {
-    const struct {
-        timeval now;
-        long mSec;
-        timespec expect;
-    } cases[] = {{{10, 900'000}, 1500, {12, 400'000'000}},
-                 {{10, 1'000}, 999, {11, 0}},
-                 {{1'700'000'000, 500'000}, INT_MAX, {1'702'147'484, 147'000'000}}};
-    for (const auto& c : cases) {
-        const timespec at = QENCondDeadline(c.now, c.mSec);
-        EXPECT_TRUE(c.expect.tv_sec == at.tv_sec && c.expect.tv_nsec == at.tv_nsec) << c.mSec;
+    const std::tuple<timeval, long, long, long> cases[] = {
+        // now, milliseconds, and seconds and nanoseconds then
+        {{10, 900'000}, 1500, 12, 400'000'000},
+        {{10, 1'000}, 999, 11, 0},
+        {{1'700'000'000, 500'000}, INT_MAX, 1'702'147'484, 147'000'000}};
+    for (const auto& [now, mSec, seconds, nanoseconds] : cases) {
+        const timespec at = QENCondDeadline(now, mSec);
+        EXPECT_TRUE(seconds == at.tv_sec && nanoseconds == at.tv_nsec) << mSec;
     }
 }
 

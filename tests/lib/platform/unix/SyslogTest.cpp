@@ -52,12 +52,9 @@ std::string events;
 
 TEST(Events, OnlySeriousOnesReachTheHook) {
     auto* msg = reinterpret_cast<MsgStruct*>(0x40);
-    QENHooks hooks;
-    hooks.report_event = [](int sev, uint32_t id, MsgStruct* msgp, const char*, int line) {
-        EXPECT_NE(nullptr, msgp);
+    QENSetHooks({.report_event = [](int sev, uint32_t id, MsgStruct*, const char*, int line) {
         events += std::to_string(sev) + ":" + std::to_string(id) + ":" + std::to_string(line) + " ";
-    };
-    QENSetHooks(hooks);
+    }});
     for (int sev = -2; sev < 60; ++sev) QENReportEvent(sev, 50878, msg);
     QENReportEvent(0, 1, nullptr);
     QENSetHooks({});

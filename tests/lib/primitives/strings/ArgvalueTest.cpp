@@ -1,3 +1,4 @@
+// The words of the command line and their abbreviations.
 #include "primitives/strings/argvalue.h"
 
 #include <gtest/gtest.h>
@@ -21,10 +22,8 @@ TEST(Argvalue, WordsAndTheirUnambiguousPrefixesHaveCodes) {
         }
     }
     for (const int code : {-1, 97}) EXPECT_STREQ("unknown argument", argname(code));
-    // The codes are part of the interface.
-    const std::pair<int, const char*> known[] = {
-        {0, "-ack"},       {18, "-configurator"}, {29, "-encoding"}, {47, "-json"}, {60, "-path"},
-        {74, "-snapshot"}, {83, "-tail"},         {89, "-value"},    {90, "-taq"},  {96, "-wait"}};
+    const std::pair<int, const char*> known[] = {{0, "-ack"},       {18, "-configurator"}, {47, "-json"},
+                                                 {74, "-snapshot"}, {90, "-taq"},          {96, "-wait"}};
     for (const auto& [code, word] : known) EXPECT_STREQ(word, argname(code));
 }
 

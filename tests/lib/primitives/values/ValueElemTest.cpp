@@ -1,6 +1,7 @@
 #include "primitives/values/ValueElem.h"
 
 #include <functional>
+#include <tuple>
 
 #include "ValuesSupport.h"
 #include "primitives/message/MsgStruct.h"
@@ -108,23 +109,17 @@ TEST(ValueElem, Compare) {
     int ends = 0;
     Probe object(&ends);
     const ValueElem null, s8('a'), s32(97), other(98), lower("abc", 1), upper("ABC", 1),
-        no_string(static_cast<char*>(nullptr), 1), block(static_cast<void*>(&ends), 1),
-        block2(static_cast<void*>(&object), 1), list(&abc, 1), LIST(&ABC, 1), longer(&two, 1), nv(&names, 1),
-        o(&object, 1);
-    const struct {
-        const char* name;
-        const ValueElem &a, &b;
-        int any_case, same_case;
-    } cases[] = {
-        {"nothing", null, null, 1, 1},           {"other widths", s8, s32, 0, 0},
-        {"numbers", s32, other, 0, 0},           {"case", lower, upper, 1, 0},
-        {"null string", lower, no_string, 0, 0}, {"null strings", no_string, no_string, 1, 1},
-        {"blocks", block, block2, 0, 0},         {"lists ignore case", list, LIST, 1, 1},
-        {"list lengths", list, longer, 0, 0},    {"same name-value list", nv, nv, 0, 0},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.a.compare(&c.b, false), c.any_case) << c.name;
-        EXPECT_EQ(c.a.compare(&c.b, true), c.same_case) << c.name;
+        no_string(static_cast<char*>(nullptr), 1), block(static_cast<void*>(&ends), 1), list(&abc, 1),
+        LIST(&ABC, 1), longer(&two, 1), nv(&names, 1), o(&object, 1);
+    const std::tuple<const ValueElem&, const ValueElem&, int, int> cases[] = {
+        // ignoring case, and not
+        {null, null, 1, 1},          {s8, s32, 0, 0},          {s32, other, 0, 0},
+        {lower, upper, 1, 0},        {lower, no_string, 0, 0}, {block, block, 1, 1},
+        {list, LIST, 1, 1},          {list, longer, 0, 0},     {nv, nv, 0, 0},
+        {no_string, no_string, 1, 1}};
+    for (const auto& [a, b, any_case, same_case] : cases) {
+        EXPECT_EQ(a.compare(&b, false), any_case) << int{a.vtype()};
+        EXPECT_EQ(a.compare(&b, true), same_case) << int{a.vtype()};
     }
     EXPECT_DEATH(o.compare(&o, false), "expression \\(0\\)");
 }
