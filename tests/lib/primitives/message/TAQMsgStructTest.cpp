@@ -1,48 +1,39 @@
+// Texts from the network, and the names of severities.
 #include "primitives/message/TAQMsgStruct.h"
+#include "primitives/message/severity.h"
 
 #include <climits>
 #include <cstring>
-#include <string>
-
 #include <gtest/gtest.h>
+#include <string>
+#include <tuple>
 
 using namespace std::string_literals;
 
 namespace {
 
 TEST(TAQMsgStruct, TakesOverOnlyATextOfTheToldLength) {
-    const struct {
-        const char* name;
-        std::string bytes;
-        int32_t len;
-        msg_result expect;
-    } cases[] = {
-        {"agrees", "hello\0"s, 9, MSG_SOK},
-        {"empty text", "\0"s, 4, MSG_SOK},
-        {"one too long", "hello\0"s, 10, MSG_EBUFLEN},
-        {"one too short", "hello\0"s, 8, MSG_EBUFLEN},
-        {"no NUL in the bytes told", "hello!"s, 9, MSG_EBUFLEN},
-        {"below the overhead", "\0"s, 3, MSG_EBUFLEN},
-        {"negative", "\0"s, INT_MIN, MSG_EBUFLEN},
-        {"NUL earlier than a huge length", "hello\0"s, INT_MAX, MSG_EBUFLEN},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        char* buf = new char[c.bytes.size()]; // exactly the bytes, so that a sanitizer sees a read too far
-        std::memcpy(buf, c.bytes.data(), c.bytes.size());
+    const std::tuple<std::string, int32_t, bool> cases[] = {
+        {"hello\0"s, 9, true}, {"\0"s, 4, true},  {"hello\0"s, 10, false}, {"hello\0"s, 8, false},
+        {"hello!"s, 9, false}, {"\0"s, 3, false}, {"\0"s, INT_MIN, false}, {"hello\0"s, INT_MAX, false}};
+    for (const auto& [bytes, len, fits] : cases) {
+        char* buf = new char[bytes.size()]; // exactly the bytes, so that a sanitizer sees a read too far
+        std::memcpy(buf, bytes.data(), bytes.size());
         TAQMsgStruct* out = reinterpret_cast<TAQMsgStruct*>(1);
-        EXPECT_EQ(c.expect, TAQMsgStruct::from_nwbuffer(out, buf, c.len));
-        EXPECT_EQ(c.expect == MSG_SOK, out != nullptr);
-        EXPECT_EQ(c.expect == MSG_SOK ? c.len - 4 : -1, out != nullptr ? out->getnwmessagesize() : -1);
+        EXPECT_EQ(fits ? MSG_SOK : MSG_EBUFLEN, TAQMsgStruct::from_nwbuffer(out, buf, len)) << len;
+        EXPECT_EQ(fits ? len - 4 : -1, out != nullptr ? out->getnwmessagesize() : -1) << len;
         delete out;
     }
+    char text[] = "mine"; // stays the caller's
+    EXPECT_EQ(4, TAQMsgStruct(text, /*ref=*/true).getnwmessagesize());
+    EXPECT_DEATH(TAQMsgStruct(nullptr, true), "ASSERTION FAILED.*expression \\(msg\\)");
 }
 
-TEST(TAQMsgStruct, ReferredTextStaysTheCallers) {
-    char text[] = "mine";
-    EXPECT_EQ(4, TAQMsgStruct(text, /*ref=*/true).getnwmessagesize());
-    EXPECT_STREQ("mine", text);
-    EXPECT_DEATH(TAQMsgStruct(nullptr, true), "ASSERTION FAILED.*expression \\(msg\\)");
+TEST(Severity, OnlyTheKnownNumbersHaveNames) {
+    for (const int outside : {-1, 5, 53}) EXPECT_STREQ("", ulog_app_sev_name(outside)) << outside;
+    for (const int outside : {-1, 53}) EXPECT_STREQ("", ulog_dbg_lev_name(outside)) << outside;
+    EXPECT_STREQ("INFO", ulog_app_sev_name(4));
+    EXPECT_STREQ("DBG_RES2", ulog_dbg_lev_name(52));
 }
 
 } // namespace

@@ -98,21 +98,19 @@ TEST(NVList, AttachReplacesTheNamesakeAndWideInquireFallsBackToTheStar) {
 }
 
 TEST(NVList, CompareByNameOrInOrder) {
-    constexpr int BY_NAME = 0, ORDERED = 1;
-    NVList a, b, strict(true, false), renamed, longer;
+    NVList a, turned, renamed, longer, strict(true, false);
     a.append("one", 1), a.append("two", "x", 1);
-    b.append("Two", "X", 1), b.append("ONE", 1);
-    strict.append("one", 1), strict.append("two", "X", 1);
+    turned.append("Two", "X", 1), turned.append("ONE", 1);
     renamed.append("1", 1), renamed.append("two", "x", 1);
     longer.append("one", 1), longer.append("two", "x", 1), longer.append("three", 1);
-    EXPECT_EQ(a.compare(&b, BY_NAME, 0), 1);
-    EXPECT_EQ(a.compare(&b, ORDERED, 0), 0);
-    EXPECT_EQ(a.compare(&renamed, BY_NAME, 0), 0);
-    EXPECT_EQ(a.compare(&renamed, ORDERED, 0), 0);
-    EXPECT_EQ(a.compare(&renamed, ORDERED, 1), 1);
-    EXPECT_EQ(a.compare(&strict, ORDERED, 0), 0) << "case counts in one of them";
-    EXPECT_EQ(strict.compare(&a, BY_NAME, 0), 0);
-    EXPECT_EQ(a.compare(&longer, BY_NAME, 0), 0);
+    strict.append("one", 1), strict.append("two", "X", 1); // case counts, in whichever of the two
+    const std::tuple<const NVList&, const NVList&, int, int, int> cases[] = {
+        // ordered, skip, equal
+        {a, turned, 0, 0, 1},  {a, turned, 1, 0, 0}, {a, renamed, 0, 0, 0}, {a, renamed, 1, 0, 0},
+        {a, renamed, 1, 1, 1}, {a, strict, 1, 0, 0}, {strict, a, 0, 0, 0},  {a, longer, 0, 0, 0}};
+    for (const auto& c : cases)
+        EXPECT_EQ(std::get<0>(c).compare(&std::get<1>(c), std::get<2>(c), std::get<3>(c)), std::get<4>(c))
+            << &c - cases;
 }
 
 TEST(NVList, NamesAreOwnedOrReferredTo) {
