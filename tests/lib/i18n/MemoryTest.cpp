@@ -17,20 +17,20 @@ void* allocate(size_t size) noexcept {
 
 } // namespace
 
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
+[[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept {
     return allocate(size);
 }
-void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+[[gnu::noinline]] void* operator new[](size_t size, const std::nothrow_t&) noexcept {
     return allocate(size);
 }
-void* operator new(size_t size) {
+[[gnu::noinline]] void* operator new(size_t size) {
     if (allocations_left >= 0) std::abort();
     return std::malloc(size);
 }
 [[gnu::noinline]] void operator delete(void* p) noexcept {
     std::free(p);
 }
-void* operator new[](size_t size) {
+[[gnu::noinline]] void* operator new[](size_t size) {
     return operator new(size);
 }
 [[gnu::noinline]] void operator delete[](void* p) noexcept {

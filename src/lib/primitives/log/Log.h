@@ -383,9 +383,9 @@ private:
     std::unique_ptr<VList> _cache_vlistp;                  // MsgStruct elements, owned by the list
     std::unique_ptr<LdfWriter> _ldfp;                      // null when no copy is written
     std::array<std::atomic<int>, DBG_LEV_END> _debug = {}; // flag word per debug level
-    std::atomic<int> _enabled{0}; // 1 once opened
-    int _rewind_flag = 0;         // 0 for a file log, 1 for a given stream
-    int _rewindallowed = 0;       // 1 for a file log
+    std::atomic<int> _enabled{0};                          // 1 once opened
+    int _rewind_flag = 0;                                  // 0 for a file log, 1 for a given stream
+    int _rewindallowed = 0;                                // 1 for a file log
     int _open_flags = 0;
     int _fp_specified = 0;     // 1 when open was given a stream
     bool _on_terminal = false; // asked at open

@@ -32,7 +32,8 @@ __attribute__((no_sanitize("address", "thread", "undefined"), noinline)) void* r
 }
 
 size_t stack_of(const std::function<void()>& call) {
-    auto* memory = static_cast<char*>(mmap(nullptr, STACK, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    auto* memory =
+        static_cast<char*>(mmap(nullptr, STACK, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
     Painted stack = {call, memory + 64};
     pthread_attr_t attr;
     pthread_attr_init(&attr);
@@ -58,13 +59,19 @@ TEST_F(LogFixture, NoCallNeedsMoreThan16KiBOfStack) {
     args.append("a", 1);
     args.append(text.c_str(), 1);
     Log::enable_ffdc();
-    const auto show = [&](int id, int flags) { shown->display_ldf_entry(4, 0, 1794854291, id, &args, flags); };
+    const auto show = [&](int id, int flags) {
+        shown->display_ldf_entry(4, 0, 1794854291, id, &args, flags);
+    };
     const std::pair<const char*, std::function<void()>> calls[] = {
         {"register", [&] { Log::register_for_ffdc(FFDC_ROLE_UBO, "m", root.c_str(), 1); }},
         {"event", [&] { QEN_MESSAGE(file.get(), SEV_CRIT, 0, 25, 7, "%s and %s", "a", text.c_str()); }},
         {"rotation",
-         [&] { for (int i = 0; i < 50; ++i) QEN_MESSAGE(file.get(), SEV_INFO, 0, 25, 7, "%s %Lg", text.c_str(), 1.5L); }},
-        {"in the user's language", [&] { QEN_MESSAGE(shown.get(), SEV_INFO, 0, 25, 7, "%2$s %1$s", "a", "b"); }},
+         [&] {
+             for (int i = 0; i < 50; ++i)
+                 QEN_MESSAGE(file.get(), SEV_INFO, 0, 25, 7, "%s %Lg", text.c_str(), 1.5L);
+         }},
+        {"in the user's language",
+         [&] { QEN_MESSAGE(shown.get(), SEV_INFO, 0, 25, 7, "%2$s %1$s", "a", "b"); }},
         {"debug", [&] { QEN_DEBUG(file.get(), DBG_IPM, 0, 25, 1, "%s%5d", text.c_str(), 1); }},
         {"structure", [&] { file->write_buf("f", "g", 1, SEV_ERR, 0, 25, 1, text.c_str(), "a"); }},
         {"administrator", [&] { Log::admin_msg(SEV_ERR, "f", "g", 1, 25, 1, message(text).release()); }},
