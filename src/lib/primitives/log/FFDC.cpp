@@ -173,7 +173,8 @@ void FFDC::after_fork(bool in_child) {
     _for_all_locks(QENLockRelease);
     if (!in_child) return;
     pid = QENGetPid();
-    _unregister_all_but(pthread_self()); // a new thread may get the number of one that is not here
+    _readers.store(0, std::memory_order_relaxed); // handlers of threads that are not here
+    _unregister_all_but(pthread_self());          // a new thread may get the number of one that is not here
 }
 
 void FFDC::_unregister_all_but(pthread_t tid) {

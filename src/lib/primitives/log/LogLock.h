@@ -72,8 +72,8 @@ private:
         _inside.store(nullptr, std::memory_order_release);
     }
 
-    static constinit thread_local unsigned
-        _depth; // logs that the thread is inside; its address stands for the thread
+    // Logs that the thread is inside. Its address stands for the thread.
+    static constinit thread_local unsigned _depth;
 
     pthread_mutex_t _mutex;
     std::atomic<const void*> _inside{nullptr}; // the thread inside
