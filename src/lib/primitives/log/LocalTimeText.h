@@ -53,6 +53,11 @@ public:
         if (t == _time && _kind != NOTHING && _settings.are_current()) return text();
         return _at(t);
     }
+    // The same for a caller that changes neither zone nor locale within a second of its records.
+    std::string_view at_same_settings(time_t t) {
+        if (t == _time && _kind != NOTHING) return text();
+        return _at(t);
+    }
 
     // Starts over: the next text is made with the time zone of that moment.
     void forget() {

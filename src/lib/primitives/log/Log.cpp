@@ -25,12 +25,23 @@ constexpr char ENV_DEBUG_TAGS[] = "TAQ_DEBUG_LOG_TAGS";
 constexpr char ENV_MAXLEN[] = "QEN_LOG_MAXLEN";
 constexpr size_t SETTING_SIZE = 255;
 constexpr size_t PATH_SIZE = 4096;
+constexpr size_t SYSTEM_NAME_SIZE = 256;
 constexpr char TAG_SEPARATORS[] = " ,;:";
 constexpr char LOG_SUBDIR[] = "/log/";
 constexpr int MSG_LDF_OPEN_FAILED = 50878;
 
 int int_value(const char* text) {
     return static_cast<int>(std::clamp<long>(strtol(text, nullptr, 10), INT_MIN, INT_MAX));
+}
+
+// The folder of text logs under the data root, with a "/" behind it.
+int log_directory(PathText& directory) {
+    char root[PATH_SIZE];
+    if (QENGetenv(QEN_ENV_LOG_ROOT, root, sizeof root) != 0)
+        qenstrlcpy(root, QEN_DEFAULT_DATA_ROOT, sizeof root);
+    if (QENCheckDir(root) == 0) return ULOG_EROOT;
+    directory = file_join({root, LOG_SUBDIR});
+    return directory != nullptr ? ULOG_OK : ULOG_ENOMEM;
 }
 
 } // namespace
@@ -124,14 +135,11 @@ int Log::_open_file_log() {
 
 // Works out directory and paths, makes the directory and takes the name.
 int Log::_make_paths() {
-    char text[PATH_SIZE];
-    if (QENGetenv(QEN_ENV_LOG_ROOT, text, sizeof text) != 0)
-        qenstrlcpy(text, QEN_DEFAULT_DATA_ROOT, sizeof text);
-    if (QENCheckDir(text) == 0) return ULOG_EROOT;
-    const PathText directory = file_join({text, LOG_SUBDIR});
-    if (directory == nullptr) return ULOG_ENOMEM;
+    char system[SYSTEM_NAME_SIZE];
+    PathText directory;
+    if (const int result = log_directory(directory); result != ULOG_OK) return result;
     const bool hidden = (_open_flags & ULOG_HIDDEN_FILE) != 0;
-    if (!_file.set_name(directory.get(), hidden, _namep.get(), QENGetSystemName(text, sizeof text)))
+    if (!_file.set_name(directory.get(), hidden, _namep.get(), QENGetSystemName(system, sizeof system)))
         return ULOG_ENOMEM;
     if (QENCheckDir(directory.get()) == 0)
         if (QENMakeDir(directory.get()) != 0 || QENCheckDir(directory.get()) == 0) return ULOG_EFAIL;

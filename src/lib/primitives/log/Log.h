@@ -206,7 +206,8 @@ public:
 
     // The same without a list: argc views, which need no NUL and hold none; one with null data ends them, as
     // a null pointer would. The line goes to `out`, which the caller sends to the log's stream: many lines
-    // leave together. Whatever else goes to that stream meanwhile must go through `out` as well.
+    // leave together. Whatever else goes to that stream meanwhile must go through `out` as well. A changed
+    // time zone or locale shows with the next record of another second.
     void display_ldf_record(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,
                             const std::string_view* argv, size_t argc, int flags, LineBuffer& out);
 
@@ -345,9 +346,8 @@ private:
     // LogDisplay.cpp
     bool _may_show(int sev);
     RecordDisplay& _shown();
-    template <class ForEachArgument>
-    void _show_fields(const ShownRecord& record, ArgViews first, const ForEachArgument& for_each,
-                      LineBuffer& out);
+    [[gnu::noinline]] void _show_fields(const ShownRecord& record, ArgViews args, VList* listp,
+                                        LineBuffer& out);
     std::span<char> _line_room();
 
     // LogAdmin.cpp: what the platform layer calls through its table of hooks.

@@ -42,13 +42,14 @@ inline bool Log::_may_show(int sev) {
     return _fp != nullptr;
 }
 
-// Shows every argument, however many; the first six are for the text.
-template <class ForEachArgument>
-void Log::_show_fields(const ShownRecord& record, ArgViews first, const ForEachArgument& for_each,
-                       LineBuffer& out) {
+// Shows every argument, however many: those of the list, where there is one. The first six are for the text.
+void Log::_show_fields(const ShownRecord& record, ArgViews args, VList* listp, LineBuffer& out) {
     RecordDisplay& display = _shown();
-    if (!display.begin_fields(record, first, out)) return;
-    for_each([&](std::string_view arg) { display.add_field(arg, out); });
+    if (!display.begin_fields(record, args, out)) return;
+    if (listp != nullptr)
+        for_each_string(listp, [&](std::string_view arg) { display.add_field(arg, out); });
+    else
+        for (std::string_view arg : args) display.add_field(arg, out);
     RecordDisplay::end_fields(out);
 }
 
@@ -65,8 +66,7 @@ void Log::display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_
     });
     LineBuffer out(_fp, _line_room());
     if ((flags & ULOG_DISPLAY_DELIMITED) != 0)
-        _show_fields(
-            record, {args.data(), count}, [&](const auto& add) { for_each_string(vlistp, add); }, out);
+        _show_fields(record, {args.data(), count}, vlistp, out);
     else
         _shown().show_line(record, {args.data(), count}, out);
     (void)out.send(/*at_once=*/false); // nobody to tell of a failure
@@ -76,15 +76,8 @@ void Log::display_ldf_record(int sev, int obj_tag, time_t time_stamp, uint32_t m
                              const std::string_view* argv, size_t argc, int flags, LineBuffer& out) {
     const LogLock::Guard inside(_lock);
     if (!inside || !_may_show(sev)) return;
-    const ShownRecord record = {sev, obj_tag, time_stamp, msgcat_id};
     const ArgViews args(argv, argc);
-    if ((flags & ULOG_DISPLAY_DELIMITED) != 0)
-        _show_fields(
-            record, args,
-            [&](const auto& add) {
-                for (std::string_view arg : args) add(arg);
-            },
-            out);
-    else
-        _shown().show_line(record, args, out);
+    if ((flags & ULOG_DISPLAY_DELIMITED) != 0) [[unlikely]]
+        return _show_fields({sev, obj_tag, time_stamp, msgcat_id}, args, /*listp=*/nullptr, out);
+    _shown().show_next_line({sev, obj_tag, time_stamp, msgcat_id}, args, out);
 }

@@ -33,8 +33,9 @@ void RecordDisplay::forget() {
 }
 
 // A line with arguments that must become visible.
-void RecordDisplay::_show_escaped(const ShownRecord& record, ArgViews args, LineBuffer& line) {
-    _show_line(record, ArgsForTerminal<ULOG_MAX_ARGS>(args).views(), line);
+void RecordDisplay::_show_escaped(const ShownRecord& record, std::string_view time, ArgViews args,
+                                  LineBuffer& line) {
+    _show_plain(record, time, ArgsForTerminal<ULOG_MAX_ARGS>(args).views(), line);
 }
 
 // Null when the head of these messages is too long to be kept. The head comes first: it may look a word up,

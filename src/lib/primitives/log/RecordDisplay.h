@@ -29,9 +29,11 @@ public:
 
     // Local time, head and text. args: the arguments, of which six are used; null data ends them.
     void show_line(const ShownRecord& record, ArgViews args, LineBuffer& line) {
-        if (args.size() > ULOG_MAX_ARGS) args = args.first(ULOG_MAX_ARGS);
-        if (_on_terminal && !are_plain_for_terminal(args)) return _show_escaped(record, args, line);
-        _show_line(record, args, line);
+        _show_line(record, _times.at(record.time), args, line);
+    }
+    // The same for many lines: a changed zone or locale shows with the next other second.
+    void show_next_line(const ShownRecord& record, ArgViews args, LineBuffer& line) {
+        _show_line(record, _times.at_same_settings(record.time), args, line);
     }
 
     // "{@@@}1{@@}text{@@}0{@@}1794854291{@@}1668401", then each argument with add_field, then end_fields.
@@ -46,8 +48,12 @@ public:
 
 private:
     // Thousands of records pass here: what is known of the message is copied, and the arguments between it.
-    void _show_line(const ShownRecord& record, ArgViews args, LineBuffer& line) {
-        const std::string_view time = _times.at(record.time);
+    void _show_line(const ShownRecord& record, std::string_view time, ArgViews args, LineBuffer& line) {
+        if (args.size() > ULOG_MAX_ARGS) args = args.first(ULOG_MAX_ARGS);
+        if (_on_terminal && !are_plain_for_terminal(args)) return _show_escaped(record, time, args, line);
+        _show_plain(record, time, args, line);
+    }
+    void _show_plain(const ShownRecord& record, std::string_view time, ArgViews args, LineBuffer& line) {
         if (_identity != Log::_identity) forget();
         const RecordLine* known = _lines.find(record.msgcat_id, record.sev);
         if (known == nullptr) known = _learn_line(record.sev, record.msgcat_id);
@@ -60,7 +66,7 @@ private:
         const char* const end = known->compose(shown, RecordLine::put_run(start, time.data(), time.size()));
         line.advance(static_cast<size_t>(end - start));
     }
-    void _show_escaped(const ShownRecord& record, ArgViews args, LineBuffer& line);
+    void _show_escaped(const ShownRecord& record, std::string_view time, ArgViews args, LineBuffer& line);
     const RecordLine* _learn_line(int sev, uint32_t msgcat_id);
     static void _put_unknown(uint32_t msgcat_id, ArgViews args, LineBuffer& line);
     std::string _head_of(int sev, uint32_t msgcat_id);

@@ -108,6 +108,10 @@ TEST_F(LogDisplayTest, ReadableLine) {
         EXPECT_EQ(AT + c.line + "\n", shown(c.sev, c.id, c.args));
     }
     for (const int off_the_scale : {58, -1}) EXPECT_EQ("", shown(off_the_scale, PLAIN, {}));
+    const std::string mnemonic(5000, 'M'), origin(5000, 'O');
+    Log::init(mnemonic.c_str(), origin.c_str(), nullptr);
+    EXPECT_EQ("Mon Nov 16 18:38:11 2026 " + mnemonic + " INFO " + origin.substr(0, 4095) + "plain\n",
+              shown(4, PLAIN, {}));
 }
 
 TEST_F(LogDisplayTest, DelimitedRecord) {
@@ -130,13 +134,6 @@ TEST_F(LogDisplayTest, DelimitedRecord) {
         SCOPED_TRACE(c.name);
         EXPECT_EQ(c.record, shown(4, c.id, c.args, 8));
     }
-}
-
-TEST_F(LogDisplayTest, LongestLineIsNotCut) {
-    const std::string mnemonic(5000, 'M'), origin(5000, 'O');
-    Log::init(mnemonic.c_str(), origin.c_str(), nullptr);
-    EXPECT_EQ("Mon Nov 16 18:38:11 2026 " + mnemonic + " INFO " + origin.substr(0, 4095) + "plain\n",
-              shown(4, PLAIN, {}));
 }
 
 TEST_F(LogDisplayTest, SeverityLanguageAndIdentityMayChangeBetweenLines) {

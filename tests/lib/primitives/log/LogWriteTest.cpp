@@ -107,9 +107,6 @@ TEST_F(LogWriteTest, TypesOfMessages) {
         {"2056 severity too high", log_add(58), 0, ""},
         {"2056 severity negative", log_add(-1), 0, ""},
         {"2056 object type too high", log_add(SEV_ERR, 0, 7), 0, "QEN ERROR K-16-25-9 added\n"},
-        {"2056 object type negative", log_add(SEV_ERR, 0, -1), 0, "QEN ERROR K-16-25-9 added\n"},
-        {"2056 object type that a byte would cut", log_add(SEV_ERR, 0, 256), 0,
-         "QEN ERROR K-16-25-9 added\n"},
         {"2056 debug off", log_add(5 + DBG_IPM), 0, ""},
         {"2056 debug forced", log_add(5 + DBG_IPM), ULOG_FORCE_DEBUG, "QEN DBG_IPM K-16-25-9 added\n"},
         {"no message", nullptr, 0, ""},
@@ -163,26 +160,33 @@ TEST_F(LogWriteTest, MessageSiteRecordsItsPlace) {
               GetCapturedStdout());
 }
 
-// No structure is built for these messages unless something asks for it; nobody may notice.
-TEST_F(LogWriteTest, MessageSiteIsRecordedAndReportedLikeAStructure) {
+// As a structure or packed, written at once or by the logger thread: nobody may notice.
+TEST_F(LogWriteTest, AMessageIsTheSameInEveryShape) {
     constexpr int GROUP = 0x100000;
-    for (const bool queued : {false, true}) {
-        SCOPED_TRACE(queued);
-        const std::string name = queued ? "queued" : "direct";
+    for (const std::string name : {"structure", "packed", "structure_queued", "packed_queued"}) {
+        SCOPED_TRACE(name);
+        const bool queued = name.ends_with("queued"), packed = name.starts_with("packed");
         clear_syslog();
-        const auto log = opened(name.c_str());
+        const auto log = opened(name.c_str(), nullptr, ULOG_NO_TIME | ULOG_SOURCE);
+        const auto write = [&](ulog_app_sev sev, int flags, int id, const char* format, auto... args) {
+            if (packed)
+                write_message(log.get(), sev, "func", "/src/file.cpp", 12, flags, 25, id, format, args...);
+            else
+                log->write_app(sev, "func", "/src/file.cpp", 12, flags | ULOG_HAND_OVER, 25, id,
+                               Log::process_args(format, args...));
+        };
         if (queued) Log::start_logger();
-        QEN_MESSAGE(log.get(), SEV_ERR, GROUP, 25, 7, "%s%s%d %s%s%s %s", "a", "", 3, "d", "e", "f", "g");
-        QEN_MESSAGE(log.get(), SEV_CRIT, 0, 25, 0, "no %d%%", 1);
-        const auto line = static_cast<unsigned>(__LINE__ - 1);
+        write(SEV_ERR, GROUP, 7, "%s%s%d %s%s%s %s", "a", "", 3, "d", "e", "f", "g");
+        write(SEV_CRIT, 0, 0, "no %d%%", 1);
         if (queued) Log::stop_logger();
+        EXPECT_EQ("QEN ERROR K-16-25-7 a3 def g\n\tfile.cpp:func[12]\n"
+                  "QEN CRITICAL K-16-25-0 no 1%\n\tfile.cpp:func[12]\n",
+                  body(name + "_A.log"));
         EXPECT_THAT(syslog_texts(), testing::ElementsAre("3a3 def g", "2no 1%"));
-
-        LdfTestRecord numbered = {.sev = 1, .obj = 3, .cat = 25, .num = 7, .line = line - 1},
-                      stored = {.sev = 0, .obj = 0, .cat = 25, .num = 0, .line = line};
-        numbered.file = "LogWriteTest.cpp", numbered.func = "TestBody";
-        numbered.args = {"a", " ", "3", "d", "e", "f"};
-        stored.file = __FILE__, stored.func = "TestBody", stored.args = {"no 1%"};
+        LdfTestRecord numbered = {.sev = 1, .obj = 3, .cat = 25, .num = 7, .line = 12, .file = "file.cpp"},
+                      stored = {.sev = 0, .cat = 25, .num = 0, .line = 12, .file = "/src/file.cpp"};
+        numbered.func = stored.func = "func";
+        numbered.args = {"a", " ", "3", "d", "e", "f"}, stored.args = {"no 1%"};
         const std::string found = slurp(root + "/ldf/" + name + "_A.ldf").substr(117); // behind the header
         std::string expected;
         for (const auto& record : {numbered, stored}) {
@@ -239,27 +243,15 @@ TEST_F(LogWriteTest, VerifyModeDropsOrdinaryMessages) {
 TEST_F(LogWriteTest, RecordBesideTheLine) {
     {
         const auto log = opened("engine", nullptr, ULOG_NO_EVENT);
-        const auto write = [&](int sev, const char* whop, const char* filep, int line, int flags, int id,
-                               const char* text, const std::unique_ptr<MsgStruct>& msgp) {
-            log->write_log(AT, sev, whop, filep, line, flags, 25, id, text, msgp.get());
-        };
-        write(SEV_WARN, "func", "/src/file.cpp", 12, 0x100000, 7, nullptr,
-              message("english", {"a", "", "c", "d", "e", "f", "g"}));
-        write(SEV_ERR, "func", "/src/file.cpp", 13, 0, 0, nullptr, message("stored", {"a"}));
-        write(SEV_ERR, nullptr, nullptr, 14, 0, 8, nullptr, log_add(SEV_CRIT));
-        for (const int no_object : {-1, 7, 256}) // the line is written all the same
-            write(SEV_ERR, nullptr, nullptr, 14, 0, 8, nullptr, log_add(SEV_CRIT, 0, no_object));
-        write(DBG_1, "func", "/src/file.cpp", 15, ULOG_DEBUG, 9, "debug", nullptr);
+        for (const int object : {3, -1, 7, 256}) // no record holds the others; their lines are written
+            log->write_log(AT, SEV_ERR, nullptr, nullptr, 14, 0, 25, 8, nullptr,
+                           log_add(SEV_CRIT, 0, object).get());
+        log->write_log(AT, DBG_1, "func", "/src/file.cpp", 15, ULOG_DEBUG, 25, 9, "debug", nullptr);
     }
-    LdfTestRecord numbered = {.sev = 2, .obj = 3, .cat = 25, .num = 7, .time = AT, .line = 12},
-                  stored = {.sev = 1, .obj = 0, .cat = 25, .num = 0, .time = AT, .line = 13},
-                  added = {.sev = 0, .obj = 3, .cat = 25, .num = 9, .time = AT + 60, .line = 14};
-    numbered.file = "file.cpp", numbered.func = "func", numbered.args = {"a", " ", "c", "d", "e", "f"};
-    stored.file = "/src/file.cpp", stored.func = "func", stored.args = {"stored"};
-    added.file = " ", added.func = " ";
-    std::string expected;
-    for (const auto& record : {numbered, stored, added}) expected += LdfBuilder::record_bytes(record);
-    EXPECT_EQ(expected, slurp(root + "/ldf/engine_A.ldf").substr(117)); // behind the header
+    const LdfTestRecord added = {
+        .sev = 0, .obj = 3, .cat = 25, .num = 9, .time = AT + 60, .line = 14, .file = " ", .func = " "};
+    EXPECT_EQ(LdfBuilder::record_bytes(added),
+              slurp(root + "/ldf/engine_A.ldf").substr(117)); // behind the header
 }
 
 TEST_F(LogWriteTest, SeriousMessagesOfFileLogsReachTheAdministrator) {
