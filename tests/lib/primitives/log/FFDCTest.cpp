@@ -119,6 +119,7 @@ TEST_F(FFDCFixture, CaptureGoesOnBehindTheDumpOfAHandlerThatReturns) {
     std::signal(SIGUSR1, SIG_DFL);
     capture(2000);
     Log::dump_ffdc(FFDC_ROLE_AGFW_MAIN, /*sig_handler=*/false);
+    ASSERT_FALSE(numbers_in(dump_path("AGFWMain")).empty());
     EXPECT_EQ(2000, numbers_in(dump_path("AGFWMain")).back());
 }
 
