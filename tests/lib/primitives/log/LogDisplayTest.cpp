@@ -101,6 +101,7 @@ TEST_F(LogDisplayTest, ReadableLine) {
         {"stored, share of one not shown", 4, STORED, parted, "INFO K-16-25-0  " + x2032 + "..."},
         {"stored without text", 4, STORED, {nullptr}, "INFO K-16-25-0 Could not find message K-16-25-0 : "},
         {"stored too long", 4, STORED, too_long, "INFO K-16-25-0  " + x2032 + "... " + x2032 + ".."},
+        {"stored, one argument", 4, STORED, {"a"}, "INFO K-16-25-0  a"},
         {"seventh is not used", 4, STORED, seven, "INFO K-16-25-0  1 2 3 4 5 6"},
     };
     for (const auto& c : cases) {

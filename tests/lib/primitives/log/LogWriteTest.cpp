@@ -268,6 +268,9 @@ TEST_F(LogWriteTest, SeriousMessagesOfFileLogsReachTheAdministrator) {
     write(SEV_ERR, 0, std::string(5000, 'x').c_str()); // too long to escape
     log->write_dbg(DBG_1, "f", "g", 1, 0, 25, 1, "debug");
     write(SEV_ERR, 0, nullptr);
+    CaptureStdout();
+    opened("out", stdout)->write_buf("f", "g", 1, SEV_CRIT, 0, 25, 1, "on a standard stream");
+    (void)GetCapturedStdout();
     Log::set_adminlog_facility(0);
     // local3 is 19 * 8; critical 2, error 3, debug 7
     EXPECT_THAT(syslog_texts(), testing::ElementsAre("154crit 100% %n %%", "155%1$s", "159forty-one",
