@@ -59,42 +59,47 @@ NameLock::Answer NameLock::take(const char* directory, const char* name) {
     const ListGuard guard;
     while (held_locks != nullptr && held_locks->_forks != QENForkCount())
         held_locks->_let_go(); // the parent's
-    for (int i = 0; i < ATTEMPTS && _try(path.get(), answer) == Attempt::CHANGED; ++i) continue;
-    return answer;
+    for (int i = 0; i < ATTEMPTS; ++i)
+        if (_try(path.get(), answer) == Attempt::DONE) return answer;
+    return {Holder::OTHER_PROCESS, 0}; // ever another one
 }
 
 NameLock::Attempt NameLock::_try(const char* path, Answer& answer) {
-    struct stat st;
-    if (lstat(path, &st) == 0)
-        for (const NameLock* held = held_locks; held != nullptr; held = held->_next)
-            if (are_same(held->_file, st)) {
-                answer = {Holder::THIS_PROCESS, getpid()};
-                return Attempt::DONE;
-            }
+    if (_is_held_here(path)) {
+        answer = {Holder::THIS_PROCESS, getpid()};
+        return Attempt::DONE;
+    }
     constexpr mode_t MODE = 0666; // less the umask, as for the log
     const int fd = QENOpenDescriptor(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, MODE);
     if (fd < 0) return Attempt::DONE;
     struct flock lock = whole_file();
-    struct stat named;
-    Attempt attempt = Attempt::DONE;
-    if (fcntl(fd, F_SETLK, &lock) == 0) {
-        if (fstat(fd, &_file) == 0 && lstat(path, &named) == 0 && are_same(_file, named)) {
-            _fd = fd;
-            _forks = QENForkCount();
-            _path = file_join({path});
-            _next = held_locks;
-            held_locks = this;
-            return Attempt::DONE;
-        }
-        attempt = Attempt::CHANGED; // its holder removed the file between our open and the lock
-    } else if (errno == EACCES || errno == EAGAIN) {
-        answer = {Holder::OTHER_PROCESS, 0};
-        if (fcntl(fd, F_GETLK, &lock) == 0 && lock.l_type == F_UNLCK) attempt = Attempt::CHANGED;
-        answer.pid = lock.l_pid;
-    }
+    const bool is_locked = fcntl(fd, F_SETLK, &lock) == 0;
+    const bool is_refused = !is_locked && (errno == EACCES || errno == EAGAIN);
+    if (is_locked && _hold(fd, path)) return Attempt::DONE;
+    const bool is_free_now = is_refused && fcntl(fd, F_GETLK, &lock) == 0 && lock.l_type == F_UNLCK;
+    if (is_refused && !is_free_now) answer = {Holder::OTHER_PROCESS, lock.l_pid};
     close(fd);
-    if (attempt == Attempt::CHANGED) answer = {Holder::NOBODY, 0};
-    return attempt;
+    return is_locked || is_free_now ? Attempt::CHANGED : Attempt::DONE;
+}
+
+bool NameLock::_is_held_here(const char* path) {
+    struct stat st;
+    if (lstat(path, &st) != 0) return false;
+    for (const NameLock* held = held_locks; held != nullptr; held = held->_next)
+        if (are_same(held->_file, st)) return true;
+    return false;
+}
+
+// Keeps the lock. False: its last holder removed the file between our open and the lock.
+bool NameLock::_hold(int fd, const char* path) {
+    struct stat named;
+    if (fstat(fd, &_file) != 0 || lstat(path, &named) != 0 || !are_same(_file, named)) return false;
+    _fd = fd;
+    _forks = QENForkCount();
+    _path = file_join({path});
+    _next = held_locks;
+    held_locks = this;
+    return true;
 }
 
 void NameLock::release() {

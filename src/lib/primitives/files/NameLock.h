@@ -39,6 +39,8 @@ public:
 private:
     enum class Attempt { DONE, CHANGED }; // CHANGED: the file was removed or freed meanwhile, try again
     Attempt _try(const char* path, Answer& answer);
+    static bool _is_held_here(const char* path);
+    bool _hold(int fd, const char* path);
     void _let_go();
 
     int _fd = -1;

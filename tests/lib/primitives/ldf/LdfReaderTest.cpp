@@ -159,8 +159,9 @@ TEST_F(LdfReaderTest, FileThatChangesMeanwhile) {
 
     LdfReader reader; // and while it is open
     open(reader, LdfBuilder().record({.seq = 1}).records(5000));
-    EXPECT_EQ(5001u, read_all(reader).size());
-    LdfBuilder().record({.seq = 9}).append("").write(path("f"));
+    LdfRecordView view;
+    EXPECT_EQ(LDF_OK, reader.next_record({}, view));
+    LdfBuilder().record({.seq = 9}).write(path("f"));
     EXPECT_EQ(LDF_OK, reader.rewind());
     int end = 0;
     EXPECT_EQ(Seqs{9}, seqs(read_all(reader, {}, &end))) << "asks the file again";
