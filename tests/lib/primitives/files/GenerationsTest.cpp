@@ -101,6 +101,7 @@ TEST_F(GenerationsTest, BlockedRotationLeavesTheCurrentFile) {
          [](const SystemCall& call) { return call.size > 0 ? -ENOSPC : PASS; }},
         {"directory for the new file", {{'A', "a"}, {'N', "full/"}}, {{'A', "a"}}},
         {"directory C", {{'A', "a"}, {'B', "b"}, {'C', "full/"}}, {{'A', "a"}, {'B', "b"}}},
+        {"directory B and no C", {{'A', "a"}, {'B', "/"}}, {{'A', "a"}}},
         {"directory B", {{'A', "a"}, {'B', "/"}, {'C', "c"}}, {{'A', "a"}, {'C', "c"}}},
         {"directory A", {{'A', "/"}, {'B', "b"}, {'C', "c"}}, {{'B', "b"}, {'C', "c"}}},
         {"B stays", all, all, no("rename", "_B.ldf", EACCES)},
