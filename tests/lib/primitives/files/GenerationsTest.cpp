@@ -84,6 +84,10 @@ TEST_F(GenerationsTest, MovesOnWhatIsThere) {
         system_call_plan = nullptr;
         EXPECT_EQ(c.after, found());
     }
+    lay({{'A', "a"}});
+    fs::create_hard_link(path('A'), path('B')); // as a death between two steps leaves it
+    files.mend();
+    EXPECT_EQ((Contents{{'A', "a"}}), found());
 }
 
 // However often it is tried, it costs no more than the oldest generation, and A is where it was.
