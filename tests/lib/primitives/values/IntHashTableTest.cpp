@@ -15,7 +15,7 @@ TEST(IntHashTable, HashMixesWithSignedShifts) {
 
 // Each thread owns a range of keys and all fight for one more; few buckets make them share chains.
 TEST(IntHashTable, ThreadsKeepTheirOwnEntriesAndOneWinsTheShared) {
-    constexpr uint32_t THREADS = 4, KEYS = 200, SHARED = 0xFFFFFFFFu;
+    constexpr uint32_t THREADS = 4, KEYS = 1000, SHARED = 0xFFFFFFFFu;
     IntHashTable table("threads", 3, iht_func);
     std::atomic<int> faults{0}, wins{0};
     std::latch start(THREADS);
