@@ -65,10 +65,11 @@ bool read_line(std::FILE* fp, std::string& line) {
     return true;
 }
 
-// The value of an entry of this name; data() is null when the line is another entry, a comment or none.
+// The value of an entry of this name; data() is null when the line is another entry, a comment (its '#' would
+// be part of the name) or none.
 std::string_view value_of(std::string_view line, std::string_view name) {
     const size_t equals = line.find('=');
-    if (equals == std::string_view::npos || trim(line).front() == '#') return {};
+    if (equals == std::string_view::npos) return {};
     const std::string_view found = trim(line.substr(0, equals));
     if (found.size() != name.size() || strncasecmp(found.data(), name.data(), name.size()) != 0) return {};
     const std::string_view value = line.substr(equals + 1);

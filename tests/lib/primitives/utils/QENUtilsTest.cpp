@@ -40,7 +40,7 @@ TEST(SystemName, ComesFromTheEnvironmentThenTheFileThenTheNode) {
         {"\n=\n=x\nLOCAL_NAME\n  \n\r\nLOCAL_NAME=ok\n", "ok"},
         {"LOCAL_NAME=  # none\n", node},
         {"LOCAL_NAME=" + fill + "\n", std::string(4095 - 11, 'x')},
-        {fill.substr(0, 4095) + "LOCAL_NAME=evil\nx=\0\nLOCAL_NAME=ok\n"s, "ok"}};
+        {fill.substr(0, 4096) + "LOCAL_NAME=evil\nx=\0\nLOCAL_NAME=ok\n"s, "ok"}};
     for (const auto& [conf, expect] : cases) {
         dir.write("taq.conf", conf);
         EXPECT_EQ(expect, name()) << conf.substr(0, 80);
