@@ -29,7 +29,7 @@ struct Buffer {
     }
     ~Buffer() { EXPECT_EQ('~', bytes[size]); }
     char* data() { return bytes.data(); }
-    std::string text() const { return size != 0 ? std::string(bytes.data()) : ""; }
+    std::string text() const { return {bytes.data(), strnlen(bytes.data(), size)}; }
     size_t size;
     std::vector<char> bytes;
 };
@@ -41,7 +41,7 @@ TEST(QENString, CopyAppendAndFormatCutAndReturnTheWantedLength) {
         EXPECT_EQ(10u, qenstrlcpy(copied.data(), "0123456789", size));
         EXPECT_EQ(cut, copied.text());
         EXPECT_EQ(13u, qenstrlcat(appended.data(), "0123456789", size + 3));
-        EXPECT_EQ("abc" + cut, appended.text().substr(0, size > 0 ? 20 : 3));
+        EXPECT_EQ("abc" + cut, appended.text());
         EXPECT_EQ(size > 0 ? 10 : -1, qensnprintf(formatted.data(), size, "%s", "0123456789"));
         EXPECT_EQ(size > 0 ? 10 : -1, qensnprintf2(in_place.data(), size, "%s", "0123456789"));
         EXPECT_EQ(cut + cut, formatted.text() + in_place.text());
