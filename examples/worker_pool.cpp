@@ -4,6 +4,7 @@
 #include "FFDC.h"
 #include "Log.h"
 #include "MessageSite.h"
+#include "QENObjTags.h"
 
 #include <atomic>
 #include <cstdio>
@@ -17,7 +18,6 @@
 namespace {
 
 constexpr int CATEGORY = 100; // texts in catalogs/<language>/example.msg
-constexpr int ABOUT_RESOURCE = 0x200000;
 
 std::string dump_folder() {
     const char* root = std::getenv("TAQ_LOG");
@@ -35,10 +35,10 @@ void do_job(const Pool& pool, int job) {
     const std::string resource = "job" + std::to_string(job);
     QEN_DEBUG(pool.log, DBG_THREAD, 0, CATEGORY, 0, "taking %s",
               resource.c_str()); // TAQ_DEBUG_LOG_TAGS=thread
-    QEN_MESSAGE(pool.log, SEV_INFO, ABOUT_RESOURCE, CATEGORY, 1, "Resource %s is now %s on system %s",
+    QEN_MESSAGE(pool.log, SEV_INFO, ULOG_ABOUT_RESOURCE, CATEGORY, 1, "Resource %s is now %s on system %s",
                 resource.c_str(), job % 2 ? "ONLINE" : "OFFLINE", "node1");
     if (pool.crash && job == pool.jobs / 2) {
-        QEN_MESSAGE(pool.log, SEV_CRIT, ABOUT_RESOURCE, CATEGORY, 3,
+        QEN_MESSAGE(pool.log, SEV_CRIT, ULOG_ABOUT_RESOURCE, CATEGORY, 3,
                     "Resource %s went offline unexpectedly on system %s", resource.c_str(), "node1");
         std::abort();
     }

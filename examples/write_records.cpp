@@ -3,6 +3,7 @@
 // language. Usage: write_records NAME COUNT
 #include "Log.h"
 #include "MessageSite.h"
+#include "QENObjTags.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -12,38 +13,34 @@ namespace {
 
 constexpr int CATEGORY = 100; // the service's catalog; its texts are in catalogs/<language>/example.msg
 
-// What kind of object a message is about.
-constexpr int ABOUT_SYSTEM = 0x80000, ABOUT_GROUP = 0x100000, ABOUT_RESOURCE = 0x200000,
-              ABOUT_AGENT = 0x400000;
-
 void log_one(Log* log, int i) {
     const std::string resource = "web" + std::to_string(i % 7), system = "node" + std::to_string(1 + i % 3);
     const char* const res = resource.c_str();
     const char* const sys = system.c_str();
     switch (i % 12) {
     case 3:
-        QEN_MESSAGE(log, SEV_WARN, ABOUT_SYSTEM, CATEGORY, 9, "System %s has not answered for %d seconds",
-                    sys, i);
+        QEN_MESSAGE(log, SEV_WARN, ULOG_ABOUT_SYSTEM, CATEGORY, 9,
+                    "System %s has not answered for %d seconds", sys, i);
         break;
     case 5:
-        QEN_MESSAGE(log, SEV_NOTE, ABOUT_GROUP, CATEGORY, 4, "Group %s is being brought online on system %s",
-                    "web", sys);
+        QEN_MESSAGE(log, SEV_NOTE, ULOG_ABOUT_GROUP, CATEGORY, 4,
+                    "Group %s is being brought online on system %s", "web", sys);
         break;
     case 7:
-        QEN_MESSAGE(log, SEV_ERR, ABOUT_RESOURCE, CATEGORY, 3,
+        QEN_MESSAGE(log, SEV_ERR, ULOG_ABOUT_RESOURCE, CATEGORY, 3,
                     "Resource %s went offline unexpectedly on system %s", res, sys);
         break;
     case 8:
-        QEN_MESSAGE(log, SEV_NOTE, ABOUT_AGENT, CATEGORY, 12,
+        QEN_MESSAGE(log, SEV_NOTE, ULOG_ABOUT_AGENT, CATEGORY, 12,
                     "Agent %s is not responding and will be restarted", "Apache");
         break;
     case 10:
-        QEN_MESSAGE(log, SEV_INFO, ABOUT_SYSTEM, CATEGORY, 7, "System %s joined the cluster", sys);
+        QEN_MESSAGE(log, SEV_INFO, ULOG_ABOUT_SYSTEM, CATEGORY, 7, "System %s joined the cluster", sys);
         break;
     case 11: QEN_MESSAGE(log, SEV_INFO, 0, CATEGORY, 15, "The cluster configuration was saved"); break;
     default:
-        QEN_MESSAGE(log, SEV_INFO, ABOUT_RESOURCE, CATEGORY, 1, "Resource %s is now %s on system %s", res,
-                    i % 2 ? "ONLINE" : "OFFLINE", sys);
+        QEN_MESSAGE(log, SEV_INFO, ULOG_ABOUT_RESOURCE, CATEGORY, 1, "Resource %s is now %s on system %s",
+                    res, i % 2 ? "ONLINE" : "OFFLINE", sys);
     }
 }
 

@@ -1,5 +1,5 @@
-// Part of every test program: what the machine or its user have set about locales, times and our own variables is
-// forgotten before the first test.
+// Part of every test program: what the machine or its user have set about locales, times and our own
+// variables is forgotten before the first test.
 #include <cstdlib>
 #include <string>
 #include <vector>

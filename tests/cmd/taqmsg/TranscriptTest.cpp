@@ -1,13 +1,13 @@
 // Runs the sessions in transcripts/: command lines of the shell with what they must print.
 //
 //   file f flags=1              a log data file, with words of its header; records follow
-//   record times=25 num=0 <n>   25 records: fields, then arguments; <n> counts them; number 0: the arguments are the text
-//   def export TZ=UTC           precedes every command from here on
-//   $ taqmsg a ;; taqmsg b      commands, in the folder of the data root, each of which gives what follows:
-//   > output, ! errors, ? status when it is not 0
+//   record times=25 num=0 <n>   25 records: fields, then arguments; <n> counts them; number 0: the arguments
+//   are the text def export TZ=UTC           precedes every command from here on $ taqmsg a ;; taqmsg b
+//   commands, in the folder of the data root, each of which gives what follows: > output, ! errors, ? status
+//   when it is not 0
 //
-// ";;" separates records, too. <root>, <catalogs>, <x*80>, \xC3 and 'two words' are replaced. A session runs without
-// catalogs and with the English ones, unless it sets TAQ_MESSAGES_DIR.
+// ";;" separates records, too. <root>, <catalogs>, <x*80>, \xC3 and 'two words' are replaced. A session runs
+// without catalogs and with the English ones, unless it sets TAQ_MESSAGES_DIR.
 #include "support/LdfBuilder.h"
 #include "support/RunCommand.h"
 #include "support/TempDir.h"
@@ -21,8 +21,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::map<std::string, size_t> header_words = {{"signature", 0}, {"major", 4},  {"platform", 45}, {"created", 49},
-                                                    {"total", 57},    {"flags", 109}, {"end", 113}};
+const std::map<std::string, size_t> header_words = {{"signature", 0}, {"major", 4},  {"platform", 45},
+                                                    {"created", 49},  {"total", 57}, {"flags", 109},
+                                                    {"end", 113}};
 
 using Value = const std::string&;
 const std::map<std::string, std::function<void(LdfTestRecord&, Value)>> record_fields = {
@@ -53,13 +54,15 @@ public:
                 "TZ=UTC",
                 "LC_ALL=C",
                 "PATH=" + fs::path(TAQMSG_COMMAND).parent_path().string() + ":/usr/bin:/bin"};
-        if (const char* options = getenv("ASAN_OPTIONS")) _env.push_back(std::string("ASAN_OPTIONS=") + options);
+        if (const char* options = getenv("ASAN_OPTIONS"))
+            _env.push_back(std::string("ASAN_OPTIONS=") + options);
     }
 
     void TestBody() override {
         std::ifstream in(_path);
         for (std::string line; std::getline(in, line); ++_number)
-            if (!line.empty() && !line.starts_with("//")) take(line[0], line.substr(line.find(' ') + 1), line);
+            if (!line.empty() && !line.starts_with("//"))
+                take(line[0], line.substr(line.find(' ') + 1), line);
         check_step();
     }
 
@@ -69,10 +72,14 @@ private:
         if (kind == '!') return (void)(_err += expanded(line.size() > 1 ? rest : "") + "\n");
         if (kind == '?') return (void)(_status = std::stoi(rest));
         check_step();
-        if (kind == '$') _commands = split(expanded(rest)), _step = _number;
-        else if (kind == 'd') _definitions += expanded(rest) + "\n";
-        else if (kind == 'f') begin_file(words(rest));
-        else for (const std::string& each : split(rest)) add_records(each);
+        if (kind == '$')
+            _commands = split(expanded(rest)), _step = _number;
+        else if (kind == 'd')
+            _definitions += expanded(rest) + "\n";
+        else if (kind == 'f')
+            begin_file(words(rest));
+        else
+            for (const std::string& each : split(rest)) add_records(each);
     }
 
     std::string expanded(const std::string& text, int n = 0) const {
@@ -80,9 +87,12 @@ private:
         std::string line, rest = text;
         for (std::smatch m; std::regex_search(rest, m, macro); rest = m.suffix().str()) {
             line += m.prefix();
-            if (m[1].matched) line += std::string(std::stoul(m[2]), m.str(1)[0]);
-            else if (m[4].matched) line += static_cast<char>(std::stoi(m[4], nullptr, 16));
-            else line += m[3] == "n" ? std::to_string(n) : m[3] == "root" ? _dir.path() : TAQ_TEST_CATALOGS;
+            if (m[1].matched)
+                line += std::string(std::stoul(m[2]), m.str(1)[0]);
+            else if (m[4].matched)
+                line += static_cast<char>(std::stoi(m[4], nullptr, 16));
+            else
+                line += m[3] == "n" ? std::to_string(n) : m[3] == "root" ? _dir.path() : TAQ_TEST_CATALOGS;
         }
         return line + rest;
     }
@@ -103,9 +113,12 @@ private:
         for (size_t i = 1; i < settings.size(); ++i) {
             const size_t equal = settings[i].find('=');
             const std::string field = settings[i].substr(0, equal), value = settings[i].substr(equal + 1);
-            if (field == "system") _ldf.system(value);
-            else if (field == "cut") _ldf.cut(std::stoul(value));
-            else _ldf.put32(header_words.at(field), static_cast<uint32_t>(std::stol(value)));
+            if (field == "system")
+                _ldf.system(value);
+            else if (field == "cut")
+                _ldf.cut(std::stoul(value));
+            else
+                _ldf.put32(header_words.at(field), static_cast<uint32_t>(std::stol(value)));
         }
         write_file();
     }
@@ -126,16 +139,20 @@ private:
         for (const std::string& word : settings) {
             const size_t equal = word.find('=');
             const auto field = record_fields.find(word.substr(0, equal));
-            if (equal == std::string::npos || field == record_fields.end()) record.args.push_back(word);
-            else field->second(record, word.substr(equal + 1));
+            if (equal == std::string::npos || field == record_fields.end())
+                record.args.push_back(word);
+            else
+                field->second(record, word.substr(equal + 1));
         }
         return record;
     }
 
     void check_step() {
         for (const std::string& command : std::exchange(_commands, {})) {
-            SCOPED_TRACE(_path.filename().string() + ":" + std::to_string(_step) + ": $ " + command.substr(0, 99));
-            const CommandResult result = run_command("/bin/sh", {"sh", "-c", "cd\n" + _definitions + command}, _env);
+            SCOPED_TRACE(_path.filename().string() + ":" + std::to_string(_step) + ": $ " +
+                         command.substr(0, 99));
+            const CommandResult result =
+                run_command("/bin/sh", {"sh", "-c", "cd\n" + _definitions + command}, _env);
             EXPECT_EQ(_out, result.out);
             EXPECT_EQ(_err, result.err);
             EXPECT_EQ(_status, result.status);
@@ -153,7 +170,8 @@ private:
 };
 
 void register_transcript(const fs::path& path, const std::string& variant, const std::string& catalogs) {
-    testing::RegisterTest("Transcript", (path.stem().string() + variant).c_str(), nullptr, nullptr, path.c_str(), 1,
+    testing::RegisterTest("Transcript", (path.stem().string() + variant).c_str(), nullptr, nullptr,
+                          path.c_str(), 1,
                           [=]() -> testing::Test* { return new Transcript(path, catalogs); });
 }
 

@@ -12,7 +12,10 @@ static_assert(std::size(tag_names) == OBJTAG_ERR);
 constexpr struct {
     int bit;
     obj_tag_t tag;
-} flag_tags[] = {{1 << 21, OBJTAG_RES}, {1 << 20, OBJTAG_GRP}, {1 << 19, OBJTAG_SYS}, {1 << 22, OBJTAG_AGT}};
+} flag_tags[] = {{ULOG_ABOUT_RESOURCE, OBJTAG_RES},
+                 {ULOG_ABOUT_GROUP, OBJTAG_GRP},
+                 {ULOG_ABOUT_SYSTEM, OBJTAG_SYS},
+                 {ULOG_ABOUT_AGENT, OBJTAG_AGT}};
 
 } // namespace
 

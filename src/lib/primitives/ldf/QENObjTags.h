@@ -13,6 +13,12 @@ enum obj_tag_t : int {
     OBJTAG_ERR = 8, // no such tag name
 };
 
+// Bits of a log call's flags word: what the message is about. None of them: QEN.
+inline constexpr int ULOG_ABOUT_SYSTEM = 1 << 19;
+inline constexpr int ULOG_ABOUT_GROUP = 1 << 20;
+inline constexpr int ULOG_ABOUT_RESOURCE = 1 << 21;
+inline constexpr int ULOG_ABOUT_AGENT = 1 << 22;
+
 // The name of codes 0 to 7 ("QEN", "HMX", ...), a static string; null for any other value.
 const char* QENGetObjTagStr(obj_tag_t code);
 
