@@ -66,6 +66,14 @@ bool Generations::install() const {
     return false;
 }
 
+bool Generations::install_first() const {
+    const bool is_linked = link(_new.get(), _current.get()) == 0;
+    if (!is_linked && errno != EEXIST) return install(); // no hard links here
+    (void)unlink(_new.get());
+    if (!is_linked) errno = EEXIST;
+    return is_linked;
+}
+
 bool Generations::rotate() const {
     mend();
     const Kept kept = _keep_current();

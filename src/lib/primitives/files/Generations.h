@@ -34,6 +34,9 @@ public:
     // The same when A may be replaced by the new file: it holds nothing.
     bool install() const;
 
+    // The same when there is no A. One that another process has made meanwhile stays: false with EEXIST.
+    bool install_first() const;
+
     // Moves A aside, to its path + ".err" (where that is too long for a name, ".err" stands for the
     // extension), in place of what was moved there before. When that fails, A stays.
     void set_aside() const;

@@ -108,8 +108,30 @@ void TextLogFile::_start() {
     if (!open()) {
         if (_owner == QENForkCount()) (void)_install_new(&Generations::rotate);
     } else if (_stream == nullptr) {
-        (void)_install_new(&Generations::install);
+        _make_first();
     }
+}
+
+// A forked child and its parent may come here at once: the file of the first one stays, the other goes on
+// with it.
+void TextLogFile::_make_first() {
+    if (_owner != QENForkCount())
+        _link_own_file();
+    else if (_install_new(&Generations::install_first))
+        return;
+    (void)open();
+}
+
+// A child's: its parent may be using the temporary name.
+void TextLogFile::_link_own_file() {
+    char number[16];
+    snprintf(number, sizeof number, ".%d", QENGetPid());
+    const PathText own = file_join({path(), number});
+    const int fd = own != nullptr ? file_create(own.get(), _header_now(), OPEN_FLAGS) : -1;
+    if (fd < 0) return;
+    (void)link(own.get(), path()); // there may be a file by now
+    (void)unlink(own.get());
+    ::close(fd);
 }
 
 bool TextLogFile::_install_new(bool (Generations::*way)() const) {

@@ -78,6 +78,8 @@ private:
     void _begin_anew();
     bool _use(int fd, off_t size);
     void _start();
+    void _make_first();
+    void _link_own_file();
     bool _install_new(bool (Generations::*way)() const);
     std::string_view _header_now();
     void _mend();
