@@ -155,22 +155,24 @@ void FFDC::_set_last_time(const char* local_timep) {
     qenstrlcpy(lastlogtime, local_timep, sizeof lastlogtime);
 }
 
-// In the order in which they are taken inside each other.
+// The locks of what a registered thread uses. Under _reg_lock, which keeps further roles from coming.
 template <class Use>
-void FFDC::_for_all_locks(Use use) {
-    use(&_reg_lock);
+void FFDC::_for_inner_locks(Use use) {
     for (const RoleSlot& slot : RoleToBuf)
         if (FFDCBufPropT* descriptor = slot.load(std::memory_order_relaxed)) use(&descriptor->_rdwr_lock);
     use(_hashtblp->lock());
     use(&_seq_lock);
 }
 
+// In the order in which they are taken inside each other.
 void FFDC::before_fork() {
-    _for_all_locks(QENLockAcquire);
+    QENLockAcquire(&_reg_lock);
+    _for_inner_locks(QENLockAcquire);
 }
 
 void FFDC::after_fork(bool in_child) {
-    _for_all_locks(QENLockRelease);
+    _for_inner_locks(QENLockRelease);
+    QENLockRelease(&_reg_lock);
     if (!in_child) return;
     pid = QENGetPid();
     _readers.store(0, std::memory_order_relaxed); // handlers of threads that are not here

@@ -103,7 +103,7 @@ private:
     int _dump_role(FFDCRoleT role, bool sig_recd);
     FFDCBufPropT* _ring_of(int role) const; // null: no thread has registered the role
     template <class Use>
-    void _for_all_locks(Use use);
+    void _for_inner_locks(Use use);
     void _unregister_all_but(pthread_t tid);
     FFDCBufPropT* _descriptor_of(FFDCRoleT role, unsigned int numElem);
     void _free_displaced(char* text);
