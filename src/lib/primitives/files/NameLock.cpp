@@ -37,6 +37,8 @@ private:
 
 NameLock* held_locks = nullptr;
 
+constexpr int SAFE_FLAGS = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY; // whatever stands at the path
+
 bool are_same(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
@@ -70,8 +72,8 @@ NameLock::Attempt NameLock::_try(const char* path, Answer& answer) {
         return Attempt::DONE;
     }
     constexpr mode_t MODE = 0666; // less the umask, as for the log
-    const int fd = QENOpenDescriptor(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, MODE);
-    if (fd < 0) return Attempt::DONE;
+    const int fd = QENOpenDescriptor(path, O_RDWR | O_CREAT | SAFE_FLAGS, MODE);
+    if (fd < 0) return _ask(path, answer);
     struct flock lock = whole_file();
     const bool is_locked = fcntl(fd, F_SETLK, &lock) == 0;
     const bool is_refused = !is_locked && (errno == EACCES || errno == EAGAIN);
@@ -80,6 +82,20 @@ NameLock::Attempt NameLock::_try(const char* path, Answer& answer) {
     if (is_refused && !is_free_now) answer = {Holder::OTHER_PROCESS, lock.l_pid};
     close(fd);
     return is_locked || is_free_now ? Attempt::CHANGED : Attempt::DONE;
+}
+
+// A file of another user cannot be locked, but it tells who holds it. What a dead process left gives way to
+// a file of our own, where the folder lets us.
+NameLock::Attempt NameLock::_ask(const char* path, Answer& answer) {
+    const int fd = QENOpenDescriptor(path, O_RDONLY | SAFE_FLAGS);
+    if (fd < 0) return Attempt::DONE;
+    struct flock lock = whole_file();
+    const bool is_told = fcntl(fd, F_GETLK, &lock) == 0;
+    close(fd);
+    if (!is_told) return Attempt::DONE;
+    if (lock.l_type == F_UNLCK) return unlink(path) == 0 ? Attempt::CHANGED : Attempt::DONE;
+    answer = {Holder::OTHER_PROCESS, lock.l_pid};
+    return Attempt::DONE;
 }
 
 bool NameLock::_is_held_here(const char* path) {

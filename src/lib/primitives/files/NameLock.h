@@ -28,7 +28,8 @@ public:
 
     // Gives up what the object holds and takes the lock of a name; directory ends in "/". NOBODY: the name
     // may be written. That is also the answer where nothing can be locked: a read-only folder, a file system
-    // without locks, no memory. Otherwise the object holds nothing.
+    // without locks, no memory, a file in a sticky folder that a dead process of another user left. Otherwise
+    // the object holds nothing.
     Answer take(const char* directory, const char* name);
 
     // Gives the name free and removes the file. In a forked child it only closes the child's descriptor.
@@ -39,6 +40,7 @@ public:
 private:
     enum class Attempt { DONE, CHANGED }; // CHANGED: the file was removed or freed meanwhile, try again
     Attempt _try(const char* path, Answer& answer);
+    static Attempt _ask(const char* path, Answer& answer);
     static bool _is_held_here(const char* path);
     bool _hold(int fd, const char* path);
     void _let_go();

@@ -70,6 +70,27 @@ TEST_F(NameLockTest, BelongsToOneProcess) {
     EXPECT_EQ(Holder::NOBODY, take(mine)) << "what a dead process left is free";
 }
 
+// As a user who may only read it; root becomes another one.
+TEST_F(NameLockTest, OfAnotherUserIsSeenAndItsRemainsGiveWay) {
+    fs::permissions(temp.path(), fs::perms::all);
+    const auto as_other = [&](const auto& run) {
+        fs::permissions(folder + ".engine.lock", fs::perms(0444));
+        return Process([&] {
+                   NameLock theirs;
+                   (void)setuid(65534);
+                   return run(theirs) ? 0 : 1;
+               })
+            .ends();
+    };
+    NameLock mine;
+    ASSERT_EQ(Holder::NOBODY, take(mine));
+    EXPECT_EQ(0, as_other([&](NameLock& theirs) { return take(theirs) == Holder::OTHER_PROCESS; }));
+    mine.release();
+    ASSERT_EQ(0, Process([&] { return take(mine) == Holder::NOBODY ? 0 : 1; }).ends());
+    EXPECT_EQ(0,
+              as_other([&](NameLock& theirs) { return take(theirs) == Holder::NOBODY && theirs.is_held(); }));
+}
+
 // Whoever locks a file that its holder removed meanwhile must not believe that the name is his.
 TEST_F(NameLockTest, ManyProcessesNeverHoldItTogether) {
     constexpr int PROCESSES = 4, ROUNDS = 500;
