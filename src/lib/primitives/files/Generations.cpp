@@ -35,6 +35,13 @@ bool replace(const char* newer, const char* older) {
     return errno == EISDIR && rmdir(older) == 0 && std::rename(newer, older) == 0;
 }
 
+// Renames in place of whatever stands at `to`, but for a folder that is not empty.
+bool move_over(const char* from, const char* to) {
+    if (std::rename(from, to) == 0) return true;
+    if (errno != EISDIR && errno != ENOTDIR && errno != EEXIST && errno != ENOTEMPTY) return false;
+    return QENDeleteFile(to) == 0 && std::rename(from, to) == 0;
+}
+
 } // namespace
 
 bool Generations::locate(std::string_view directory, std::string_view name, std::string_view extension) {
@@ -100,11 +107,17 @@ Generations::Kept Generations::_keep_current() const {
     return std::rename(_current.get(), _previous.get()) == 0 ? Kept::RENAMED : Kept::BLOCKED;
 }
 
-void Generations::set_aside() const {
-    (void)QENDeleteFile(_aside.get()); // absent is fine
-    if (std::rename(_current.get(), _aside.get()) == 0 || errno != ENAMETOOLONG) return;
-    (void)QENDeleteFile(_short_aside.get());
-    (void)std::rename(_current.get(), _short_aside.get());
+bool Generations::set_aside() const {
+    if (move_over(_current.get(), _aside.get())) return true;
+    return errno == ENAMETOOLONG && move_over(_current.get(), _short_aside.get());
+}
+
+bool Generations::install_beside() const {
+    if (set_aside()) return install();
+    const int why = errno;
+    (void)unlink(_new.get());
+    errno = why;
+    return false;
 }
 
 bool RetryPause::failed() {

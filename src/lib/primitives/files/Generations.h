@@ -38,8 +38,12 @@ public:
     bool install_first() const;
 
     // Moves A aside, to its path + ".err" (where that is too long for a name, ".err" stands for the
-    // extension), in place of what was moved there before. When that fails, A stays.
-    void set_aside() const;
+    // extension), in place of what was moved there before. False with errno set: A stays.
+    bool set_aside() const;
+
+    // The same as install() when A cannot be continued: it is set aside first. False with errno set: the new
+    // file is gone, and so is A only if it could be set aside.
+    bool install_beside() const;
 
 private:
     enum class Kept { NO_CURRENT, LINKED, RENAMED, BLOCKED };

@@ -179,11 +179,11 @@ FILE* LdfWriter::_make_new_file(ldf_header_t& header) const {
     return fp;
 }
 
-// Moves a file A that cannot be continued aside and starts anew.
+// Moves a file A that cannot be continued aside and starts anew. The new file is made first: a process short
+// of descriptors, or a full disk, must not cost the one that is there.
 int LdfWriter::_recover() {
     _close();
-    _files.set_aside(); // when A stays, _prepare_ldf refuses it again
-    return _prepare_ldf();
+    return _install_new(&Generations::install_beside);
 }
 
 // Rotates the generations. While that fails, file A stays open as it is.

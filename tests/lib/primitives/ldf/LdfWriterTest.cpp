@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include "LdfFixture.h"
@@ -231,6 +232,24 @@ TEST_F(LdfWriterTest, FailedOpenLeavesNothingWritable) {
     w.set_maxlen(70000);
     EXPECT_EQ(0, w.maxlen());
     EXPECT_EQ(before, bytes_of(A));
+}
+
+// The descriptors of the process are used up: the file that cannot be opened is as good as before.
+TEST_F(LdfWriterTest, ShortageOfDescriptorsCostsNoFile) {
+    LdfBuilder().record().write(path(A));
+    const std::string before = bytes_of(A);
+    for (const rlim_t left : {0, 1}) {
+        rlimit limit;
+        ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &limit));
+        const int next = dup(0);
+        const rlimit none = {static_cast<rlim_t>(next) + left, limit.rlim_max};
+        close(next);
+        ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &none));
+        LdfWriter w;
+        EXPECT_EQ(LDF_EFAIL, w.open("log", 0)) << left;
+        ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
+        EXPECT_EQ(before, bytes_of(A)) << left;
+    }
 }
 
 TEST_F(LdfWriterTest, ObjectTypeOutsideTheTableIsFatal) {
