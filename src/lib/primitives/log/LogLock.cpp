@@ -27,7 +27,8 @@ void LogLock::after_fork_in_parent() {
 
 bool LogLock::after_fork_in_child() {
     if (_at_fork == TAKEN) QENMutexUnlock(&_mutex);
-    if (_at_fork != BUSY) return true;
+    const void* const inside = _inside.load(std::memory_order_relaxed); // it may be in without the mutex
+    if (_at_fork != BUSY && (inside == nullptr || inside == _this_thread())) return true;
     QENMutexInit(&_mutex); // its holder does not exist here
     _inside.store(nullptr, std::memory_order_relaxed);
     return false;
