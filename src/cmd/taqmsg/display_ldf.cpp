@@ -3,6 +3,7 @@
 #include "messages.h"
 #include "taqmsg.h"
 
+#include "platform/unix/QENStreams.h"
 #include "primitives/log/LineBuffer.h"
 #include "primitives/log/LocalTimeText.h"
 #include "primitives/log/Log.h"
@@ -47,7 +48,7 @@ void print_sequence(uint32_t seq, LineBuffer& out) {
 
 // Appends a field of the source position as a program that copies it out would have it.
 void append_source(std::string_view piece, LineBuffer& out) {
-    static const bool on_terminal = is_terminal(stdout);
+    static const bool on_terminal = QENIsTerminal(stdout);
     piece = piece.substr(0, TAQMSG_TEXT_SIZE - 1);
     if (on_terminal && !is_plain_for_terminal(piece))
         out.append(text_for_terminal(piece));

@@ -1,8 +1,10 @@
 // What the product's commands do first, alike.
 #pragma once
 
-inline constexpr int CMD_STDOUT_FLAGS = 0x12;    // open flags: no time stamp, no event report
-inline constexpr int CMD_STDERR_FLAGS = 0x20012; // the same, marked as the error log
+#include "primitives/log/ILog.h"
+
+inline constexpr int CMD_STDOUT_FLAGS = ULOG_NO_TIME | ULOG_NO_EVENT; // open flags
+inline constexpr int CMD_STDERR_FLAGS = CMD_STDOUT_FLAGS | ULOG_ERROR_LOG;
 
 // Ignores SIGIO, sets the locale from the environment, starts the log framework and opens the command's pair
 // of logs, cmdname on standard output and cmdname + "-err" on standard error.

@@ -1,9 +1,10 @@
-// Keeps the library's descriptors off standard input, output and error.
+// Keeps the library's descriptors off standard input, output and error; small steps on open files.
 #include "platform/unix/QENDescriptors.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -22,18 +23,12 @@ int open_flags(const char* mode) {
     }
 }
 
-void close_keeping_errno(int fd) {
-    const int saved = errno;
-    (void)close(fd);
-    errno = saved;
-}
-
 } // namespace
 
 int QENKeepDescriptor(int fd) {
     if (fd < 0 || fd >= FIRST_KEPT) return fd;
     const int kept = fcntl(fd, F_DUPFD_CLOEXEC, FIRST_KEPT);
-    close_keeping_errno(fd);
+    QENCloseDescriptor(fd);
     return kept;
 }
 
@@ -53,6 +48,32 @@ FILE* QENOpenStream(const char* path, const char* mode) {
 
 FILE* QENStreamOver(int fd, const char* mode) {
     FILE* fp = fdopen(fd, mode);
-    if (fp == nullptr) close_keeping_errno(fd);
+    if (fp == nullptr) QENCloseDescriptor(fd);
     return fp;
+}
+
+void QENCloseDescriptor(int fd) {
+    const int saved = errno;
+    (void)close(fd);
+    errno = saved;
+}
+
+int64_t QENDescriptorSize(int fd) {
+    struct stat st;
+    return fstat(fd, &st) == 0 ? st.st_size : -1;
+}
+
+bool QENReadAt(int fd, void* data, size_t n, int64_t offset) {
+    auto* const bytes = static_cast<char*>(data);
+    for (size_t done = 0; done < n;) {
+        const ssize_t got = pread(fd, bytes + done, n - done, offset + static_cast<off_t>(done));
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return false;
+        done += static_cast<size_t>(got);
+    }
+    return true;
+}
+
+bool QENTruncate(int fd, int64_t size) {
+    return ftruncate(fd, size) == 0;
 }

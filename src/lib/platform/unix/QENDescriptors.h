@@ -1,7 +1,10 @@
 // Descriptors that the library keeps open.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <fcntl.h>
 #include <sys/types.h>
 
 // A process that closed its descriptors 0 to 2 gets them back with its next open(). A stray printf must not
@@ -20,3 +23,18 @@ FILE* QENOpenStream(const char* path, const char* mode);
 
 // fdopen(3) that closes the descriptor when it fails. Null with errno set.
 FILE* QENStreamOver(int fd, const char* mode);
+
+// Flags of open(2) for a file that lines are appended to and that may be read.
+inline constexpr int QEN_OPEN_APPEND = O_RDWR | O_APPEND;
+
+// Closes the descriptor and leaves errno alone.
+void QENCloseDescriptor(int fd);
+
+// Size in bytes of the file behind the descriptor; -1 with errno set.
+int64_t QENDescriptorSize(int fd);
+
+// Reads all n bytes at an offset. False: the file ends before, or errno is set.
+bool QENReadAt(int fd, void* data, size_t n, int64_t offset);
+
+// Cuts the file at `size` bytes. False with errno set.
+bool QENTruncate(int fd, int64_t size);

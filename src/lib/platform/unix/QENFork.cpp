@@ -20,3 +20,7 @@ void count_fork() {
 unsigned QENForkCount() {
     return fork_count.load(std::memory_order_relaxed);
 }
+
+void QENAtFork(void (*prepare)(), void (*in_parent)(), void (*in_child)()) {
+    (void)pthread_atfork(prepare, in_parent, in_child);
+}

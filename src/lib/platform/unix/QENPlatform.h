@@ -65,9 +65,14 @@ void QENKeepSyslogAcrossForks();
 // 2 warning, 3 notice, 4 information, others debug. Second byte: a facility code, e.g. LOG_LOCAL0 << 8.
 void QENSyslog(int sev, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-// Whether messages of a severity are events, serious enough for the administrator: 0, 1 and 41.
+// Severities, as logs number them, of events: messages that are serious enough for the administrator.
+inline constexpr int QEN_EVENT_CRITICAL = 0;
+inline constexpr int QEN_EVENT_ERROR = 1;
+inline constexpr int QEN_EVENT_DEBUG = 41; // the debug level DBG_NTEVENT
+
 constexpr bool QENIsEvent(int logical_sev) {
-    return logical_sev == 0 || logical_sev == 1 || logical_sev == 41;
+    return logical_sev == QEN_EVENT_CRITICAL || logical_sev == QEN_EVENT_ERROR ||
+           logical_sev == QEN_EVENT_DEBUG;
 }
 
 // Mirrors a message to the administrator's log when it is an event, through the hook

@@ -91,3 +91,15 @@ bool QENStreamFlush(FILE* fp) {
     const int fd = descriptor_of(fp);
     return fd < 0 ? fflush_unlocked(fp) == 0 : drain(fp, fd);
 }
+
+void QENStreamPurge(FILE* fp) {
+    __fpurge(fp);
+}
+
+bool QENIsTerminal(FILE* fp) {
+    const int error = errno;
+    const int fd = fileno(fp);
+    const bool is_one = fd >= 0 && isatty(fd) == 1;
+    errno = error;
+    return is_one;
+}

@@ -15,3 +15,9 @@ size_t QENStreamWrite(FILE* fp, const char* bytes, size_t size, bool at_once);
 
 // Sends what the stream holds. False: it takes no more.
 bool QENStreamFlush(FILE* fp);
+
+// Drops what the stream holds.
+void QENStreamPurge(FILE* fp);
+
+// Whether the stream is a terminal. Leaves errno alone.
+bool QENIsTerminal(FILE* fp);

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <cwchar>
 
+#include "platform/unix/QENNullText.h"
+
 namespace {
 
 // Larger widths and precisions are cut to these, below the limit where the C library gives up. No text is
@@ -16,7 +18,6 @@ namespace {
 constexpr int WIDTH_LIMIT = 1 << 22;
 constexpr int PRECISION_LIMIT = 1 << 20;
 constexpr char FLAGS[] = " #+-0'I";
-constexpr char NULL_TEXT[] = "(null)";
 constexpr size_t SPECIFIER_SIZE = 40;
 
 bool is_digit(char c) {
@@ -235,7 +236,7 @@ size_t Conversion::format(const ArgValue& value, int error, char* out, size_t si
 
 // Reads no more of the string than it shows.
 size_t Conversion::_format_string(const char* s, char* out, size_t size) const {
-    if (s == nullptr) s = NULL_TEXT;
+    s = QENTextOf(s);
     const auto wanted = static_cast<size_t>(width);
     const size_t full =
         strnlen(s, precision != NONE ? static_cast<size_t>(precision) : std::max(size, wanted));

@@ -3,6 +3,7 @@
 #include "primitives/log/FFDC.h"
 
 #include "platform/unix/QENAssert.h"
+#include "platform/unix/QENDumpFile.h"
 #include "platform/unix/QENPlatform.h"
 #include "primitives/log/FixedText.h"
 #include "primitives/message/severity.h"
@@ -10,13 +11,8 @@
 
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
-
-constexpr int OPEN_FLAGS = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 
 // Collects entries, which are some hundred bytes each, into fewer writes.
 class Output {
@@ -41,24 +37,6 @@ private:
     size_t _used = 0;
     char _buffer[8192];
 };
-
-// A regular file of this user under no second name: writing it changes nothing that lies elsewhere.
-bool is_our_own(int fd) {
-    struct stat st;
-    return fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_nlink == 1 && st.st_uid == geteuid();
-}
-
-// A handler's dump makes a file of its own, so that a dump in progress cannot write into it. Retried when
-// that dump makes the file again.
-int open_new_dump(const char* path) {
-    int fd = -1;
-    for (int attempt = 0; fd < 0 && attempt < 8; ++attempt) {
-        (void)unlink(path); // there may be none
-        fd = open(path, OPEN_FLAGS | O_EXCL, 0600);
-        if (fd < 0 && errno != EEXIST) break;
-    }
-    return fd;
-}
 
 bool put_entries(Output& output, const CList& ring) {
     const CElem* cell = ring.head();
@@ -138,16 +116,15 @@ int FFDC::_dump_role(FFDCRoleT role, bool sig_recd) {
     return FFDC_FAILURE;
 }
 
-// A file for its owner's eyes only, whatever stood there before. The folder may be one in which everybody can
-// write, hence the checks.
+// A handler's dump makes a file of its own, so that a dump in progress cannot write into it.
 int FFDC::_open_dump(const char* path, bool sig_recd) const {
-    if (sig_recd) return open_new_dump(path);
+    if (sig_recd) return QENCreateDumpFile(path);
     if (_dying.load()) return -1;
-    const int fd = open(path, OPEN_FLAGS, 0600);
+    const int fd = QENOpenDumpFile(path);
     if (fd < 0) return -1;
     // Asked again: by now the file may be that of a handler's dump.
-    if (!_dying.load() && is_our_own(fd) && fchmod(fd, 0600) == 0 && ftruncate(fd, 0) == 0) return fd;
-    close(fd);
+    if (!_dying.load() && QENEmptyOwnFile(fd)) return fd;
+    (void)QENCloseDumpFile(fd); // nothing was written
     return -1;
 }
 
@@ -173,7 +150,7 @@ int FFDC::FFDC_DumpLogToFile(FFDCBufPropT* bufpropp, FFDCRoleT role, bool sig_re
     const bool written = output.put(header.text(), header.size()) && put_entries(output, *bufpropp->buffer);
     const bool flushed = written && output.flush();
     const int error = errno;
-    const bool closed = close(fd) == 0;
+    const bool closed = QENCloseDumpFile(fd);
     if (flushed && closed) return FFDC_SUCCESS;
     if (!sig_recd)
         QENSyslog(SEV_INFO,

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "i18n/common/i18n_id.h"
 #include "primitives/message/severity.h"
 
 class MsgStruct;
@@ -35,21 +36,30 @@ inline constexpr int ULOG_LINE_PARTS = 0xFF;  // all of the above
 inline constexpr int ULOG_DEBUG = 0x4000;         // the severity is a debug level; set by write_dbg
 inline constexpr int ULOG_HAND_OVER = 0x8000;     // the message (text) becomes the log's, which deletes it
 inline constexpr int ULOG_HIDDEN_FILE = 0x10000;  // open flag: the file names begin with "."
+inline constexpr int ULOG_ERROR_LOG = 0x20000;    // open flag: marks a log for errors; without effect
 inline constexpr int ULOG_FORCE_DEBUG = 0x800000; // write a debug message though its tag is off
 inline constexpr int ULOG_MERGE = 0x1000000;      // or the open flags in; also passes in verify mode
 inline constexpr int ULOG_BARE_TEXT =
     ULOG_NO_TIME | ULOG_NO_SEVERITY | ULOG_NO_UMI | ULOG_NO_EVENT | ULOG_NO_MNEMONIC;
 
 // Catalogs with a meaning of their own, and the catalog of the command and the platform layer.
-inline constexpr int ULOG_CAT_NONE = 10000;     // a message without category: its identifier has no catalog
-inline constexpr int ULOG_CAT_SEVERITY = 65534; // messages 0 to 4: the severity words
-inline constexpr int ULOG_CAT_LIBRARY = 1;      // messages of this library
+inline constexpr int ULOG_CAT_NONE = I18N_CATEGORY_NONE;         // a message without category
+inline constexpr int ULOG_CAT_SEVERITY = I18N_CATEGORY_SEVERITY; // messages 0 to 4: the severity words
+inline constexpr int ULOG_CAT_LIBRARY = 1;                       // messages of this library
 inline constexpr int ULOG_CAT_COMMAND = 25;
 
 // Display flag of display_ldf_entry: records for programs instead of lines for people.
 inline constexpr int ULOG_DISPLAY_DELIMITED = 8;
 
 inline constexpr int ULOG_MAX_ARGS = 6; // arguments that a message's text can use
+
+// Message numbers of structures that logs know, beside MSG_LOG_ADD (msg_log_add.h), which brings severity,
+// time, object type and identifier itself.
+inline constexpr int ULOG_MSG_PLAIN = 0;     // identifier and severity of the call
+inline constexpr int ULOG_MSG_TEXT_A = 3332; // these four bring their identifier; the severity is the call's
+inline constexpr int ULOG_MSG_TEXT_B = 3335;
+inline constexpr int ULOG_MSG_TEXT_C = 3586;
+inline constexpr int ULOG_MSG_TEXT_D = 3588;
 
 // One named log of a process. Log.h has the only implementation and describes each operation. The order is
 // fixed: programs built against an earlier library call by slot.

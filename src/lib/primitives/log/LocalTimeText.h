@@ -3,34 +3,10 @@
 
 #include <cstddef>
 #include <ctime>
-#include <langinfo.h>
 #include <span>
 #include <string_view>
 
-// What a local time depends on beside the second.
-class TimeSettings {
-public:
-    // Whether nothing has changed since note(). Asking costs a few instructions.
-    bool are_current() const {
-        return _zone == tzname[0] && _summer_zone == tzname[1] && _offset == timezone &&
-               _locale == nl_langinfo(D_T_FMT);
-    }
-    void note() {
-        _locale = nl_langinfo(D_T_FMT);
-        _zone = tzname[0];
-        _summer_zone = tzname[1];
-        _offset = timezone;
-    }
-    void forget() { _locale = nullptr; }
-
-private:
-    // Each locale has its own copy of this word, so its place tells locales apart. The C library keeps one
-    // copy of each zone name as well.
-    const char* _locale = nullptr;
-    const char* _zone = nullptr; // names without and with summer time
-    const char* _summer_zone = nullptr;
-    long _offset = 0; // seconds west of UTC
-};
+#include "platform/unix/QENTimeSettings.h"
 
 // Formatting a time costs some hundred nanoseconds, copying one a few. Within one hour of local time only the
 // digits of minute and second differ, so they are put into the last text in place. Whether that holds is
@@ -87,7 +63,7 @@ private:
     time_t _hour = 0;        // first second of the hour of _time
     size_t _minute_at = 0;   // places of the digits in _text; valid in PATCHABLE
     size_t _second_at = 0;
-    TimeSettings _settings; // of _text
+    QENTimeSettings _settings; // of _text
     size_t _len = 0;
     std::span<char> _text;
 };

@@ -13,7 +13,6 @@
 #include "primitives/log/LogAdmin.h"
 #include "primitives/log/LogFork.h"
 #include "primitives/log/RecordDisplay.h"
-#include "primitives/log/TerminalText.h"
 #include "primitives/strings/QENString.h"
 #include "primitives/values/NVList.h"
 #include "primitives/values/VList.h"
@@ -112,7 +111,7 @@ void Log::_open_stream(FILE* fp) {
     _fp = fp;
     _enabled = 1;
     rotate();
-    _on_terminal = is_terminal(fp);
+    _on_terminal = QENIsTerminal(fp);
     if (_on_standard_stream()) {
         _catalog.settle();
     } else if (_ldf_enabled) {

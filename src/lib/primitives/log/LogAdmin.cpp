@@ -1,9 +1,9 @@
 // Messages for the administrator, in the system log, and what the platform layer reports through the log.
 #include "primitives/log/LogAdmin.h"
 
+#include <cstring>
 #include <memory>
 #include <string>
-#include <strings.h>
 
 #include "platform/unix/QENHooks.h"
 #include "platform/unix/QENPlatform.h"

@@ -74,6 +74,6 @@ bool LogCatalog::format(uint32_t msgcat_id, const std::string_view* argv, size_t
     const LogLock::Guard inside(lock());
     if (handle() == nullptr) return false;
     const ArgViews args = leading_args({argv, std::min<size_t>(argc, ULOG_MAX_ARGS)});
-    return i18nFormatSafeTo(&_handle, catalog_of(msgcat_id), number_of(msgcat_id), args.data(), args.size(),
-                            out, cap, lenp) == I18N_SOK;
+    return i18nFormatSafeTo(&_handle, i18n_category_of(msgcat_id), i18n_number_of(msgcat_id), args.data(),
+                            args.size(), out, cap, lenp) == I18N_SOK;
 }

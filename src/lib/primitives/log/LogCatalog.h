@@ -12,14 +12,6 @@
 #include "primitives/log/LogLock.h"
 #include "primitives/message/severity.h"
 
-// An identifier's two halves.
-constexpr unsigned catalog_of(uint32_t msgcat_id) {
-    return msgcat_id >> 16;
-}
-constexpr unsigned number_of(uint32_t msgcat_id) {
-    return msgcat_id & 0xFFFF;
-}
-
 // Catalogs of one language. One thread at a time uses an object; all objects together share texts and files,
 // which lock() guards.
 class LogCatalog {

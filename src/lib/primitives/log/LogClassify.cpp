@@ -15,13 +15,9 @@
 namespace {
 
 // Types whose identifier is in the message and whose severity is the call's.
-constexpr int IDENTIFIED_TYPES[] = {3332, 3335, 3586, 3588};
+constexpr int IDENTIFIED_TYPES[] = {ULOG_MSG_TEXT_A, ULOG_MSG_TEXT_B, ULOG_MSG_TEXT_C, ULOG_MSG_TEXT_D};
 // Argument elements, copied into the cache, of a message of type MSG_LOG_ADD.
 constexpr int16_t MSGID_LOG_ADD_ARGS = 26;
-
-uint32_t identifier(int cat, int id) {
-    return (static_cast<uint32_t>(cat) << 16) | static_cast<uint32_t>(id);
-}
 
 // False when the message has no such integer.
 bool get_int(const MsgStruct* msgp, int16_t id, int32_t& value) {
@@ -64,7 +60,7 @@ bool Log::_classify(LogMessage& m) {
 
 // A debug text, or a message that goes by the severity of the call.
 bool Log::_classify_plain(LogMessage& m) {
-    m.msgcat_id = identifier(m.cat, m.id);
+    m.msgcat_id = i18n_msgcat_id(static_cast<uint32_t>(m.cat), static_cast<uint32_t>(m.id));
     m.is_debug = (m.flags & ULOG_DEBUG) != 0;
     if (m.is_debug) {
         m.level = m.sev;

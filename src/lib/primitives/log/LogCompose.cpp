@@ -19,7 +19,7 @@ std::string_view view_of(const char* s) {
 
 int identifier_of(int cat, int id) {
     if (cat == ULOG_CAT_NONE) return id;
-    return static_cast<int>((static_cast<unsigned>(cat) << 16) | static_cast<unsigned>(id));
+    return static_cast<int>(i18n_msgcat_id(static_cast<uint32_t>(cat), static_cast<uint32_t>(id)));
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // Debug tags: which debug levels a log writes, and which of them it flushes at once.
 #include <cstdio>
-#include <strings.h>
+#include <cstring>
 
 #include "primitives/log/Log.h"
 #include "primitives/strings/QENString.h"

@@ -90,8 +90,8 @@ void Log::_capture(int sev, const char* whop, const char* filep, int line, int f
         entry << level_name(sev) << " " << text << "\n";
     else
         entry << severity_name(sev) << " "
-              << static_cast<int>(static_cast<unsigned>(cat) << 16 | static_cast<unsigned>(id)) << " " << text
-              << "\n";
+              << static_cast<int>(i18n_msgcat_id(static_cast<uint32_t>(cat), static_cast<uint32_t>(id)))
+              << " " << text << "\n";
     if (whop != nullptr && filep != nullptr) {
         entry << "\t" << filep << ":" << whop << "[" << line << "]";
         if (ffdc->print_seqno()) entry << ":" << ffdc->seqno();

@@ -1,11 +1,11 @@
 // Keeps the logs usable in forked children: see LogFork.h.
 #include "primitives/log/LogFork.h"
 
-#include <pthread.h>
 #include <set>
 
 #include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
+#include "platform/unix/QENThread.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/LoggerThread.h"
 
@@ -69,8 +69,8 @@ void Log::_continue_in_child(bool is_whole) {
 // The system log first: what is registered last is prepared first.
 void log_prepare_for_forks() {
     QENKeepSyslogAcrossForks();
-    [[maybe_unused]] static const int once =
-        pthread_atfork(LogFork::prepare, LogFork::in_parent, LogFork::in_child);
+    [[maybe_unused]] static const bool once =
+        (QENAtFork(LogFork::prepare, LogFork::in_parent, LogFork::in_child), true);
 }
 
 void log_was_made(Log* log) {

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <atomic>
-#include <sys/single_threaded.h>
 
+#include "platform/unix/Linux/QENSingleThreaded.h"
 #include "platform/unix/QENThread.h"
 
 // A log can be called from within its own write: the stream may be the program's and log by itself. Such a
@@ -57,7 +57,7 @@ private:
     static const void* _this_thread() { return &_depth; }
     entry _enter() {
         if (is_mine()) return NESTED;
-        if (!__libc_single_threaded) return _lock_and_enter();
+        if (!QENIsSingleThreaded()) return _lock_and_enter();
         _go_in();
         return ALONE;
     }

@@ -48,8 +48,8 @@ struct LogMessage {
     std::string_view text{};   // English
     std::string_view source{}; // file name without directories; empty when there is none
 
-    unsigned catalog() const { return msgcat_id >> 16; }
-    unsigned number() const { return msgcat_id & 0xFFFF; }
+    unsigned catalog() const { return i18n_category_of(msgcat_id); }
+    unsigned number() const { return i18n_number_of(msgcat_id); }
     bool leaves_out(int part) const { return (line_flags & part) != 0; }
     LogArguments arguments() const;
 

@@ -1,10 +1,12 @@
+// Texts of messages and identifiers, written into the caller's room; the display and the log put them into
+// lines.
 #include "primitives/log/LogText.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstring>
 
-#include "primitives/log/ILog.h"
+#include "i18n/common/i18n_id.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/values/ValueElem.h"
 
@@ -101,7 +103,7 @@ size_t put_umi(char* out, size_t size, std::string_view originator, unsigned cat
     char* const start = in_place ? out + originator.size() : numbers;
     char* end = start;
     *end++ = '-';
-    if (cat != ULOG_CAT_NONE) {
+    if (cat != I18N_CATEGORY_NONE) {
         end = std::to_chars(end, end + DIGITS_MAX, cat).ptr;
         *end++ = '-';
     }

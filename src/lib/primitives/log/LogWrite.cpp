@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 
+#include "platform/unix/QENNullText.h"
 #include "platform/unix/QENPlatform.h"
 #include "platform/unix/QENStreams.h"
 #include "primitives/log/LineBuffer.h"
@@ -20,7 +21,6 @@
 namespace {
 
 constexpr size_t UMI_SIZE = 255;
-constexpr char NULL_NAME[] = "(null)"; // what printf makes of a missing function name
 constexpr int MSG_INVALID_MESSAGE = 50879;
 
 int8_t one_byte(int code) {
@@ -192,7 +192,7 @@ void Log::_put_source(const LogMessage& m, LineBuffer& line) {
     line.append('\t');
     line.append(m.source);
     line.append(':');
-    line.append(m.whop != nullptr ? m.whop : NULL_NAME);
+    line.append(QENTextOf(m.whop));
     char number[16];
     line.append({number, static_cast<size_t>(snprintf(number, sizeof number, "[%d]\n", m.line))});
 }

@@ -7,12 +7,12 @@
 #include <charconv>
 #include <cstring>
 
+#include "platform/unix/QENNullText.h"
 #include "primitives/log/Conversion.h"
 #include "primitives/message/MsgStruct.h"
 
 namespace {
 
-constexpr char NULL_TEXT[] = "(null)"; // what printf makes of a null string
 constexpr size_t POSITIONS_MAX = 32;
 constexpr size_t ARG_MAX = PackedMessage::TEXT_SIZE - 1;
 
@@ -91,8 +91,7 @@ const char* PackedMessage::_put_plain(const char* p, QENVaList& walk) {
         break;
     case 's': {
         if (is_long) return nullptr; // wide characters
-        const char* s = va_arg(walk.list, const char*);
-        if (s == nullptr) s = NULL_TEXT;
+        const char* s = QENTextOf(va_arg(walk.list, const char*));
         _put_argument(s, strnlen(s, ARG_MAX));
         break;
     }

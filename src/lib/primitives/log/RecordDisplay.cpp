@@ -44,9 +44,10 @@ const RecordLine* RecordDisplay::_learn_line(int sev, uint32_t msgcat_id) {
     const LogLock::Guard inside(LogCatalog::lock());
     const std::string head = _head_of(sev, msgcat_id);
     i18nTemplate text;
-    void** catalogs = number_of(msgcat_id) != 0 ? _catalog.handle() : nullptr;
-    const bool has_text = catalogs != nullptr && i18nGetTemplate(catalogs, catalog_of(msgcat_id),
-                                                                 number_of(msgcat_id), &text) == I18N_SOK;
+    void** catalogs = i18n_number_of(msgcat_id) != 0 ? _catalog.handle() : nullptr;
+    const bool has_text =
+        catalogs != nullptr &&
+        i18nGetTemplate(catalogs, i18n_category_of(msgcat_id), i18n_number_of(msgcat_id), &text) == I18N_SOK;
     return _lines.keep(msgcat_id, sev, head, has_text ? &text : nullptr);
 }
 
@@ -54,7 +55,7 @@ const RecordLine* RecordDisplay::_learn_line(int sev, uint32_t msgcat_id) {
 void RecordDisplay::_put_unknown(uint32_t msgcat_id, ArgViews args, LineBuffer& line) {
     char umi[LOG_TEXT_SIZE];
     const size_t umi_size =
-        put_umi(umi, sizeof umi, Log::_originator(), catalog_of(msgcat_id), number_of(msgcat_id));
+        put_umi(umi, sizeof umi, Log::_originator(), i18n_category_of(msgcat_id), i18n_number_of(msgcat_id));
     line.advance(put_unknown_message(line.room(LOG_TEXT_SIZE), LOG_TEXT_SIZE, {umi, umi_size}, args));
 }
 
@@ -62,7 +63,7 @@ void RecordDisplay::_put_unknown(uint32_t msgcat_id, ArgViews args, LineBuffer& 
 std::string RecordDisplay::_head_of(int sev, uint32_t msgcat_id) {
     char umi[LOG_TEXT_SIZE];
     const size_t umi_size =
-        put_umi(umi, sizeof umi, Log::_originator(), catalog_of(msgcat_id), number_of(msgcat_id));
+        put_umi(umi, sizeof umi, Log::_originator(), i18n_category_of(msgcat_id), i18n_number_of(msgcat_id));
     std::string head(" ");
     head.append(Log::_mnemonic()).append(" ").append(_catalog.severity_word(sev)).append(" ");
     return head.append(umi, umi_size);
@@ -78,7 +79,7 @@ void RecordDisplay::_show_unlearned(const RecordLine* known, const ShownRecord& 
     else
         line.append(_head_of(record.sev, record.msgcat_id));
     size_t size;
-    if (number_of(record.msgcat_id) == 0 && !args.empty() && args[0].data() != nullptr)
+    if (i18n_number_of(record.msgcat_id) == 0 && !args.empty() && args[0].data() != nullptr)
         line.advance(put_arguments(line.room(LOG_TEXT_SIZE), time.size(), LOG_TEXT_SIZE, args));
     else if (_catalog.format(record.msgcat_id, args.data(), args.size(), line.room(I18N_CONV_BUFFSIZE),
                              I18N_CONV_BUFFSIZE, &size))

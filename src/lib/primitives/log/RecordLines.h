@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "i18n/common/i18n_id.h"
 #include "primitives/log/LogText.h"
 
 struct i18nTemplate;
@@ -83,7 +84,7 @@ public:
 private:
     static constexpr size_t PLACES = 64; // a power of two
     static size_t place_of(uint32_t msgcat_id, int sev) {
-        return (msgcat_id ^ msgcat_id >> 16 ^ static_cast<uint32_t>(sev) << 3) % PLACES;
+        return (msgcat_id ^ i18n_category_of(msgcat_id) ^ static_cast<uint32_t>(sev) << 3) % PLACES;
     }
 
     std::array<RecordLine, PLACES> _lines;

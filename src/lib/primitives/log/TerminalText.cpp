@@ -2,11 +2,8 @@
 #include "primitives/log/TerminalText.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <cwchar>
 #include <cwctype>
-#include <unistd.h>
 
 namespace {
 
@@ -35,14 +32,6 @@ void append_escaped(std::string& out, std::string_view bytes) {
 }
 
 } // namespace
-
-bool is_terminal(FILE* fp) {
-    const int error = errno;
-    const int fd = fileno(fp);
-    const bool is_one = fd >= 0 && isatty(fd) == 1;
-    errno = error;
-    return is_one;
-}
 
 bool is_plain_for_terminal(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return (c >= ' ' && c <= '~') || c == '\t'; });

@@ -4,14 +4,10 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdio>
 #include <string>
 #include <string_view>
 
 #include "primitives/log/LogText.h"
-
-// Whether the stream is a terminal.
-bool is_terminal(FILE* fp);
 
 enum class Newlines : bool { ESCAPED, KEPT };
 

@@ -4,18 +4,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <stdio_ext.h>
-#include <unistd.h>
 
+#include "platform/unix/QENDescriptors.h"
 #include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
+#include "platform/unix/QENStreams.h"
+#include "primitives/message/severity.h"
 
 namespace {
 
 constexpr char EXTENSION[] = ".log";
-constexpr int OPEN_FLAGS = O_RDWR | O_APPEND; // read by _mend()
-constexpr int SYSLOG_ERROR = 1;
 constexpr size_t SYSINFO_SIZE = 4096;
 constexpr char CREATED_ROOM[] = "# Created:      2026/11/16 18:38:11 \n#\n\n"; // the longest such text
 
@@ -37,12 +35,12 @@ bool TextLogFile::set_name(const char* directory, bool hidden, const char* name,
 bool TextLogFile::open() {
     if (_owner == QENForkCount()) _files.mend();
     struct stat st;
-    const int fd = file_open_regular(path(), OPEN_FLAGS, st);
+    const int fd = file_open_regular(path(), QEN_OPEN_APPEND, st);
     if (fd < 0) return errno == ENOENT;
     if (!_use(fd, st.st_size)) return false;
     if (st.st_size > 0) {
         char last = '\n';
-        _is_cut = pread(fd, &last, 1, st.st_size - 1) == 1 && last != '\n'; // a process died in a write
+        _is_cut = QENReadAt(fd, &last, 1, st.st_size - 1) && last != '\n'; // a process died in a write
         return true;
     }
     const std::string_view header = _header_now();
@@ -66,11 +64,8 @@ void TextLogFile::close() {
 
 // Takes over the descriptor of the current file, `size` bytes long.
 bool TextLogFile::_use(int fd, off_t size) {
-    FILE* stream = fdopen(fd, "a");
-    if (stream == nullptr) {
-        ::close(fd);
-        return false;
-    }
+    FILE* stream = QENStreamOver(fd, "a");
+    if (stream == nullptr) return false;
     if (_stream != nullptr) fclose(_stream);
     _stream = stream;
     _bytes = QENSaturatedFileSize(size);
@@ -99,7 +94,7 @@ void TextLogFile::start_new() {
     if (_install_new(&Generations::rotate))
         _pause.succeeded();
     else if (const int why = errno; _pause.failed())
-        QENSyslog(SYSLOG_ERROR, "Could not rotate %s: %s", path(), strerror(why));
+        QENSyslog(SEV_ERR, "Could not rotate %s: %s", path(), strerror(why));
 }
 
 // There may be a file by now: of a forked child, or where there was an obstacle. One that cannot be continued
@@ -136,12 +131,10 @@ void TextLogFile::_link_own_file() {
 
 bool TextLogFile::_install_new(bool (Generations::*way)() const) {
     const std::string_view header = _header_now();
-    const int fd = _files.make_new(header, OPEN_FLAGS);
+    const int fd = _files.make_new(header, QEN_OPEN_APPEND);
     if (fd < 0) return false;
     if ((_files.*way)()) return _use(fd, static_cast<off_t>(header.size()));
-    const int why = errno;
-    ::close(fd);
-    errno = why;
+    QENCloseDescriptor(fd);
     return false;
 }
 
@@ -156,14 +149,14 @@ std::string_view TextLogFile::_header_now() {
 void TextLogFile::follow_parent() {
     struct stat st;
     if (_stream == nullptr || QENIsSameFile(fileno(_stream), path())) return;
-    const int fd = file_open_regular(path(), OPEN_FLAGS, st);
+    const int fd = file_open_regular(path(), QEN_OPEN_APPEND, st);
     if (fd < 0) return;
     forget_unflushed();
     (void)_use(fd, st.st_size);
 }
 
 void TextLogFile::forget_unflushed() {
-    if (_stream != nullptr) __fpurge(_stream);
+    if (_stream != nullptr) QENStreamPurge(_stream);
     _pending = 0;
 }
 
@@ -198,14 +191,14 @@ void TextLogFile::settle(bool flush) {
 
 void TextLogFile::_mend() {
     clearerr(_stream);
-    __fpurge(_stream);
+    QENStreamPurge(_stream);
     const int fd = fileno(_stream);
-    struct stat st;
-    if (fstat(fd, &st) != 0) return;
-    const off_t end = _end_of_lines(fd, st.st_size);
+    const off_t size = QENDescriptorSize(fd);
+    if (size < 0) return;
+    const off_t end = _end_of_lines(fd, size);
     // A child leaves to its parent what may be the parent's own line on its way.
-    _is_cut = end < st.st_size && (_owner != QENForkCount() || ftruncate(fd, end) != 0);
-    _bytes = QENSaturatedFileSize(_is_cut ? st.st_size : end);
+    _is_cut = end < size && (_owner != QENForkCount() || !QENTruncate(fd, end));
+    _bytes = QENSaturatedFileSize(_is_cut ? size : end);
     _flushed = end;
     _pending = 0;
 }
@@ -217,7 +210,7 @@ off_t TextLogFile::_end_of_lines(int fd, off_t size) const {
     for (off_t end = size; end > _flushed;) {
         const auto n = static_cast<size_t>(std::min<off_t>(sizeof block, end - _flushed));
         const off_t start = end - static_cast<off_t>(n);
-        if (pread(fd, block, n, start) != static_cast<ssize_t>(n)) return size;
+        if (!QENReadAt(fd, block, n, start)) return size;
         const void* newline = memrchr(block, '\n', n);
         if (newline != nullptr) return start + (static_cast<const char*>(newline) - block) + 1;
         end = start;
