@@ -1,28 +1,91 @@
-// Data and catalog roots of its own for each test, and what the process sent to the system log.
+// Roots of its own for each test, and what all tests of logs do: write, read back, fork.
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <iterator>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <gmock/gmock.h>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
-#include <utility>
+#include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
 #include <vector>
 
+#include "primitives/log/FFDC.h"
 #include "primitives/log/Log.h"
+#include "primitives/log/MessageSite.h"
 #include "primitives/message/MsgStruct.h"
+#include "primitives/values/VList.h"
 #include "support/CatalogBuilder.h"
+#include "support/RunCommand.h"
 #include "support/SyslogTrap.h"
+#include "support/TempDir.h"
+
+inline constexpr int BARE = ULOG_BARE_TEXT | ULOG_NO_SOURCE;
+using Strings = std::vector<std::string>;
+
+// A stream of the program's that hands over the bytes of each write.
+class CallingStream {
+public:
+    explicit CallingStream(std::function<void(std::string_view)> taker) : _taker(std::move(taker)) {
+        const auto write = [](void* self, const char* bytes, size_t size) {
+            static_cast<CallingStream*>(self)->_taker({bytes, size});
+            return static_cast<ssize_t>(size);
+        };
+        fp = fopencookie(this, "w", {nullptr, write, nullptr, nullptr});
+        setvbuf(fp, nullptr, _IONBF, 0);
+    }
+    ~CallingStream() { fclose(fp); }
+
+    FILE* fp;
+
+private:
+    std::function<void(std::string_view)> _taker;
+};
+
+// Threads that call put(thread, 0), put(thread, 1), ... at most `most` times each, until they are stopped.
+class Producers {
+public:
+    Producers(size_t count, long most, const std::function<void(size_t, long)>& put) : sent(count, 0) {
+        for (size_t p = 0; p < count; ++p)
+            _threads.emplace_back([this, p, most, put] {
+                for (long& n = sent[p]; n == 0 || (n < most && !_is_over); ++n) put(p, n);
+            });
+    }
+    void stop() {
+        _is_over = true;
+        for (auto& thread : _threads) thread.join();
+    }
+
+    std::vector<long> sent; // by each thread; read it after stop()
+
+private:
+    std::atomic<bool> _is_over{false};
+    std::vector<std::thread> _threads;
+};
+
+// No file grows beyond `size` bytes while it lives.
+class FullDisk {
+public:
+    explicit FullDisk(size_t size) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &_before);
+        const rlimit full = {size, _before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &full);
+    }
+    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &_before); }
+
+private:
+    rlimit _before;
+};
 
 class LogFixture : public testing::Test {
 protected:
     LogFixture() {
-        char name[] = "/tmp/logXXXXXX";
-        root = mkdtemp(name);
-        std::filesystem::create_directory(root + "/ldf");
         for (const char* var : {"TAQ_LOG", "TAQ_LDF", "TAQ_MESSAGES_DIR"}) setenv(var, root.c_str(), 1);
         for (const char* var : {"TAQ_ENABLE_LDF", "TAQ_DEBUG_LOG_TAGS", "QEN_LOG_MAXLEN"}) unsetenv(var);
         setenv("QENI18N_LANG", "en", 1);
@@ -32,26 +95,45 @@ protected:
         Log::init("QEN", "K-16", nullptr);
     }
     ~LogFixture() override {
+        Log::disable_ffdc();
         Log::destroy();
-        std::filesystem::remove_all(root);
     }
 
     // An open log; it need not have a file yet.
-    static std::unique_ptr<Log> opened(const char* name, FILE* fp = nullptr, int flags = 0) {
+    static std::unique_ptr<Log> opened(const std::string& name, FILE* fp = nullptr, int flags = 0) {
         auto log = std::make_unique<Log>();
-        EXPECT_EQ(ULOG_OK, log->open(name, fp, flags, nullptr));
+        EXPECT_EQ(ULOG_OK, log->open(name.c_str(), fp, flags, nullptr));
         return log;
     }
-    static std::string slurp(const std::string& path) {
-        std::ifstream in(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
+    static void put(Log& log, const std::string& text, int flags = BARE) {
+        log.write_buf("f", "g", 1, SEV_INFO, flags, 25, 1, text.c_str());
     }
     std::string log_path(const std::string& file) const { return root + "/log/" + file; }
-    // What stands behind the header of a text log.
-    std::string body(const std::string& file) const {
-        const std::string all = slurp(log_path(file));
+    // What stands behind the header of a text log, and of a log data file.
+    std::string body(const std::string& file = "engine_A.log") const {
+        const std::string all = dir.read("log/" + file);
         const size_t end = all.find("#\n\n");
         return end == std::string::npos ? "<no header>" : all.substr(end + 3);
+    }
+    std::string records(const std::string& name = "engine") const {
+        const std::string all = dir.read("ldf/" + name + "_A.ldf");
+        return all.size() < LDF_HEADER_SIZE ? "<no header>" : all.substr(LDF_HEADER_SIZE);
+    }
+
+    Strings lines(const std::string& file = "engine_A.log") const {
+        std::istringstream in(body(file));
+        Strings all;
+        for (std::string line; std::getline(in, line);) all.push_back(line);
+        return all;
+    }
+    // Of texts "<name> <number>", how many each name has. Its numbers must be 0, 1, 2, ...
+    static std::map<std::string, long> counted(const Strings& texts) {
+        std::map<std::string, long> next;
+        for (const auto& text : texts) {
+            const std::string name = text.substr(0, text.find(' '));
+            EXPECT_EQ(name + " " + std::to_string(next[name]++), text);
+        }
+        return next;
     }
 
     // Writes the catalogs of the module for a language: texts by category and number.
@@ -67,8 +149,8 @@ protected:
     }
 
     // A message with a text and arguments, of the given type; -1: no identifier.
-    static std::unique_ptr<MsgStruct> message(const std::string& text, std::vector<std::string> args = {},
-                                              int type = 0, int identifier = -1) {
+    static std::unique_ptr<MsgStruct> message(const std::string& text, const Strings& args = {}, int type = 0,
+                                              int identifier = -1) {
         auto msgp = std::make_unique<MsgStruct>();
         msgp->gethdr()->setMessage(type);
         msgp->add_elem(21, text.c_str(), 0);
@@ -76,6 +158,26 @@ protected:
         if (identifier != -1) msgp->add_elem(23, identifier);
         return msgp;
     }
+    static Strings strings_of(const MsgStruct& msg, int16_t id) {
+        Strings strings;
+        for (const MsgElem* e = msg.find(id); e != nullptr; e = e->next()) strings.emplace_back(e->getstr());
+        return strings;
+    }
 
-    std::string root;
+    void register_as(int role, char print_seqno = 1) const {
+        Log::register_for_ffdc(role, "engine", dumps.c_str(), print_seqno);
+    }
+
+    // Runs a function in a forked child, which is ended when it hangs.
+    static pid_t start(const std::function<void()>& run) {
+        fflush(stdout); // or each child's exit writes it as well
+        const pid_t child = fork();
+        if (child != 0) return child;
+        alarm(20);
+        run();
+        _exit(99);
+    }
+
+    const TempDir dir;
+    const std::string root = dir.path(), ldf = dir.make("ldf"), dumps = dir.make("dumps");
 };
