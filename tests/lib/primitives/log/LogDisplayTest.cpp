@@ -16,9 +16,8 @@ const std::string AT = "Mon Nov 16 18:38:11 2026 ", QEN = AT + "QEN ";
 constexpr uint32_t msg_id(uint32_t cat, uint32_t id) {
     return cat << 16 | id;
 }
-constexpr uint32_t AND = msg_id(25, 30001), PLAIN = msg_id(25, 30002), SWAPPED = msg_id(25, 30003),
-                   STORED = msg_id(25, 0), LONG = msg_id(25, 30004), BEYOND = msg_id(25, 30005),
-                   HIGH = msg_id(40000, 1), UNKNOWN = msg_id(25, 5);
+constexpr uint32_t AND = msg_id(25, 30001), PLAIN = msg_id(25, 30002), LONG = msg_id(25, 30004),
+                   STORED = msg_id(25, 0), UNKNOWN = msg_id(25, 5);
 const std::string LONG_TEXT(4080, 't'); // a delimited header of 4,095 bytes: 10 in front, 5 behind
 
 class LogDisplayTest : public LogFixture {
@@ -26,13 +25,7 @@ protected:
     using Args = std::vector<const char*>;
 
     LogDisplayTest() {
-        write_catalogs("en", {{25,
-                               {{30001, "%s and %s"},
-                                {30002, "plain"},
-                                {30003, "%2$s-%1$s"},
-                                {30004, LONG_TEXT},
-                                {30005, "%1$s, %3$s"}}},
-                              {40000, {{1, "high"}}},
+        write_catalogs("en", {{25, {{30001, "%s and %s"}, {30002, "plain"}, {30004, LONG_TEXT}}},
                               {65534, {{1, "Fehler"}}}});
         write_catalogs("de", {{25, {{30002, "schlicht"}}}, {65534, {{4, "Hinweis"}}}});
     }
@@ -65,51 +58,32 @@ TEST_F(LogDisplayTest, LinesAndDelimitedRecords) {
     const std::string x3000(3000, 'x');
     const std::string x2018(2018, 'x'); // (4096 - 24 - 35) / 2
     const std::string x2032(2032, 'x'); // (4096 - 24 - 8) / 2
-    const std::string x4083(4083, 'x'); // 4096 - 10 of the text - 1 - 1 - 1
     const Args too_long = {x3000.c_str(), x3000.c_str()};
     const struct {
-        const char* name;
         int sev;
         uint32_t id;
         Args args;
         std::string line; // of a line: behind the time and mnemonic
         int flags = 0;
     } cases[] = {
-        {"catalog text", 4, AND, {"a", "b"}, "INFO K-16-25-30001 a and b"},
-        {"positions", 2, SWAPPED, {"a", "b"}, "WARNING K-16-25-30003 b-a"},
-        {"severity word of the catalog", 1, PLAIN, {}, "Fehler K-16-25-30002 plain"},
-        {"position beyond the arguments", 4, BEYOND, {"a", "b"}, "INFO K-16-25-30005 a, ???"},
-        {"long text", 4, LONG, {}, "INFO K-16-25-30004 " + LONG_TEXT},
-        {"longest arguments", 4, AND, {x4083.c_str(), "b"}, "INFO K-16-25-30001 " + x4083 + " and b"},
-        {"arguments just too long", 4, AND, {x4083.c_str(), "bb"}, "INFO K-16-25-30001 ??? and ???"},
-        {"null ends the arguments", 4, AND, {"a", nullptr, "b"}, "INFO K-16-25-30001 ??? and ???"},
-        {"no percent is a format", 4, AND, {"%s%n", "100%"}, "INFO K-16-25-30001 %s%n and 100%"},
-        {"highest level has no word", 57, PLAIN, {}, " K-16-25-30002 plain"},
-        {"unknown", 4, msg_id(10000, 5), {"a"}, "INFO K-16-5 Could not find message K-16-5 : arg1 = a"},
-        {"unknown too long", 4, UNKNOWN, too_long,
+        {4, AND, {"a", "100%"}, "INFO K-16-25-30001 a and 100%"},
+        {1, PLAIN, {}, "Fehler K-16-25-30002 plain"},
+        {4, AND, {"a", nullptr, "b"}, "INFO K-16-25-30001 ??? and ???"},
+        {57, PLAIN, {}, " K-16-25-30002 plain"},
+        {4, msg_id(10000, 5), {"a"}, "INFO K-16-5 Could not find message K-16-5 : arg1 = a"},
+        {4, UNKNOWN, too_long,
          "INFO K-16-25-5 Could not find message K-16-25-5 : arg1 = " + x2018 + "..., arg2 = " + x2018 +
              "..."},
-        {"stored without text", 4, STORED, {nullptr}, "INFO K-16-25-0 Could not find message K-16-25-0 : "},
-        {"stored too long", 4, STORED, too_long, "INFO K-16-25-0  " + x2032 + "... " + x2032 + ".."},
-        {"stored, one argument", 4, STORED, {"a"}, "INFO K-16-25-0  a"},
-        {"seventh is not used",
-         4,
-         STORED,
-         {"1", "2", "3", "4", "5", "6", "7"},
-         "INFO K-16-25-0  1 2 3 4 5 6"},
-        {"every field",
-         4,
-         AND,
-         {"1", "2", "3", "4", "5", "6", "7", "8"},
-         "{@@@}4{@@}??? and ???{@@}3{@@}1794854291{@@}1668401"
-         "{@@}1{@@}2{@@}3{@@}4{@@}5{@@}6{@@}7{@@}8{@@@}",
-         8},
-        {"identifier is signed", 4, HIGH, {}, "{@@@}4{@@}high{@@}3{@@}1794854291{@@}-1673527295{@@@}", 8},
-        {"fields of an unknown one", 4, UNKNOWN, {"a"}, "Could not find message K-16-25-5 : arg1 = a", 8},
-        {"header is cut", 4, LONG, {}, "{@@@}4{@@}" + LONG_TEXT + "{@@}3{@@@}", 8},
+        {4, STORED, {nullptr}, "INFO K-16-25-0 Could not find message K-16-25-0 : "},
+        {4, STORED, too_long, "INFO K-16-25-0  " + x2032 + "... " + x2032 + ".."},
+        {4, STORED, {"a"}, "INFO K-16-25-0  a"},
+        {4, STORED, {"1", "2", "3", "4", "5", "6", "7"}, "INFO K-16-25-0  1 2 3 4 5 6"},
+        {4, PLAIN, {"1", "2"}, "{@@@}4{@@}plain{@@}3{@@}1794854291{@@}1668402{@@}1{@@}2{@@@}", 8},
+        {4, UNKNOWN, {"a"}, "Could not find message K-16-25-5 : arg1 = a", 8},
+        {4, LONG, {}, "{@@@}4{@@}" + LONG_TEXT + "{@@}3{@@@}", 8}, // is cut
     };
     for (const auto& c : cases)
-        EXPECT_EQ((c.flags == 0 ? QEN : "") + c.line + "\n", shown(c.sev, c.id, c.args, c.flags)) << c.name;
+        EXPECT_EQ((c.flags == 0 ? QEN : "") + c.line + "\n", shown(c.sev, c.id, c.args, c.flags));
     for (const int off_the_scale : {58, -1}) EXPECT_EQ("", shown(off_the_scale, PLAIN, {}));
     const std::string mnemonic(5000, 'M'), origin(5000, 'O');
     Log::init(mnemonic.c_str(), origin.c_str(), nullptr);
@@ -135,8 +109,6 @@ TEST_F(LogDisplayTest, SeverityLanguageAndIdentityMayChangeBetweenLines) {
     EXPECT_STREQ("Hinweis", word) << "valid until set_lang or open";
     EXPECT_STREQ("", log->get_sev(static_cast<ulog_app_sev>(5)));
 
-    show(*std::make_unique<Log>());
-    EXPECT_THAT(syslog_texts(), testing::IsEmpty());
     show(*opened("engine")); // the first write will make the file
     EXPECT_THAT(syslog_texts(), testing::ElementsAre("3Log File Pointer is NULL\n"));
 }
@@ -159,7 +131,6 @@ TEST(TerminalTextTest, ControlCharactersOfTheLocaleBecomeVisible) {
     } cases[] = {
         {"C", "plain\ttext ~", "plain\ttext ~"},
         {"C", "\x1b]0;x\x07\x7f\r\n", "\\x1b]0;x\\x07\\x7f\\x0d\\x0a"},
-        {"C", "gr\xc3\xbc", "gr\\xc3\\xbc"},
         {"en_US.UTF-8", "gr\xc3\xbc \xe2\x82\xac \xe2\x80\x90\xe2\x81\xaa", nullptr},
         {"en_US.UTF-8", "a\xc2\x9b[1m \xc3(\xff\xe2\x82", "a\\xc2\\x9b[1m \\xc3(\\xff\\xe2\\x82"},
         {"en_US.UTF-8", "\xe2\x80\xae\xe2\x81\xa9\xd8\x9c", "\\xe2\\x80\\xae\\xe2\\x81\\xa9\\xd8\\x9c"},
@@ -180,13 +151,9 @@ TEST(TerminalTextTest, ControlCharactersOfTheLocaleBecomeVisible) {
 // The text of a time must be the C library's, whichever way it was made: in zones with summer time, with
 // breaks within an hour, with leap seconds, and in locales that write numbers otherwise.
 TEST(LocalTimeTextTest, AlwaysSaysWhatTheLibrarySays) {
-    const char* zones[] = {"UTC",
-                           "CET-1CEST,M3.5.0,M10.5.0/3",
-                           "Asia/Kathmandu",
-                           "Australia/Lord_Howe",
-                           "XXX-1YYY-1:00:30,M3.5.0/0:10:20,M10.5.0/0:20:40",
-                           "right/UTC"};
-    const char* locales[] = {"C", "en_US.UTF-8", "de_DE.UTF-8", "fr_FR.UTF-8", "ja_JP.UTF-8", "ja_JP.eucJP"};
+    constexpr char ODD[] = "XXX-1YYY-1:00:30,M3.5.0/0:10:20,M10.5.0/0:20:40";
+    const char* zones[] = {"CET-1CEST,M3.5.0,M10.5.0/3", "Asia/Kathmandu", ODD, "right/UTC"};
+    const char* locales[] = {"C", "en_US.UTF-8", "de_DE.UTF-8", "ja_JP.UTF-8"};
     const char* formats[] = {"%c", "%Y-%m-%d %H:%M:%S ", "%S%M", "%s", "%I:%M:%S %p %S", "%Od %OM %OS"};
     const time_t before_changes[] = {1774738800, 1775311200, 1793487600}; // to and from summer time
     setenv("LOCPATH", TAQ_TEST_LOCALES, 1);
@@ -201,24 +168,20 @@ TEST(LocalTimeTextTest, AlwaysSaysWhatTheLibrarySays) {
     for (const char* format : formats) {
         char room[64];
         LocalTimeText text(format, room); // which has to notice a changed locale and a changed zone
-        for (int change = 0; change < 36; ++change) {
-            setenv("TZ", zones[change / 6], 1);
+        for (int change = 0; change < 16; ++change) {
+            setenv("TZ", zones[change / 4], 1);
             tzset();
-            ASSERT_NE(nullptr, setlocale(LC_TIME, locales[change % 6]));
+            ASSERT_NE(nullptr, setlocale(LC_TIME, locales[change % 4]));
             for (int i = 0; i < 4500; step(i++)) {
                 char expected[256] = "";
                 strftime(expected, sizeof expected, format, localtime(&t));
-                ASSERT_EQ(expected, text.at(t)) << getenv("TZ") << " " << locales[change % 6] << " " << t;
+                ASSERT_EQ(expected, text.at(t)) << getenv("TZ") << " " << locales[change % 4] << " " << t;
             }
         }
     }
     setlocale(LC_TIME, "C");
-    setenv("TZ", "UTC", 1);
-    tzset();
     char room[64];
-    LocalTimeText text("%c", room);
-    EXPECT_EQ("", text.at(INT64_MAX)); // a year that no calendar has
-    EXPECT_EQ("Wed Dec 31 23:59:59 1969", text.at(-1));
+    EXPECT_EQ("", LocalTimeText("%c", room).at(INT64_MAX)); // a year that no calendar has
 }
 
 } // namespace

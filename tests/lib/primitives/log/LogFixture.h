@@ -116,8 +116,7 @@ protected:
         return end == std::string::npos ? "<no header>" : all.substr(end + 3);
     }
     std::string records(const std::string& name = "engine") const {
-        const std::string all = dir.read("ldf/" + name + "_A.ldf");
-        return all.size() < LDF_HEADER_SIZE ? "<no header>" : all.substr(LDF_HEADER_SIZE);
+        return dir.read("ldf/" + name + "_A.ldf").substr(LDF_HEADER_SIZE);
     }
 
     Strings lines(const std::string& file = "engine_A.log") const {

@@ -19,21 +19,14 @@ protected:
         EXPECT_EQ(ULOG_OK, log.open("engine", nullptr, 0, nullptr));
         log.set_maxlen(1 << 30);
     }
-    // The ways on which a text reaches a log: as a debug text, and as a message, which also flushes; each
-    // copied, or handed over.
+    // The ways on which a text reaches a log: as a debug text, and as a message, which also flushes, of the
+    // caller's or handed over.
     static void put(Log& log, const std::string& text, int way) {
-        if (way == 0) {
-            log.write_dbg(DBG_1, "f", "g", 1, BARE, 25, 1, text.c_str());
-        } else if (way == 1) {
-            char* mine = strcpy(new char[text.size() + 1], text.c_str());
-            log.write_dbg(DBG_1, "f", "g", 1, BARE | ULOG_HAND_OVER, 25, 1, mine);
-        } else if (way == 2) {
-            const auto kept = message(text);
-            log.write_app(SEV_INFO, "f", "g", 1, BARE, 25, 1, kept.get());
-            EXPECT_EQ(text, kept->find(21)->getstr()) << "stays the caller's";
-        } else {
-            log.write_app(SEV_INFO, "f", "g", 1, BARE | ULOG_HAND_OVER, 25, 1, message(text).release());
-        }
+        if (way == 0) return log.write_dbg(DBG_1, "f", "g", 1, BARE, 25, 1, text.c_str());
+        if (way == 1) return LogFixture::put(log, text);
+        const auto kept = message(text);
+        log.write_app(SEV_INFO, "f", "g", 1, BARE, 25, 1, kept.get());
+        EXPECT_THAT(strings_of(*kept, 21), ElementsAre(text)) << "stays the caller's";
     }
     Log log;
 };
@@ -50,13 +43,13 @@ TEST_F(LogQueueTest, WritesInOrderAndStopsAtOnceAndStartsAgain) {
         Log::start_logger(); // no effect
         EXPECT_TRUE(Log::run_thread());
         std::this_thread::sleep_for(20ms); // it waits for records, up to a second
-        put_next(3);
+        put_next(1);
         while (lines().size() < expected.size()) std::this_thread::sleep_for(1ms);
-        for (int n = 0; n < 500; ++n) put_next(n % 4);
+        for (int n = 0; n < 500; ++n) put_next(n % 3);
         Log::stop_logger();
         Log::stop_logger(); // no effect
         EXPECT_FALSE(Log::run_thread());
-        put_next(3);
+        put_next(1);
         EXPECT_EQ(expected, lines());
     }
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 3s) << "waited for its time-out";
@@ -70,7 +63,8 @@ TEST_F(LogQueueTest, ProducersOfOneLogOverStopsAndStartsOfTheLogger) {
     });
     for (int i = 0; i < 200; ++i) {
         Log::start_logger();
-        std::this_thread::yield();
+        shared->enable_debug("ipm");
+        shared->clear_debug_flag(DBG_IPM, LOG_DBG_FLUSH);
         Log::stop_logger();
     }
     producers.stop();
@@ -97,8 +91,7 @@ TEST_F(LogQueueTest, ProducersOfOneLogOverStopsAndStartsOfTheLogger) {
 }
 
 TEST_F(LogQueueTest, ADeletedLogHasWrittenWhatWasQueuedForIt) {
-    Strings expected;
-    for (int i = 0; i < 500; ++i) expected.push_back(std::to_string(i));
+    const Strings expected(500, "text");
     Log::start_logger();
     for (const std::string name : {"deleted", "reopened"}) {
         auto brief = opened(name);
@@ -130,7 +123,7 @@ TEST_F(LogQueueTest, WithinItsOwnWriteALogShowsAndWritesNothing) {
         talking = opened("talking", stream.fp);
         if (queued) Log::start_logger();
         put(*talking, "one", 2);
-        put(*talking, "two", 3);
+        put(*talking, "two", 1);
         while (writes < 2) std::this_thread::yield(); // and the logger thread goes on
         Log::stop_logger();
         EXPECT_THAT(written, ElementsAre("one\n", "two\n"));
@@ -176,40 +169,24 @@ TEST_F(LogQueueTest, NobodyOvertakesWhatTheFinishingThreadStillHasToWrite) {
     EXPECT_EQ(expected, gated.texts);
 }
 
-TEST_F(LogQueueTest, AdminMessagesAndSwitchesPassThroughTheThread) {
-    Log::start_logger();
-    Log::admin_msg(SEV_ERR, "f", "g", 1, 25, 1, message("50% %s").release());
-    Log::admin_msg(SEV_ERR, "f", "g", 1, 25, 1, new MsgStruct); // no text: nothing
-    Producers other(1, LONG_MAX, [this](size_t, long) {         // while the thread may be writing
-        log.enable_debug("ipm");
-        log.clear_debug_flag(DBG_IPM, LOG_DBG_FLUSH);
-        Log::set_adminlog_facility(0);
-    });
-    for (int i = 0; i < 100; ++i) put(log, "x", i % 4);
-    other.stop();
-    Log::stop_logger();
-    EXPECT_THAT(syslog_texts(), ElementsAre("350% %s"));
-    EXPECT_EQ(100u, lines().size());
-}
-
 TEST_F(LogQueueTest, DequeueTakesAllRecordsAndTheLoggerWhatIsLeft) {
+    const auto enqueue = [this](int id) {
+        Log::enq(
+            new vlog_msg_t(&log, 1, SEV_INFO, "f", "g", 1, BARE, 25, id, nullptr, message("t").release()));
+    };
     EXPECT_EQ(nullptr, Log::deq(1)) << "nothing within a millisecond";
-    for (int i = 0; i < 4; ++i) {
-        auto* text = message(std::to_string(i)).release();
-        Log::enq(new vlog_msg_t(&log, 1, SEV_INFO, "f", "g", 1, BARE, 25, i, nullptr, text));
-        if (i != 2) continue;
-        const std::unique_ptr<DList> records(Log::deq(-1));
-        ASSERT_EQ(3, records->count());
-        for (int n = 0; n < 3; ++n) {
-            const std::unique_ptr<vlog_msg_t> taken(static_cast<vlog_msg_t*>(records->head()->object()));
-            EXPECT_EQ(n, taken->id);
-            delete taken->msg_structp;
-        }
-        EXPECT_EQ(nullptr, Log::deq(0));
+    for (int id : {0, 1}) enqueue(id);
+    const std::unique_ptr<DList> records(Log::deq(-1));
+    ASSERT_EQ(2, records->count());
+    for (int id : {0, 1}) {
+        const std::unique_ptr<vlog_msg_t> taken(static_cast<vlog_msg_t*>(records->head()->object()));
+        EXPECT_EQ(id, taken->id);
+        delete taken->msg_structp;
     }
+    enqueue(2);
     Log::start_logger();
     Log::stop_logger();
-    EXPECT_THAT(lines(), ElementsAre("3"));
+    EXPECT_THAT(lines(), ElementsAre("t"));
 }
 
 } // namespace
