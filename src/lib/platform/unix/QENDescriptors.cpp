@@ -77,3 +77,7 @@ bool QENReadAt(int fd, void* data, size_t n, int64_t offset) {
 bool QENTruncate(int fd, int64_t size) {
     return ftruncate(fd, size) == 0;
 }
+
+bool QENLinkFile(const char* path, const char* second_name) {
+    return link(path, second_name) == 0;
+}

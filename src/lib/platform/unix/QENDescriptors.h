@@ -38,3 +38,6 @@ bool QENReadAt(int fd, void* data, size_t n, int64_t offset);
 
 // Cuts the file at `size` bytes. False with errno set.
 bool QENTruncate(int fd, int64_t size);
+
+// Gives a file a second name, which must be free. False with errno set.
+bool QENLinkFile(const char* path, const char* second_name);

@@ -122,11 +122,11 @@ void TextLogFile::_link_own_file() {
     char number[16];
     snprintf(number, sizeof number, ".%d", QENGetPid());
     const PathText own = file_join({path(), number});
-    const int fd = own != nullptr ? file_create(own.get(), _header_now(), OPEN_FLAGS) : -1;
+    const int fd = own != nullptr ? file_create(own.get(), _header_now(), QEN_OPEN_APPEND) : -1;
     if (fd < 0) return;
-    (void)link(own.get(), path()); // there may be a file by now
-    (void)unlink(own.get());
-    ::close(fd);
+    (void)QENLinkFile(own.get(), path()); // there may be a file by now
+    (void)QENDeleteFile(own.get());
+    QENCloseDescriptor(fd);
 }
 
 bool TextLogFile::_install_new(bool (Generations::*way)() const) {
