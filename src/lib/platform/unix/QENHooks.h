@@ -21,6 +21,10 @@ inline constexpr int QEN_PLATFORM_CATEGORY = 25;        // of every message that
 inline constexpr int QEN_THREAD_FAILURE_SEVERITY = 2;   // WARNING
 inline constexpr int QEN_THREAD_FAILURE_FLAGS = 0x8000; // the log deletes the message
 
+// The source position that reports of events carry, whoever makes them.
+inline constexpr char QEN_EVENT_FILE[] = "QENPlatform.cpp";
+inline constexpr int QEN_EVENT_LINE = 1489;
+
 struct QENHooks {
     // Writes the failure to the process's output log, after offering it to first-failure capture. While it
     // is null, failures go to the system log.

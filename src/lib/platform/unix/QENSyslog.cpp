@@ -17,8 +17,6 @@ constexpr size_t SYSLOG_TEXT_SIZE = 4095; // with the NUL
 
 // The source position under which events appear. The line is a constant, so that an event looks the same in
 // every release.
-constexpr char EVENT_FILE[] = "QENPlatform.cpp";
-constexpr int EVENT_LINE = 1489;
 
 // The C library's own lock of the system log stays taken for ever in a child that was forked while another
 // thread held it. Held around each of its calls, this one keeps forks out.
@@ -102,5 +100,5 @@ void QENSyslog(int sev, const char* format, ...) {
 void QENReportEvent(int logical_sev, uint32_t dwEventID, MsgStruct* msg_structp) {
     if (msg_structp == nullptr || !QENIsEvent(logical_sev)) return;
     const auto report = QENGetHooks().report_event;
-    if (report != nullptr) report(logical_sev, dwEventID, msg_structp, EVENT_FILE, EVENT_LINE);
+    if (report != nullptr) report(logical_sev, dwEventID, msg_structp, QEN_EVENT_FILE, QEN_EVENT_LINE);
 }

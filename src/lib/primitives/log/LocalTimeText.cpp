@@ -1,4 +1,5 @@
-// See LocalTimeText.h.
+// Makes local times into text, mostly by changing four digits of the last one. Lines of logs, of records and
+// of the capture begin with such a text.
 #include "primitives/log/LocalTimeText.h"
 
 #include <algorithm>

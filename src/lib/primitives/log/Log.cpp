@@ -1,4 +1,5 @@
-// The life of a log: construction, opening, closing, and what is configured meanwhile.
+// The life of a log: construction, opening, closing, and what is configured meanwhile. LogWrite.cpp and
+// LogDisplay.cpp use it.
 #include "primitives/log/Log.h"
 
 #include <algorithm>
@@ -10,12 +11,11 @@
 #include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
 #include "platform/unix/QENStreams.h"
-#include "primitives/log/LogAdmin.h"
 #include "primitives/log/LogFork.h"
+#include "primitives/log/LogText.h"
 #include "primitives/log/RecordDisplay.h"
+#include "primitives/message/MsgStruct.h"
 #include "primitives/strings/QENString.h"
-#include "primitives/values/NVList.h"
-#include "primitives/values/VList.h"
 
 namespace {
 
@@ -27,7 +27,6 @@ constexpr size_t PATH_SIZE = 4096;
 constexpr size_t SYSTEM_NAME_SIZE = 256;
 constexpr char TAG_SEPARATORS[] = " ,;:";
 constexpr char LOG_SUBDIR[] = "/log/";
-constexpr int MSG_LDF_OPEN_FAILED = 50878;
 
 int int_value(const char* text) {
     return static_cast<int>(std::clamp<long>(strtol(text, nullptr, 10), INT_MIN, INT_MAX));
@@ -45,10 +44,10 @@ int log_directory(PathText& directory) {
 
 } // namespace
 
-Log::Log() : _cache_vlistp(new VList) {
+Log::Log() {
     log_was_made(this);
     char value[SETTING_SIZE];
-    _ldf_enabled = QENGetenv(ENV_ENABLE_LDF, value, sizeof value) != 0 || int_value(value) != 0;
+    _copy.enable(QENGetenv(ENV_ENABLE_LDF, value, sizeof value) != 0 || int_value(value) != 0);
     if (QENGetenv(ENV_DEBUG_TAGS, value, sizeof value) == 0) {
         for (char* rest = value; char* tag = qenstrtok(&rest, TAG_SEPARATORS);) {
             enable_debug(tag);
@@ -67,12 +66,12 @@ Log::~Log() {
 // Back to the state before open, the settings apart.
 void Log::_release() {
     const LogLock::Guard inside(_lock);
-    if (_namep != nullptr && Log_obj(_namep.get()) == this) _log_nvlistp->remove(_namep.get());
+    if (_namep != nullptr) LogIdentity::remove(_namep.get(), this);
     _namep.reset();
-    if (_fp != nullptr && _rewind_flag != 0) (void)QENStreamFlush(_fp); // nobody to tell
+    if (_fp != nullptr && !_is_file_log) (void)QENStreamFlush(_fp); // nobody to tell
     _fp = nullptr;
     _file.close();
-    _ldfp.reset();
+    _copy.close();
     _name_lock.release();
     _displayp.reset();
     _catalog.close();
@@ -80,7 +79,7 @@ void Log::_release() {
 }
 
 int Log::open(const char* namep, FILE* fp, int flags, int (*)()) {
-    if (_log_nvlistp == nullptr) return ULOG_ENOINIT;
+    if (!LogIdentity::has_registry()) return ULOG_ENOINIT;
     if (namep == nullptr) return ULOG_ENONAME;
     if (fp == nullptr && strchr(namep, '/') != nullptr) return ULOG_EFAIL; // would leave the log directory
     if (Log_obj(namep) != nullptr) return ULOG_EREGISTERED;
@@ -95,7 +94,7 @@ int Log::open(const char* namep, FILE* fp, int flags, int (*)()) {
 
 int Log::_open_as(PathText name, FILE* fp, int flags) {
     const LogLock::Guard inside(_lock);
-    _log_nvlistp->append(name.get(), static_cast<void*>(this), /*ref=*/1);
+    LogIdentity::add(name.get(), this);
     _namep = std::move(name); // from here on _release takes the name out of the registry
     _open_flags = flags;
     _process = QENForkCount();
@@ -105,30 +104,24 @@ int Log::_open_as(PathText name, FILE* fp, int flags) {
 }
 
 void Log::_open_stream(FILE* fp) {
-    _fp_specified = 1;
-    _rewindallowed = 0;
-    _rewind_flag = 1;
+    _is_file_log = false;
     _fp = fp;
     _enabled = 1;
-    rotate();
-    _on_terminal = QENIsTerminal(fp);
-    if (_on_standard_stream()) {
+    _line.settle(/*is_localized=*/_on_standard_stream(), QENIsTerminal(fp));
+    if (_on_standard_stream())
         _catalog.settle();
-    } else if (_ldf_enabled) {
-        _open_ldf();
-    }
+    else
+        _copy.open(_namep.get());
 }
 
 int Log::_open_file_log() {
-    _fp_specified = 0;
-    _on_terminal = false;
-    _rewindallowed = 1;
-    _rewind_flag = 0;
+    _is_file_log = true;
+    _line.settle(/*is_localized=*/false, /*on_terminal=*/false);
     if (const int result = _make_paths(); result != ULOG_OK) return result;
     _enabled = 1;
     if (!_file.open()) return ULOG_EFAIL;
     _fp = _file.stream(); // null: the first write makes the file
-    if (_fp != nullptr && _ldf_enabled) _open_ldf();
+    if (_fp != nullptr) _copy.open(_namep.get());
     return ULOG_OK;
 }
 
@@ -155,16 +148,6 @@ int Log::_lock_name(const char* directory, bool hidden) {
     return ULOG_EREGISTERED;
 }
 
-// Opens the writer of the copy; on failure there is none from now on.
-void Log::_open_ldf() {
-    _ldfp.reset(new (std::nothrow) LdfWriter);
-    if (_ldfp != nullptr && _ldfp->open(_namep.get(), /*flags=*/0) == LDF_OK) return;
-    report_to_admin(SEV_ERR, __func__, __FILE__, __LINE__, ULOG_CAT_LIBRARY, MSG_LDF_OPEN_FAILED,
-                    process_args("There is an error opening the LDF file for '%s'.", _namep.get()));
-    _ldfp.reset();
-    _ldf_enabled = false;
-}
-
 int Log::set_lang(const char* lang) {
     const LogLock::Guard inside(_lock);
     const bool changed = _catalog.change_language(lang);
@@ -175,4 +158,76 @@ int Log::set_lang(const char* lang) {
 void Log::set_maxlen(int count) {
     const LogLock::Guard inside(_lock);
     _file.set_maxlen(std::max(count, LOG_MIN_MAXLEN));
+}
+
+void Log::rotate() {
+    const LogLock::Guard inside(_lock); // or this thread is within its write
+    if (_enabled != 0 && _is_file_log) _file.request_new();
+}
+
+void Log::set_cache_disabled() {
+    const LogLock::Guard inside(_lock);
+    _cache.disable();
+}
+
+void Log::reset_cache() {
+    const LogLock::Guard inside(_lock);
+    _cache.reset();
+}
+
+void Log::get_all_set_dbg_tags(char* set_dbgtag, int size_setdbgtag) {
+    if (set_dbgtag == nullptr || size_setdbgtag <= 0 || _enabled == 0) return;
+    _tags.append_enabled(set_dbgtag, static_cast<size_t>(size_setdbgtag));
+}
+
+const char* Log::get_sev(ulog_app_sev sev) {
+    const LogLock::Guard inside(_lock);
+    return _catalog.severity_word(sev).data();
+}
+
+// ---- What all logs share
+
+void Log::init(const char* mnemp, const char* origIDp, const char* modulep) {
+    LogIdentity::init(mnemp, origIDp);
+    LogAdmin::install_hooks();
+    QENInitEventLog(modulep);
+    LdfWriter::init(modulep);
+}
+
+void Log::destroy() {
+    logger_thread().finish(); // the records are composed with what goes here
+    const bool capturing = Capture::is_enabled();
+    LogAdmin::remove_hooks();
+    Capture::disable(); // nothing may be offered to an object that goes
+    LogIdentity::destroy();
+    Capture::destroy();
+    LdfWriter::destroy();
+    if (capturing) Capture::enable();
+}
+
+void Log::init_eventlog(const char* modulep) {
+    QENInitEventLog(modulep);
+    LdfWriter::init(modulep);
+}
+
+void Log::admin_msg(int sev, const char* whop, const char* filep, int line, int cat, int id,
+                    MsgStruct* msg_structp) {
+    LogAdmin::send({time(nullptr), sev, whop, filep, line, /*flag_word=*/0, cat, id},
+                   std::unique_ptr<MsgStruct>(msg_structp));
+}
+
+void Log::write_admin(time_t, int sev, const char*, const char*, int, int, int, const MsgStruct* msgp) {
+    LogAdmin::write(sev, message_text(msgp));
+}
+
+void Log::write_ffdc(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,
+                     const char* msgp) {
+    if (msgp != nullptr && Capture::is_enabled())
+        Capture::offer({time(nullptr), sev, whop, filep, line, flags, cat, id}, msgp);
+}
+
+void Log::write_ffdc(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,
+                     const MsgStruct* msgp) {
+    if (Capture::is_enabled())
+        Capture::offer({time(nullptr), sev, whop, filep, line, flags, cat, id}, message_text(msgp));
 }

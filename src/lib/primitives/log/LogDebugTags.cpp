@@ -1,8 +1,9 @@
-// Debug tags: which debug levels a log writes, and which of them it flushes at once.
+// Finds debug levels by name and switches them. A log asks for the level of each debug message.
+#include "primitives/log/LogDebugTags.h"
+
 #include <cstdio>
 #include <cstring>
 
-#include "primitives/log/Log.h"
 #include "primitives/strings/QENString.h"
 
 namespace {
@@ -16,7 +17,7 @@ bool is_level(int dbg) {
 
 } // namespace
 
-int Log::get_dbgtag_ndx(const char* tagp) {
+int LogDebugTags::level_of(const char* tagp) {
     if (tagp == nullptr) return -1;
     char name[TAG_SIZE];
     if (strncasecmp(tagp, TAG_PREFIX, sizeof TAG_PREFIX - 1) != 0) {
@@ -28,41 +29,22 @@ int Log::get_dbgtag_ndx(const char* tagp) {
     return -1;
 }
 
-// The index of an unknown tag is -1, which the next two ignore.
-void Log::enable_debug(const char* tagp) {
-    set_debug_flag(get_dbgtag_ndx(tagp), LOG_DBG_ENABLED);
+void LogDebugTags::set(int level, int flag) {
+    if (is_level(level)) _debug[static_cast<size_t>(level)].fetch_or(flag, std::memory_order_relaxed);
 }
 
-void Log::disable_debug(const char* tagp) {
-    clear_debug_flag(get_dbgtag_ndx(tagp), LOG_DBG_ENABLED);
+void LogDebugTags::clear(int level, int flag) {
+    if (is_level(level)) _debug[static_cast<size_t>(level)].fetch_and(~flag, std::memory_order_relaxed);
 }
 
-void Log::set_flush_debug(const char* tagp) {
-    set_debug_flag(get_dbgtag_ndx(tagp), LOG_DBG_FLUSH);
-}
-
-void Log::clear_flush_debug(const char* tagp) {
-    clear_debug_flag(get_dbgtag_ndx(tagp), LOG_DBG_FLUSH);
-}
-
-void Log::set_debug_flag(int dbg, int flag) {
-    if (is_level(dbg)) _debug[static_cast<size_t>(dbg)].fetch_or(flag, std::memory_order_relaxed);
-}
-
-void Log::clear_debug_flag(int dbg, int flag) {
-    if (is_level(dbg)) _debug[static_cast<size_t>(dbg)].fetch_and(~flag, std::memory_order_relaxed);
-}
-
-void Log::reset_debug_tags() {
+void LogDebugTags::reset() {
     for (auto& flags : _debug) flags.store(0, std::memory_order_relaxed);
 }
 
-void Log::get_all_set_dbg_tags(char* set_dbgtag, int size_setdbgtag) {
-    if (set_dbgtag == nullptr || size_setdbgtag <= 0) return;
-    const auto size = static_cast<size_t>(size_setdbgtag);
+void LogDebugTags::append_enabled(char* names, size_t size) const {
     for (int dbg = 0; dbg < DBG_LEV_END; ++dbg) {
-        if (is_enabled(static_cast<ulog_dbg_lev>(dbg)) == 0) continue;
-        qenstrlcat(set_dbgtag, ulog_dbg_lev_names[dbg], size);
-        qenstrlcat(set_dbgtag, " ", size);
+        if (!has(dbg, LOG_DBG_ENABLED)) continue;
+        qenstrlcat(names, ulog_dbg_lev_names[dbg], size);
+        qenstrlcat(names, " ", size);
     }
 }

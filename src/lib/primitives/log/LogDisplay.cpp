@@ -32,12 +32,12 @@ std::span<char> Log::_line_room() {
 
 inline RecordDisplay& Log::_shown() {
     if (_displayp == nullptr) [[unlikely]]
-        _displayp.reset(new RecordDisplay(_catalog, _on_terminal));
+        _displayp.reset(new RecordDisplay(_catalog, _line.is_on_terminal()));
     return *_displayp;
 }
 
 inline bool Log::_may_show(int sev) {
-    if (_enabled.load(std::memory_order_relaxed) == 0 || sev < 0 || sev > logical_sev(DBG_RES2)) return false;
+    if (_enabled.load(std::memory_order_relaxed) == 0 || !is_logical_sev(sev)) return false;
     if (_fp == nullptr) QENSyslog(SEV_ERR, "Log File Pointer is NULL\n");
     return _fp != nullptr;
 }

@@ -1,4 +1,4 @@
-// Keeps the logs usable in forked children: see LogFork.h.
+// Keeps the logs usable in forked children: takes every lock of the room before a fork and frees it after.
 #include "primitives/log/LogFork.h"
 
 #include <set>
@@ -6,6 +6,7 @@
 #include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
 #include "platform/unix/QENThread.h"
+#include "primitives/log/Capture.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/LoggerThread.h"
 
@@ -25,7 +26,7 @@ LiveLogs& live() {
 
 } // namespace
 
-// Friend of Log.
+// What happens around a fork. Friend of Log.
 struct LogFork {
     static void prepare() {
         QENMutexLock(&live().lock);
@@ -35,17 +36,17 @@ struct LogFork {
         for (Log* log : live().logs) log->_lock.before_fork(deadline);
         LogCatalog::lock().before_fork(deadline);
         logger_thread().before_fork();
-        Log::_ffdc_before_fork();
+        Capture::before_fork();
     }
     static void in_parent() {
-        Log::_ffdc_after_fork(/*in_child=*/false);
+        Capture::after_fork(/*in_child=*/false);
         logger_thread().after_fork_in_parent();
         LogCatalog::lock().after_fork_in_parent();
         for (Log* log : live().logs) log->_lock.after_fork_in_parent();
         QENMutexUnlock(&live().lock);
     }
     static void in_child() {
-        Log::_ffdc_after_fork(/*in_child=*/true);
+        Capture::after_fork(/*in_child=*/true);
         logger_thread().after_fork_in_child();
         (void)LogCatalog::lock().after_fork_in_child();
         for (Log* log : live().logs) log->_continue_in_child(/*is_whole=*/log->_lock.after_fork_in_child());

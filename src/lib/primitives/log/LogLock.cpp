@@ -1,4 +1,4 @@
-// The lock of a log: see LogLock.h.
+// Goes into a log while other threads exist, and around forks. Each write of a message passes here.
 #include "primitives/log/LogLock.h"
 
 constinit thread_local unsigned LogLock::_depth = 0;

@@ -9,6 +9,8 @@
 class MsgElem;
 class MsgStruct;
 
+inline constexpr size_t LOG_TEXT_SIZE = 4096; // room for one composed text, NUL included
+
 // Arguments of a message; the first view with null data ends them.
 using ArgViews = std::span<const std::string_view>;
 

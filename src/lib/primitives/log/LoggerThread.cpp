@@ -1,12 +1,12 @@
-// The logger thread: see LoggerThread.h.
+// Takes queued records in order and writes them. Producers come before it, write_record (LogQueue.cpp) after.
 #include "primitives/log/LoggerThread.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <utility>
 
+#include "primitives/log/Capture.h"
 #include "primitives/log/FFDC.h"
-#include "primitives/log/Log.h"
 #include "primitives/log/LogFork.h"
 #include "primitives/log/LogLock.h"
 #include "primitives/log/LogQueue.h"
@@ -123,9 +123,9 @@ void LoggerThread::_at_exit() {
 void* LoggerThread::_run(void* object) {
     auto* self = static_cast<LoggerThread*>(object);
     is_writer = true;
-    Log::register_for_ffdc(FFDC_ROLE_UBO, /*module=*/nullptr, /*logdir=*/nullptr, /*print_seqno=*/0);
+    Capture::add_thread(FFDC_ROLE_UBO, /*module=*/nullptr, /*logdir=*/nullptr, /*print_seqno=*/0);
     while (self->_next_batch(WAIT_MS) || is_running()) self->_write_batch();
-    Log::unregister_for_ffdc();
+    Capture::remove_thread();
     {
         QENLockGuard guard(&self->_lock);
         self->_tid = QENThreadGetCurrent();

@@ -1,8 +1,9 @@
-// A message site: the call becomes a packed message, for the capture and for the log.
+// A message site: the call becomes one value and a packed message, for the capture and for the log.
 #include "primitives/log/MessageSite.h"
 
 #include <typeinfo>
 
+#include "primitives/log/Capture.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/PackedMessage.h"
 
@@ -13,10 +14,11 @@ void write_message(ILog* logp, ulog_app_sev sev, const char* whop, const char* f
     PackedMessage packed;
     packed.pack(fmtp, args);
     va_end(args.list);
-    Log::write_ffdc(sev, whop, filep, line, flags, cat, id, packed.view().text.data());
+    const LogCall call(time(nullptr), sev, whop, filep, line, flags, cat, id);
+    Capture::offer(call, packed.view().text);
     if (logp == nullptr) return;
     if (typeid(*logp) == typeid(Log))
-        static_cast<Log*>(logp)->write_packed(sev, whop, filep, line, flags, cat, id, packed);
+        static_cast<Log*>(logp)->write_packed(call, packed);
     else // another kind of log may want its write_app called, which takes a structure
         logp->write_app(sev, whop, filep, line, flags | ULOG_HAND_OVER, cat, id, packed.view().structure());
 }
@@ -28,7 +30,7 @@ void write_debug_message(ILog* logp, ulog_dbg_lev lev, const char* whop, const c
     PackedMessage packed;
     packed.pack(fmtp, args);
     va_end(args.list);
-    const char* const text = packed.view().text.data();
-    Log::write_ffdc(lev, whop, filep, line, flags | ULOG_DEBUG, cat, id, text);
-    logp->write_dbg(lev, whop, filep, line, flags & ~ULOG_HAND_OVER, cat, id, text);
+    const std::string_view text = packed.view().text;
+    Capture::offer({time(nullptr), lev, whop, filep, line, flags | ULOG_DEBUG, cat, id}, text);
+    logp->write_dbg(lev, whop, filep, line, flags & ~ULOG_HAND_OVER, cat, id, text.data());
 }

@@ -6,7 +6,6 @@
 #include <cstdio>
 
 #include "i18n/common/i18n.h"
-#include "primitives/log/LogCatalog.h"
 
 namespace {
 
@@ -28,7 +27,7 @@ char* put_number_field(char* out, int number) {
 
 void RecordDisplay::forget() {
     _lines.forget();
-    _identity = Log::_identity;
+    _identity = LogIdentity::version();
     _times.forget();
 }
 
@@ -54,18 +53,18 @@ const RecordLine* RecordDisplay::_learn_line(int sev, uint32_t msgcat_id) {
 // The text for a message that no catalog has.
 void RecordDisplay::_put_unknown(uint32_t msgcat_id, ArgViews args, LineBuffer& line) {
     char umi[LOG_TEXT_SIZE];
-    const size_t umi_size =
-        put_umi(umi, sizeof umi, Log::_originator(), i18n_category_of(msgcat_id), i18n_number_of(msgcat_id));
+    const size_t umi_size = put_umi(umi, sizeof umi, LogIdentity::originator(), i18n_category_of(msgcat_id),
+                                    i18n_number_of(msgcat_id));
     line.advance(put_unknown_message(line.room(LOG_TEXT_SIZE), LOG_TEXT_SIZE, {umi, umi_size}, args));
 }
 
 // Mnemonic, severity word and identifier, with the blanks around them.
 std::string RecordDisplay::_head_of(int sev, uint32_t msgcat_id) {
     char umi[LOG_TEXT_SIZE];
-    const size_t umi_size =
-        put_umi(umi, sizeof umi, Log::_originator(), i18n_category_of(msgcat_id), i18n_number_of(msgcat_id));
+    const size_t umi_size = put_umi(umi, sizeof umi, LogIdentity::originator(), i18n_category_of(msgcat_id),
+                                    i18n_number_of(msgcat_id));
     std::string head(" ");
-    head.append(Log::_mnemonic()).append(" ").append(_catalog.severity_word(sev)).append(" ");
+    head.append(LogIdentity::mnemonic()).append(" ").append(_catalog.severity_word(sev)).append(" ");
     return head.append(umi, umi_size);
 }
 

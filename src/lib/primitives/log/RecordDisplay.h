@@ -5,9 +5,11 @@
 #include <string>
 #include <string_view>
 
+#include "primitives/log/ILog.h"
 #include "primitives/log/LineBuffer.h"
 #include "primitives/log/LocalTimeText.h"
-#include "primitives/log/Log.h"
+#include "primitives/log/LogCatalog.h"
+#include "primitives/log/LogIdentity.h"
 #include "primitives/log/RecordLines.h"
 #include "primitives/log/TerminalText.h"
 
@@ -54,7 +56,7 @@ private:
         _show_plain(record, time, args, line);
     }
     void _show_plain(const ShownRecord& record, std::string_view time, ArgViews args, LineBuffer& line) {
-        if (_identity != Log::_identity) forget();
+        if (_identity != LogIdentity::version()) forget();
         const RecordLine* known = _lines.find(record.msgcat_id, record.sev);
         if (known == nullptr) known = _learn_line(record.sev, record.msgcat_id);
         size_t count = 0, args_size = 0;

@@ -1,3 +1,5 @@
+// Takes a catalog's text apart into a line's pieces, and puts lines together from them. RecordDisplay asks;
+// the line goes on to LineBuffer.
 #include "primitives/log/RecordLines.h"
 
 #include <algorithm>

@@ -172,7 +172,7 @@ TEST_F(LogQueueTest, NobodyOvertakesWhatTheFinishingThreadStillHasToWrite) {
 TEST_F(LogQueueTest, DequeueTakesAllRecordsAndTheLoggerWhatIsLeft) {
     const auto enqueue = [this](int id) {
         Log::enq(
-            new vlog_msg_t(&log, 1, SEV_INFO, "f", "g", 1, BARE, 25, id, nullptr, message("t").release()));
+            new vlog_msg_t(&log, {1, SEV_INFO, "f", "g", 1, BARE, 25, id}, nullptr, message("t").release()));
     };
     EXPECT_EQ(nullptr, Log::deq(1)) << "nothing within a millisecond";
     for (int id : {0, 1}) enqueue(id);

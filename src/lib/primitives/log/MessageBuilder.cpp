@@ -1,9 +1,12 @@
-// Composition: identifiers, severity words, argument texts and the message structures built from them.
+// Builds identifiers, argument texts and message structures for programs, before they log.
+#include "primitives/log/MessageBuilder.h"
+
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "platform/unix/QENAssert.h"
-#include "primitives/log/Log.h"
+#include "primitives/log/LogIdentity.h"
 #include "primitives/log/LogText.h"
 #include "primitives/log/PackedMessage.h"
 #include "primitives/message/MsgStruct.h"
@@ -24,19 +27,15 @@ int identifier_of(int cat, int id) {
 
 } // namespace
 
-int Log::create_umi(char* buffer, int bufsize, int catID, int msgID) {
+int MessageBuilder::create_umi(char* buffer, int bufsize, int catID, int msgID) {
     const size_t size = buffer != nullptr && bufsize > 0 ? static_cast<size_t>(bufsize) : 0;
-    if (catID == ULOG_CAT_NONE) return snprintf(buffer, size, "%s-%d ", _origIDp, msgID);
-    return snprintf(buffer, size, "%s-%d-%d ", _origIDp, catID, msgID);
+    const char* const originator = LogIdentity::originator().data();
+    if (catID == ULOG_CAT_NONE) return snprintf(buffer, size, "%s-%d ", originator, msgID);
+    return snprintf(buffer, size, "%s-%d-%d ", originator, catID, msgID);
 }
 
-const char* Log::get_sev(ulog_app_sev sev) {
-    const LogLock::Guard inside(_lock);
-    return _catalog.severity_word(sev).data();
-}
-
-void Log::_mk_msg_buffer(char* bufferp, int bufsize, const char* arg1, const char* arg2, const char* arg3,
-                         const char* arg4, const char* arg5, const char* arg6) {
+void MessageBuilder::_mk_msg_buffer(char* bufferp, int bufsize, const char* arg1, const char* arg2,
+                                    const char* arg3, const char* arg4, const char* arg5, const char* arg6) {
     QEN_CHECK(bufferp != NULL);
     const std::string_view args[] = {view_of(arg1), view_of(arg2), view_of(arg3),
                                      view_of(arg4), view_of(arg5), view_of(arg6)};
@@ -46,8 +45,9 @@ void Log::_mk_msg_buffer(char* bufferp, int bufsize, const char* arg1, const cha
     bufferp[used + put_arguments(bufferp + used, used, size, args)] = '\0';
 }
 
-void Log::_mk_badID_msg(const char* umi_buf, char* bufferp, int bufsize, const char* arg1, const char* arg2,
-                        const char* arg3, const char* arg4, const char* arg5, const char* arg6) {
+void MessageBuilder::_mk_badID_msg(const char* umi_buf, char* bufferp, int bufsize, const char* arg1,
+                                   const char* arg2, const char* arg3, const char* arg4, const char* arg5,
+                                   const char* arg6) {
     QEN_CHECK(bufferp != NULL);
     const std::string_view args[] = {view_of(arg1), view_of(arg2), view_of(arg3),
                                      view_of(arg4), view_of(arg5), view_of(arg6)};
@@ -55,7 +55,7 @@ void Log::_mk_badID_msg(const char* umi_buf, char* bufferp, int bufsize, const c
     bufferp[put_unknown_message(bufferp, static_cast<size_t>(bufsize), view_of(umi_buf), args)] = '\0';
 }
 
-MsgStruct* Log::process_args(const char* fmtp, ...) {
+MsgStruct* MessageBuilder::process_args(const char* fmtp, ...) {
     QENVaList args;
     va_start(args.list, fmtp);
     MsgStruct* msgp = process_va_args(fmtp, args);
@@ -63,13 +63,13 @@ MsgStruct* Log::process_args(const char* fmtp, ...) {
     return msgp;
 }
 
-MsgStruct* Log::process_va_args(const char* fmtp, QENVaList& args) {
+MsgStruct* MessageBuilder::process_va_args(const char* fmtp, QENVaList& args) {
     PackedMessage packed;
     packed.pack(fmtp, args);
     return packed.view().structure();
 }
 
-char* Log::process_dbg_args(const char* fmtp, ...) {
+char* MessageBuilder::process_dbg_args(const char* fmtp, ...) {
     QENVaList args;
     va_start(args.list, fmtp);
     char* text = process_va_dbg_args(fmtp, args);
@@ -77,15 +77,16 @@ char* Log::process_dbg_args(const char* fmtp, ...) {
     return text;
 }
 
-char* Log::process_va_dbg_args(const char* fmtp, QENVaList& args) {
+char* MessageBuilder::process_va_dbg_args(const char* fmtp, QENVaList& args) {
     PackedMessage packed;
     packed.pack(fmtp, args);
     const std::string_view text = packed.view().text;
     return static_cast<char*>(memcpy(new char[text.size() + 1], text.data(), text.size() + 1));
 }
 
-MsgStruct* Log::mk_log_msg_vararg_msgstruct(int cat, int id, int err_msg, int dosprintf, const char* fmtp,
-                                            QENVaList& args, MsgStruct* ipm_msg) {
+MsgStruct* MessageBuilder::mk_log_msg_vararg_msgstruct(int cat, int id, int err_msg, int dosprintf,
+                                                       const char* fmtp, QENVaList& args,
+                                                       MsgStruct* ipm_msg) {
     PackedMessage packed;
     packed.pack(fmtp, args);
     MsgStruct* msgp = ipm_msg != nullptr ? ipm_msg : mk_ipm_msg(0);
@@ -101,12 +102,12 @@ MsgStruct* Log::mk_log_msg_vararg_msgstruct(int cat, int id, int err_msg, int do
     return msgp;
 }
 
-MsgStruct* Log::mk_log_msg_vararg_msgstruct(int cat, int id, int dosprintf, const char* fmtp, QENVaList& args,
-                                            MsgStruct* ipm_msg) {
+MsgStruct* MessageBuilder::mk_log_msg_vararg_msgstruct(int cat, int id, int dosprintf, const char* fmtp,
+                                                       QENVaList& args, MsgStruct* ipm_msg) {
     return mk_log_msg_vararg_msgstruct(cat, id, NO_ERROR_NO, dosprintf, fmtp, args, ipm_msg);
 }
 
-MsgStruct* Log::mk_log_msg_msgstruct(MsgStruct* ipm_msg, int cat, int id, const char* fmtp, ...) {
+MsgStruct* MessageBuilder::mk_log_msg_msgstruct(MsgStruct* ipm_msg, int cat, int id, const char* fmtp, ...) {
     QENVaList args;
     va_start(args.list, fmtp);
     MsgStruct* msgp = mk_log_msg_vararg_msgstruct(cat, id, /*dosprintf=*/1, fmtp, args, ipm_msg);
@@ -114,7 +115,7 @@ MsgStruct* Log::mk_log_msg_msgstruct(MsgStruct* ipm_msg, int cat, int id, const 
     return msgp;
 }
 
-MsgStruct* Log::mk_log_msg_msgstruct(int cat, int id, const char* fmtp, ...) {
+MsgStruct* MessageBuilder::mk_log_msg_msgstruct(int cat, int id, const char* fmtp, ...) {
     QENVaList args;
     va_start(args.list, fmtp);
     MsgStruct* msgp = mk_log_msg_vararg_msgstruct(cat, id, /*dosprintf=*/1, fmtp, args, /*ipm_msg=*/nullptr);

@@ -1,0 +1,33 @@
+// The records beside the lines of a text log: each application message is also a record of the log data file
+// of the same name. A log hands its classified messages on to here, LdfWriter writes them.
+#pragma once
+
+#include <memory>
+
+#include "primitives/ldf/LdfWriter.h"
+
+struct LogMessage;
+
+// One thread at a time.
+class LdfCopy {
+public:
+    void enable(bool is_enabled) { _ldf_enabled = is_enabled; }
+
+    // Opens the writer under the log's name unless there is one. When that fails, the administrator is told,
+    // and no record is written until enable().
+    void open(const char* namep) {
+        if (_ldf_enabled && _ldfp == nullptr) _open(namep);
+    }
+    void close() { _ldfp.reset(); }
+
+    void add(const LogMessage& m) {
+        if (_ldf_enabled && _ldfp != nullptr && _ldfp->is_opened()) _append(m);
+    }
+
+private:
+    void _open(const char* namep);
+    void _append(const LogMessage& m);
+
+    std::unique_ptr<LdfWriter> _ldfp; // null when no copy is written
+    bool _ldf_enabled = false;
+};

@@ -1,0 +1,41 @@
+// Composition: one message becomes one line of text, between the classified message and the stream.
+#pragma once
+
+#include "primitives/log/LineBuffer.h"
+#include "primitives/log/LocalTimeText.h"
+#include "primitives/log/LogCatalog.h"
+#include "primitives/log/LogMessage.h"
+
+// "2026-11-16 18:38:11 QEN ERROR K-16-25-30523 text", each part unless the message leaves it out. One thread
+// at a time.
+class LogLine {
+public:
+    // The catalog, which must outlive the object, has the severity words and the texts of other languages.
+    explicit LogLine(LogCatalog& catalog) : _catalog(catalog) {}
+
+    // What the lines are for. is_localized: their texts are in the user's language. on_terminal: control
+    // characters become visible.
+    void settle(bool is_localized, bool on_terminal) {
+        _is_localized = is_localized;
+        _on_terminal = on_terminal;
+    }
+    bool is_on_terminal() const { return _on_terminal; }
+
+    // Appends the line with its newline.
+    void put(const LogMessage& m, LineBuffer& line);
+    // Appends the second line, "\tfile.cpp:function[12]", where the message has one.
+    static void put_source(const LogMessage& m, LineBuffer& line);
+
+private:
+    void _put_head(const LogMessage& m, LineBuffer& line);
+    void _put_severity(const LogMessage& m, LineBuffer& line);
+    void _put_text(const LogMessage& m, LineBuffer& line);
+    bool _put_localized(const LogMessage& m, LineBuffer& line);
+    bool _put_format(uint32_t msgcat_id, ArgViews args, LineBuffer& line);
+
+    LogCatalog& _catalog;
+    bool _is_localized = false;
+    bool _on_terminal = false;
+    char _stamp_room[32];
+    LocalTimeText _stamp{"%Y-%m-%d %H:%M:%S ", _stamp_room};
+};
