@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <new>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "platform/unix/QENDescriptors.h"
@@ -31,6 +32,14 @@ bool file_write_at(int fd, const void* bytes, size_t size, int64_t offset) {
         size -= static_cast<size_t>(n);
     }
     return true;
+}
+
+int64_t file_size_limit() {
+    constexpr int64_t NONE = INT64_MAX;
+    rlimit limit;
+    return getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < static_cast<rlim_t>(NONE)
+               ? static_cast<int64_t>(limit.rlim_cur)
+               : NONE;
 }
 
 int file_open_regular(const char* path, int flags, struct stat& st) {

@@ -22,6 +22,9 @@ bool file_write_at(int fd, const void* bytes, size_t size, int64_t offset);
 // errno set; EINVAL: it is no regular file.
 int file_open_regular(const char* path, int flags, struct stat& st);
 
+// Bytes that a file of this process may have (ulimit -f). Writing beyond them ends most programs by a signal.
+int64_t file_size_limit();
+
 // Creates `path` with the content, in place of what a dead process may have left there, and returns it opened
 // with the given flags. The descriptor is at least 3 and closed on exec. -1 with errno set: the path is free,
 // unless something that cannot be removed stands there.

@@ -65,7 +65,7 @@ void LdfWriter::append(ldf_msg_header_t fixed, std::string_view file, std::strin
     if (_forks != QENForkCount()) return;
     _active = 1;
     if (!_has_room() && _pause.is_due()) _next();
-    if (_ldf_header.offset_end <= COUNT_MAX - LDF_RECORD_MAX) {
+    if (_ldf_header.offset_end <= _last_start) {
         unsigned char record[LDF_RECORD_MAX];
         char* text = reinterpret_cast<char*>(record) + LDF_RECORD_HEADER_SIZE;
         fixed.data_size = static_cast<uint32_t>(ldf_encode_text(file, func, args, text, LDF_TEXT_MAX) + 1);
@@ -76,9 +76,9 @@ void LdfWriter::append(ldf_msg_header_t fixed, std::string_view file, std::strin
     _active = 0;
 }
 
-// Whether a record more leaves the file where readers still follow, and it has not reached its size.
+// Whether a record more fits the file where readers still follow, and it has not reached its size.
 bool LdfWriter::_has_room() const {
-    return _count < _maxlen && _ldf_header.offset_end <= COUNT_MAX - LDF_RECORD_MAX;
+    return _count < _maxlen && _ldf_header.offset_end <= _last_start;
 }
 
 // Record first, header after: whatever happens in between, the header on disk describes whole records only.

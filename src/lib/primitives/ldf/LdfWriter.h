@@ -43,13 +43,13 @@ public:
     // Opening anew with another name closes what was open before.
     int open(const char* namep, int flags);
 
-    // Appends one record, after rotating when the file has reached maxlen() or, near 2 GiB, the offset that
-    // readers go no further than. filep and func may be null; arguments count up to the first null one.
-    // time_stamp in seconds since 1970-01-01 UTC, seq LDF_NO_SEQ for none, obj_tag 0 to 6 (anything else is a
-    // caller's mistake and fatal). Fields that do not fit LDF_TEXT_MAX together are left out of the record
-    // altogether. A record that cannot be written is dropped, and the file stays as it was. While the file
-    // cannot be rotated it is continued; that is reported to the system log once, and tried again now and
-    // then.
+    // Appends one record, after rotating when the file has reached maxlen() or what the system lets a file of
+    // this process have or, near 2 GiB, the offset that readers go no further than. filep and func may be
+    // null; arguments count up to the first null one. time_stamp in seconds since 1970-01-01 UTC, seq
+    // LDF_NO_SEQ for none, obj_tag 0 to 6 (anything else is a caller's mistake and fatal). Fields that do not
+    // fit LDF_TEXT_MAX together are left out of the record altogether. A record that cannot be written is
+    // dropped, and the file stays as it was. While the file cannot be rotated it is continued; that is
+    // reported to the system log once, and tried again now and then.
     void write(char sev, int time_stamp, char obj_tag, unsigned msgcatID, const char* filep, int line_no,
                unsigned seq, const char* func, const char* arg1, const char* arg2, const char* arg3,
                const char* arg4, const char* arg5, const char* arg6);
@@ -76,6 +76,7 @@ private:
     int _take_name();
     int _prepare_ldf();
     int _continue_file(int fd, int64_t size);
+    void _use(FILE* fp, int64_t size);
     int _install_new(bool (Generations::*way)() const);
     FILE* _make_new_file(ldf_header_t& header) const;
     int _recover();
@@ -100,6 +101,7 @@ private:
     NameLock _lock;                 // as long as the name is registered
     unsigned _forks = 0;            // QENForkCount() of the process that opened the log
     int32_t _starting_filesize = 0; // size of file A when it was last prepared
+    uint32_t _last_start = 0;       // greatest offset at which any record still fits
     ldf_header_t _ldf_header = {};  // identical to the one on disk after the last write
     FILE* _debug_fp = nullptr;
 };

@@ -1,6 +1,7 @@
 // Registry, opening, setting aside and rotation of LdfWriter's files.
 #include "primitives/ldf/LdfWriter.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -109,14 +110,23 @@ int LdfWriter::_prepare_ldf() {
     return LDF_EFAIL;
 }
 
+void LdfWriter::_use(FILE* fp, int64_t size) {
+    constexpr int64_t READERS_LIMIT = INT32_MAX;
+    constexpr int64_t RECORD = LDF_RECORD_MAX;
+    _fp = fp;
+    _opened = 1;
+    _count = _starting_filesize = QENSaturatedFileSize(size);
+    const int64_t limit = std::min(file_size_limit(), READERS_LIMIT);
+    _last_start = static_cast<uint32_t>(std::max(limit, RECORD) - RECORD);
+}
+
 int LdfWriter::_continue_file(int fd, int64_t size) {
-    _fp = fdopen(fd, "r+b");
-    if (!_fp) {
+    FILE* fp = fdopen(fd, "r+b");
+    if (!fp) {
         ::close(fd);
         return LDF_EFAIL;
     }
-    _opened = 1;
-    _count = _starting_filesize = QENSaturatedFileSize(size);
+    _use(fp, size);
     if (_read_header() == LDF_OK) return LDF_OK;
     _close();
     return LDF_EFAIL;
@@ -149,10 +159,8 @@ int LdfWriter::_install_new(bool (Generations::*way)() const) {
         return LDF_EFAIL;
     }
     _close();
-    _fp = fresh;
-    _opened = 1;
+    _use(fresh, LDF_HEADER_SIZE);
     _ldf_header = header;
-    _count = _starting_filesize = static_cast<int32_t>(LDF_HEADER_SIZE);
     _pause.succeeded();
     return LDF_OK;
 }

@@ -10,6 +10,7 @@
 #include "platform/unix/QENPlatform.h"
 #include "platform/unix/QENStreams.h"
 #include "primitives/message/severity.h"
+#include "primitives/log/LineBuffer.h"
 
 namespace {
 
@@ -69,6 +70,7 @@ bool TextLogFile::_use(int fd, off_t size) {
     if (_stream != nullptr) fclose(_stream);
     _stream = stream;
     _bytes = QENSaturatedFileSize(size);
+    _full_at = file_size_limit() - LineBuffer::CAPACITY;
     _flushed = size;
     _pending = 0;
     _forks = QENForkCount();

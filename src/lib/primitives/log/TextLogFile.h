@@ -53,9 +53,12 @@ public:
     // Asks for a new file whatever the size of this one.
     void request_new();
 
-    // Whether the next message belongs in a new file: the size is reached, or one was asked for. While that
-    // cannot be had, yes only now and then. Never in a forked child.
-    bool wants_new() { return (_bytes >= _maxlen || _requested) && _may_start_new(); }
+    // Whether the next message belongs in a new file: the size is reached, or what the system lets a file of
+    // this process have, or one was asked for. While that cannot be had, yes only now and then. Never in a
+    // forked child.
+    bool wants_new() {
+        return (_bytes >= _maxlen || _flushed + _pending > _full_at || _requested) && _may_start_new();
+    }
 
     // A line of `written` bytes went to the stream, of which `counted` count as the file's size.
     void count(size_t counted, size_t written) {
@@ -100,5 +103,6 @@ private:
     unsigned _owner = 0;     // of the process that named the log
     off_t _flushed = 0;      // file offset up to which this process wrote whole messages
     off_t _pending = 0;      // bytes given to the stream since
+    off_t _full_at = 0;      // size beyond which the file may not have room for another line
     RetryPause _pause;       // between attempts at a rotation that is blocked
 };

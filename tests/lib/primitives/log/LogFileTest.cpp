@@ -113,4 +113,20 @@ TEST_F(LogFileTest, FullDiskNeitherStopsTheProgramNorCounts) {
     EXPECT_FALSE(exists("engine_B.log")) << "texts that were not written must not count";
 }
 
+// Text log and log data file alike. Writing beyond the limit would end the program.
+TEST_F(LogFileTest, ASmallerLimitOfTheSystemHolds) {
+    setenv("TAQ_ENABLE_LDF", "1", 1);
+    struct rlimit old;
+    getrlimit(RLIMIT_FSIZE, &old);
+    const struct rlimit limit = {60000, old.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const auto log = opened("engine");
+    for (int i = 0; i < 80; ++i)
+        log->write_buf("f", "g", 1, SEV_INFO, ULOG_BARE_TEXT, 25, /*id=*/0, std::string(999, 'x').c_str());
+    setrlimit(RLIMIT_FSIZE, &old);
+    EXPECT_EQ(80 * 1000u,
+              body("engine_A.log").size() + body("engine_B.log").size() + body("engine_C.log").size());
+    EXPECT_TRUE(std::filesystem::exists(root + "/ldf/engine_B.ldf"));
+}
+
 } // namespace
