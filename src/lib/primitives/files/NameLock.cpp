@@ -93,9 +93,9 @@ NameLock::Attempt NameLock::_ask(const char* path, Answer& answer) {
     const bool is_told = fcntl(fd, F_GETLK, &lock) == 0;
     close(fd);
     if (!is_told) return Attempt::DONE;
-    if (lock.l_type == F_UNLCK) return unlink(path) == 0 ? Attempt::CHANGED : Attempt::DONE;
-    answer = {Holder::OTHER_PROCESS, lock.l_pid};
-    return Attempt::DONE;
+    const bool is_held = lock.l_type != F_UNLCK;
+    if (is_held) answer = {.holder = Holder::OTHER_PROCESS, .pid = lock.l_pid};
+    return !is_held && unlink(path) == 0 ? Attempt::CHANGED : Attempt::DONE;
 }
 
 bool NameLock::_is_held_here(const char* path) {
