@@ -93,7 +93,9 @@ const char* local_time(time_t t) {
     return times.at(t).empty() ? "" : times.at(t).data();
 }
 
+// The log keeps the newlines of a text: those of an argument become visible here.
 void dump_record(const LdfRecordView& record) {
+    static const bool on_terminal = is_terminal(stderr);
     const ldf_msg_header_t& h = record.header;
     Report report;
     report.format("data size   = %d\n"
@@ -109,7 +111,10 @@ void dump_record(const LdfRecordView& record) {
     int number = 0;
     record.for_each_arg([&](std::string_view arg) {
         report.format("    arg %d   = ", ++number);
-        report.add(arg);
+        if (on_terminal)
+            report.add(text_for_terminal(arg));
+        else
+            report.add(arg);
         report.add("\n");
     });
     TAQMSG_RESULT(_unified_logerr_function__, "display_ldf", report.text());

@@ -11,6 +11,8 @@ constexpr struct {
     wchar_t first, last;
 } DIRECTION_MARKS[] = {{0x061C, 0x061C}, {0x200E, 0x200F}, {0x202A, 0x202E}, {0x2066, 0x2069}};
 
+constexpr wchar_t LAST_CHARACTER = 0x10FFFF;
+
 bool is_direction_mark(wchar_t c) {
     return std::any_of(std::begin(DIRECTION_MARKS), std::end(DIRECTION_MARKS),
                        [c](const auto& range) { return c >= range.first && c <= range.last; });
@@ -19,6 +21,7 @@ bool is_direction_mark(wchar_t c) {
 bool is_shown(wchar_t c, Newlines newlines) {
     if (c == L'\t') return true;
     if (c == L'\n') return newlines == Newlines::KEPT;
+    if (c > LAST_CHARACTER) return false; // the C library decodes what would be its UTF-8
     return iswcntrl(static_cast<wint_t>(c)) == 0 && !is_direction_mark(c);
 }
 

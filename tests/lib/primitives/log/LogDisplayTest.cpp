@@ -131,6 +131,7 @@ TEST(TerminalTextTest, ControlCharactersOfTheLocaleBecomeVisible) {
     } cases[] = {
         {"C", "plain\ttext ~", "plain\ttext ~"},
         {"C", "\x1b]0;x\x07\x7f\r\n", "\\x1b]0;x\\x07\\x7f\\x0d\\x0a"},
+        {"C", "gr\xc3\xbc", "gr\\xc3\\xbc"},
         {"en_US.UTF-8", "gr\xc3\xbc \xe2\x82\xac \xe2\x80\x90\xe2\x81\xaa", nullptr},
         {"en_US.UTF-8", "a\xc2\x9b[1m \xc3(\xff\xe2\x82", "a\\xc2\\x9b[1m \\xc3(\\xff\\xe2\\x82"},
         {"en_US.UTF-8", "\xe2\x80\xae\xe2\x81\xa9\xd8\x9c", "\\xe2\\x80\\xae\\xe2\\x81\\xa9\\xd8\\x9c"},
