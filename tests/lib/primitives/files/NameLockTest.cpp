@@ -1,42 +1,21 @@
 #include <fcntl.h>
 #include <filesystem>
-#include <functional>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 #include "primitives/files/NameLock.h"
+#include "support/ChildProcess.h"
 #include "support/TempDir.h"
 
 namespace fs = std::filesystem;
 using Holder = NameLock::Holder;
 
-namespace {
-
-// A process of its own that runs a piece of the test and tells how it ended.
-class Process {
-public:
-    explicit Process(const std::function<int()>& run) : _pid(fork()) {
-        if (_pid == 0) _exit(run());
-    }
-    pid_t pid() const { return _pid; }
-    int ends() const {
-        int status = 0;
-        waitpid(_pid, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-private:
-    pid_t _pid;
-};
-
-} // namespace
-
 class NameLockTest : public testing::Test {
 protected:
-    Holder take(NameLock& lock, const char* name = "engine") const {
-        return lock.take(folder.c_str(), name).holder;
+    Holder take(NameLock& lock, const std::string& name = "engine") const {
+        return lock.take(folder.c_str(), name.c_str()).holder;
     }
 
     const TempDir temp;
@@ -46,27 +25,24 @@ protected:
 TEST_F(NameLockTest, BelongsToOneProcess) {
     NameLock mine, second;
     ASSERT_EQ(Holder::NOBODY, take(mine));
-    EXPECT_TRUE(mine.is_held());
     EXPECT_EQ(Holder::THIS_PROCESS, take(second));
-    EXPECT_FALSE(second.is_held());
     EXPECT_EQ(Holder::NOBODY, take(second, "other"));
-    const pid_t parent = getpid();
-    const auto other_sees = [&] {
+    const auto other_sees = [this, parent = getpid()] {
         NameLock lock;
         const NameLock::Answer answer = lock.take(folder.c_str(), "engine");
         return answer.holder != Holder::OTHER_PROCESS || answer.pid != parent;
     };
-    EXPECT_EQ(0, Process(other_sees).ends()) << "neither the refused attempt here nor one there has freed it";
-    EXPECT_EQ(0, Process([&] {
-                     const bool believes = mine.is_held();
-                     mine.release(); // the child's copy
-                     return believes || other_sees();
-                 }).ends());
-    EXPECT_EQ(0, Process(other_sees).ends()) << "a child's end frees nothing";
+    EXPECT_EQ(0, in_child(other_sees)) << "neither the refused attempt here nor one there has freed it";
+    EXPECT_EQ(0, in_child([&] {
+                  const bool believes = mine.is_held();
+                  mine.release(); // the child's copy
+                  return believes || other_sees();
+              }));
+    EXPECT_EQ(0, in_child(other_sees)) << "a child's end frees nothing";
     mine.release();
     second.release();
     EXPECT_TRUE(fs::is_empty(folder));
-    EXPECT_EQ(0, Process([&] { return take(mine) == Holder::NOBODY ? 0 : 1; }).ends());
+    EXPECT_EQ(0, in_child([&] { return take(mine) == Holder::NOBODY ? 0 : 1; }));
     EXPECT_EQ(Holder::NOBODY, take(mine)) << "what a dead process left is free";
 }
 
@@ -93,12 +69,11 @@ TEST_F(NameLockTest, OfAnotherUserIsSeenAndItsRemainsGiveWay) {
 
 // Whoever locks a file that its holder removed meanwhile must not believe that the name is his.
 TEST_F(NameLockTest, ManyProcessesNeverHoldItTogether) {
-    constexpr int PROCESSES = 4, ROUNDS = 500;
     const std::string witness = folder + "witness";
-    std::vector<Process> processes;
-    for (int i = 0; i < PROCESSES; ++i)
+    std::vector<ChildProcess> processes;
+    for (int i = 0; i < 4; ++i)
         processes.emplace_back([&] {
-            for (int round = 0; round < ROUNDS;) {
+            for (int round = 0; round < 500;) {
                 NameLock lock;
                 if (take(lock) != Holder::NOBODY) continue;
                 const int fd = open(witness.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);
@@ -109,7 +84,7 @@ TEST_F(NameLockTest, ManyProcessesNeverHoldItTogether) {
             }
             return 0;
         });
-    for (const Process& process : processes) EXPECT_EQ(0, process.ends());
+    for (const ChildProcess& process : processes) EXPECT_EQ(0, process.wait());
 }
 
 TEST_F(NameLockTest, NamesThatCannotBeLockedMayBeWritten) {
@@ -117,10 +92,10 @@ TEST_F(NameLockTest, NamesThatCannotBeLockedMayBeWritten) {
     fs::create_directory(folder + ".directory.lock");
     fs::create_symlink("elsewhere", folder + ".link.lock");
     for (const std::string name : {"missing/folder", "directory", "link"}) {
-        EXPECT_EQ(Holder::NOBODY, take(lock, name.c_str())) << name;
+        EXPECT_EQ(Holder::NOBODY, take(lock, name)) << name;
         EXPECT_FALSE(lock.is_held()) << name;
     }
     EXPECT_FALSE(fs::exists(folder + "elsewhere"));
-    EXPECT_EQ(Holder::NOBODY, take(lock, std::string(249, 'n').c_str()));
+    EXPECT_EQ(Holder::NOBODY, take(lock, std::string(249, 'n')));
     EXPECT_TRUE(lock.is_held()) << "the longest name of a log";
 }
