@@ -5,7 +5,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <thread>
 #include <unistd.h>
@@ -32,7 +31,6 @@ void crash_with_dump(void (*dump)(int), void (*crash)()) {
 }
 
 TEST(FatalSignalsDeathTest, DumpRunsOnceAndTheFirstSignalEndsTheProcess) {
-    void (*const crash)() = [] { raise(SIGSEGV); };
     void (*const trace)(int) = [](int) { mark('d'); };
     const struct {
         int signal;
@@ -40,17 +38,16 @@ TEST(FatalSignalsDeathTest, DumpRunsOnceAndTheFirstSignalEndsTheProcess) {
         void (*dump)(int);
         void (*crash)();
     } cases[] = {
-        {SIGSEGV, "d", trace, [] { zero = overflow_stack(0); }},
-        {SIGSEGV, "d", trace,
+        {SIGSEGV, "^d$", trace, [] { zero = overflow_stack(0); }},
+        {SIGSEGV, "^d$", trace,
          [] { std::thread([] { zero = QENInstallSignalStack() == 0 ? overflow_stack(0) : 0; }).join(); }},
-        {SIGABRT, "d", [](int) { mark('d'), std::abort(); }, crash},
-        {SIGSEGV, "d", [](int) { mark('d'), raise(SIGBUS); }, crash},
-        {SIGSEGV, "de", [](int) { mark('d'), usleep(200'000), mark('e'); },
+        {SIGABRT, "^d$", [](int) { mark('d'), std::abort(); }, [] { raise(SIGSEGV); }},
+        {SIGSEGV, "^de$", [](int) { mark('d'), usleep(200'000), mark('e'); },
          [] { // the second thread waits for the dump of the first
              std::thread other([] { usleep(50'000), raise(SIGBUS); });
              raise(SIGSEGV), other.join();
          }},
-        {SIGABRT, "d",
+        {SIGABRT, "^d$",
          [](int) {
              for (mark('d');;) pause();
          },
@@ -64,16 +61,9 @@ TEST(FatalSignalsDeathTest, DumpRunsOnceAndTheFirstSignalEndsTheProcess) {
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
         const auto start = std::chrono::steady_clock::now();
-        EXPECT_EXIT(crash_with_dump(c.dump, c.crash), testing::KilledBySignal(c.signal),
-                    testing::StrEq(c.marks));
+        EXPECT_EXIT(crash_with_dump(c.dump, c.crash), testing::KilledBySignal(c.signal), c.marks);
         EXPECT_LT(std::chrono::steady_clock::now() - start, 6s); // the watchdog's five, and a slow machine
     }
-}
-
-TEST(Signals, IgnoredSignalsDoNotEndTheProcess) {
-    EXPECT_EQ(0, QENSigignore(SIGIO));
-    raise(SIGIO);
-    EXPECT_EQ(-1, QENSigignore(SIGKILL));
 }
 
 } // namespace

@@ -4,48 +4,37 @@
 #include "platform/unix/QENPlatform.h"
 #include "support/SyslogTrap.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <syslog.h>
 
 namespace {
 
-TEST(Syslog, PriorityAndTextArrive) {
-    const std::string longest(4094, 'a');
-    const struct {
-        int sev, priority;
-        std::string given, expect;
-    } cases[] = {{0, LOG_CRIT, "100% %s %n", "100% %s %n"},
-                 {2, LOG_WARNING, longest + "b", longest},
-                 {(LOG_LOCAL7 << 8) + 4, LOG_LOCAL7 | LOG_INFO, "facility", "facility"},
-                 {(1 << 16) + 5, LOG_DEBUG, "x", "x"}};
-    for (const auto& c : cases) {
-        clear_syslog();
-        QENSyslog(c.sev, "%s", c.given.c_str());
-        EXPECT_THAT(syslog_texts(), testing::ElementsAre(std::to_string(c.priority) + c.expect));
-    }
-}
+TEST(Syslog, PriorityAndTextArriveUnderTheNameThatWasGiven) {
+    clear_syslog();
+    QENSyslog(0, "%s", "100% %s %n");
+    QENSyslog(2, "%s", std::string(5000, 'a').c_str());
+    QENSyslog((LOG_LOCAL7 << 8) + 4, "facility");
+    QENSyslog((1 << 16) + 5, "x");
+    const std::vector<std::string> expect = {
+        std::to_string(LOG_CRIT) + "100% %s %n", std::to_string(LOG_WARNING) + std::string(4094, 'a'),
+        std::to_string(LOG_LOCAL7 | LOG_INFO) + "facility", std::to_string(LOG_DEBUG) + "x"};
+    EXPECT_EQ(expect, syslog_texts());
 
-TEST(Syslog, IdentityOutlivesTheCallersTextAndReturnsToTheProgramsName) {
     std::string module = "engine";
     QENInitEventLog(module.c_str());
     module = "xxxxxx";
     EXPECT_STREQ("engine", openlog_identity);
-    EXPECT_EQ(LOG_PID | LOG_CONS, openlog_options);
-    EXPECT_EQ(LOG_DAEMON, openlog_facility);
+    EXPECT_TRUE(openlog_options == (LOG_PID | LOG_CONS) && openlog_facility == LOG_DAEMON);
     QENInitEventLog(nullptr);
     EXPECT_STREQ("PlatformTest", openlog_identity);
 }
 
 TEST(AssertDeathTest, ReportsReasonThenPositionHereAndInTheSystemLog) {
-    EXPECT_DEATH(QENAssert(nullptr, nullptr, 1), "file \\(null\\), line 1, expression \\(\\(null\\)\\)");
     EXPECT_EXIT(
         (syslog_echo = true, QENAssert("e", "f.cpp", 3, "why")), testing::KilledBySignal(SIGABRT),
         "^\\[3 why\\]why\n\\[3 ASSERTION FAILED: file f.cpp, line 3, expression \\(e\\)\n\\]ASSERTION");
-    int n = 0;
-    QEN_CHECK(++n == 1); // evaluated once
-    EXPECT_DEATH(QEN_CHECK(n == 2), "SyslogTest.cpp, line [0-9]+, expression \\(n == 2\\)");
+    EXPECT_DEATH(QEN_CHECK(1 == 2), "SyslogTest.cpp, line [0-9]+, expression \\(1 == 2\\)");
 }
 
 std::string events;
