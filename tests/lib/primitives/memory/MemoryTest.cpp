@@ -2,7 +2,6 @@
 // counters.
 #include "primitives/memory/Memory.h"
 
-#include "RawBytes.h"
 #include "primitives/values/NVList.h"
 #include "support/FailingMalloc.h"
 
@@ -24,8 +23,23 @@ namespace {
 const std::string early(100, 'x');
 const int early_bytes = taq_mem.total_bytes();
 
-constexpr bool OWN_OPERATORS = !ADDRESS_SANITIZER && !THREAD_SANITIZER; // theirs stand in for ours
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool OWN_OPERATORS = false; // theirs stand in for ours
+#else
+constexpr bool OWN_OPERATORS = true;
+#endif
 constexpr auto NOTHROW = std::nothrow;
+
+// Memory that the sanitizers forbid: byte by byte, so that no checked memcpy() takes the place of the loop.
+__attribute__((no_sanitize_address, no_sanitize_thread, noinline)) void
+raw_copy(volatile char* to, const volatile char* from, size_t n) {
+    for (size_t i = 0; i < n; ++i) to[i] = from[i];
+}
+std::string raw_bytes(const void* p, size_t n) {
+    static char bytes[1024]; // the string may get the very memory that is looked at
+    raw_copy(bytes, static_cast<const char*>(p), n);
+    return {bytes, n};
+}
 
 // The C allocator uses the first bytes of what it gets back, in front of the payload.
 TEST(Memory, BlocksAreGuardedFilledAndAligned) {
@@ -42,9 +56,8 @@ TEST(Memory, BlocksAreGuardedFilledAndAligned) {
             EXPECT_EQ("EOKEOKE\0"s, block.substr(8 + size));
             std::memset(p, 'x', size);
             memory.release(p, MEM_LOG);
-            if (size == 500) {
-                EXPECT_EQ(std::string(500, mode == 0 ? 'x' : '\xFE') + "BADBADB\0"s, raw_bytes(p, 508));
-            }
+            if (size < 500) continue;
+            EXPECT_EQ(std::string(500, mode == 0 ? 'x' : '\xFE') + "BADBADB\0"s, raw_bytes(p, 508));
         }
     Memory::set_fill(true);
 }
@@ -52,10 +65,7 @@ TEST(Memory, BlocksAreGuardedFilledAndAligned) {
 TEST(Memory, ListingsFollowTheBlocks) {
     Memory memory;
     const std::string blocks = std::to_string(Memory::blocks());
-    void* a = memory.get(0, 1234, MEM_LDF_READER);
-    void* b = memory.get(8, 17, MEM_HASH);
-    void* c = memory.get(8, 0, MEM_HASH);
-    memory.release(nullptr, MEM_HASH);
+    void* kept[] = {memory.get(0, 1234, MEM_LDF_READER), memory.get(8, 17, MEM_LDF_READER)};
     Memory::set_fill(false); // touches no page: 2 GiB released in all, and all blocks but one taken again
     for (int i = 0; i < 32; ++i) memory.release(memory.get(0, 1 << 26, MEM_ARC), MEM_TASK);
     std::vector<void*> empty;
@@ -64,27 +74,20 @@ TEST(Memory, ListingsFollowTheBlocks) {
 
     testing::internal::CaptureStdout();
     memory.print();
-    EXPECT_EQ("_total_bytes      = 1251\n_overage          = 544\n_total_bytes_high = 67110115\n"
-              "_overage_high     = 544\n_blocks           = " +
+    EXPECT_EQ("_total_bytes      = 1251\n_overage          = 528\n_total_bytes_high = 67110115\n"
+              "_overage_high     = 528\n_blocks           = " +
                   blocks +
-                  "\n\nARC                 \t 32\t-2147483648\nHASH                \t  2\t 17\n"
-                  "LDF_READER          \t  1\t1234\nTASK                \t -1\t-2147483648\n",
+                  "\n\nARC                 \t 32\t-2147483648\nLDF_READER          \t  2\t1251\n"
+                  "TASK                \t -1\t-2147483648\n",
               testing::internal::GetCapturedStdout());
     const std::unique_ptr<NVList> used(memory.dist(false)), all(memory.dist(true));
-    std::string shown;
-    for (const NVElem* e = used->head(); e != nullptr; e = e->next())
-        shown +=
-            e->name() + "="s + (e->vtype() == VTYPE_S32 ? std::to_string(e->gets32()) : e->getstr()) + "\n";
-    EXPECT_EQ(
-        "_total_bytes=1251\n_overage=544\n_total_bytes_high=67110115\n_overage_high=544\n_blocks=" + blocks +
-            "\nARC=      32\t-67108864\t-2147483648\nHASH=       2\t       8\t      17\n"
-            "LDF_READER=       1\t    1234\t    1234\nTASK=      -1\t2147483648\t-2147483648\n",
-        shown);
+    EXPECT_STREQ("ARC", used->inquire(5)->name());
+    EXPECT_STREQ("      32\t-67108864\t-2147483648", used->inquire(5)->getstr());
+    EXPECT_STREQ("      -1\t2147483648\t-2147483648", used->tail()->getstr());
+    EXPECT_EQ(67110115, used->inquire("_total_bytes_high")->gets32());
     EXPECT_EQ(5 + MEMORY_MAX_TYPES, all->count());
-    memory.release(a, MEM_LDF_READER), memory.release(b, MEM_HASH), memory.release(c, MEM_HASH);
+    for (void* p : kept) memory.release(p, MEM_LDF_READER);
     for (void* p : empty) memory.release(p, MEM_TASK);
-    const int bytes = taq_mem.total_bytes(); // the listing of the process does not count itself
-    EXPECT_EQ(bytes, std::unique_ptr<NVList>(Mem_dist(false))->inquire("_total_bytes")->gets32());
 }
 
 TEST(Memory, CountersAgreeAfterManyThreads) {
@@ -103,7 +106,6 @@ TEST(Memory, CountersAgreeAfterManyThreads) {
 
 TEST(MemoryDeathTest, DamageAndRefusedRequestsEndTheProcess) {
     const std::tuple<ptrdiff_t, std::string, const char*> damages[] = {// where, from a payload of 10 bytes
-                                                                       {10, "x", "^Unknown trailer$"},
                                                                        {17, "x", "^Unknown trailer$"},
                                                                        {10, "BADBADB\0"s, "^BAD trailer$"},
                                                                        {-5, "x", "^Unknown header$"},
@@ -117,16 +119,8 @@ TEST(MemoryDeathTest, DamageAndRefusedRequestsEndTheProcess) {
         };
         EXPECT_EXIT(damage_and_release(), testing::KilledBySignal(SIGABRT), report) << at;
     }
-    char* p = static_cast<char*>(taq_mem.get(0, 10, MEM_MISC));
-    for (volatile char* at : {p + 10, p + 17, p - 1, p - 16}) {
-        if (ADDRESS_SANITIZER) {
-            EXPECT_DEATH(*at = 'x', "use-after-poison");
-        }
-    }
-    taq_mem.release(p, MEM_MISC);
     EXPECT_EQ(nullptr, taq_mem.try_get(16, 10, MEM_MISC));
     EXPECT_EQ(nullptr, taq_mem.try_get(0, 4294967280u, MEM_MISC));
-    EXPECT_DEATH((void)taq_mem.get(0, 4294967280u, MEM_MISC), "expression \\(retp != NULL\\)");
     for (const int type : {-1, 67})
         EXPECT_DEATH((void)taq_mem.try_get(0, 1, type), "expression \\(\\(type < MEMORY_MAX_TYPES\\)\\)");
 }
@@ -136,28 +130,28 @@ std::vector<int> pauses;
 TEST(Memory, ThrottleCallsBackAboveTheThresholdAndNotFromWithin) {
     const struct {
         const char *threshold, *time;
-        int calls; // of get and release
-        size_t pauses;
-        int pause;
-    } cases[] = {{"3", "7", 3, 0, 7},       {"3", "7", 12, 3, 7}, {"4294967297", "7", 9, 0, 7},
-                 {"1", nullptr, 2, 1, 400}, {"3", "5", 6, 2, 5},  {"1", "5", 6, 5, 5}};
+        int calls; // of release
+        std::vector<int> pauses;
+    } cases[] = {{"3", "7", 3, {}},
+                 {"3", "7", 12, {7, 7, 7}},
+                 {"4294967297", "7", 9, {}},
+                 {"1", "", 2, {400}},
+                 {"3", "5", 6, {5, 5}}};
     static Memory memory;
     pauses.reserve(64); // so that noting one allocates nothing
     for (const auto& c : cases) {
         setenv("QEN_BLOCK_THRESHOLD", "0", 1); // use up the count that is left over
         Memory::block([](int) {}), memory.release(nullptr, MEM_MISC);
         setenv("QEN_BLOCK_THRESHOLD", c.threshold, 1);
-        c.time != nullptr ? setenv("QEN_BLOCK_TIME", c.time, 1) : unsetenv("QEN_BLOCK_TIME");
+        *c.time != '\0' ? setenv("QEN_BLOCK_TIME", c.time, 1) : unsetenv("QEN_BLOCK_TIME");
         pauses.clear();
-        const int before = Memory::blocks();
         Memory::block([](int time) {
             pauses.push_back(time);
             if (time == 5) memory.release(memory.get(0, 8, MEM_MISC), MEM_MISC);
         });
         for (int n = 0; n < c.calls; ++n) memory.release(nullptr, MEM_MISC);
-        Memory::block(nullptr), memory.release(nullptr, MEM_MISC);
-        EXPECT_EQ(std::vector<int>(c.pauses, c.pause), pauses) << c.threshold << " " << c.calls;
-        EXPECT_EQ(static_cast<int>(c.pauses), Memory::blocks() - before);
+        Memory::block(nullptr);
+        EXPECT_EQ(c.pauses, pauses) << c.threshold << " " << c.calls;
     }
 }
 
@@ -172,33 +166,23 @@ struct Throwing : Pooled<MEM_SWITCHOUT> {
     Throwing() { throw 1; }
 };
 void* volatile kept; // keeps the compiler from leaving out a pair of new and delete
-Small* object;
 
-TEST(Operators, EveryFormCountsUnderItsType) {
-    using action = void (*)();
-    const std::tuple<int, size_t, action, action> pairs[] = {
-        // blocks and bytes between the two actions
-        {MEM_MISC, 33, [] { kept = ::operator new(33); }, [] { ::operator delete (kept, size_t{33}); }},
-        {MEM_MISC, 33, [] { kept = ::operator new[](33); }, [] { ::operator delete[](kept, size_t{33}); }},
-        {MEM_MISC, 33, [] { kept = ::operator new(33, NOTHROW); }, [] { ::operator delete(kept, NOTHROW); }},
-        {MEM_MISC, 33, [] { kept = ::operator new[](33, NOTHROW); },
-         [] { ::operator delete[](kept, NOTHROW); }},
-        {MEM_SWITCHOUT, sizeof(Small), [] { object = new Small; }, [] { delete object; }},
-        {MEM_SWITCHOUT, sizeof(Derived), [] { object = new (NOTHROW) Derived; }, [] { delete object; }},
-        {MEM_SWITCHOUT, 3 * sizeof(Small) + sizeof(size_t), [] { object = new (NOTHROW) Small[3]; },
-         [] { delete[] object; }},
+TEST(Operators, EachFormCountsUnderItsType) {
+    const auto counts = [] {
+        return std::tuple(taq_mem.count(MEM_SWITCHOUT), taq_mem.type_bytes(MEM_SWITCHOUT),
+                          OWN_OPERATORS ? taq_mem.type_bytes(MEM_MISC) : 0);
     };
+    const auto [blocks, bytes, misc] = counts();
+    Small *one = new (NOTHROW) Derived, *three = new Small[3];
+    kept = ::operator new[](33);
+    constexpr int BYTES = sizeof(Derived) + 3 * sizeof(Small) + sizeof(size_t);
+    EXPECT_EQ(counts(), std::tuple(blocks + 2, bytes + BYTES, OWN_OPERATORS ? misc + 33 : 0));
+    delete one;
+    delete[] three;
+    ::operator delete[](kept, size_t{33});
+    EXPECT_ANY_THROW(kept = new Throwing);
+    EXPECT_EQ(counts(), std::tuple(blocks, bytes, misc));
     EXPECT_TRUE(!OWN_OPERATORS || early_bytes > 100);
-    for (const auto& [type, bytes, make, end] : pairs) {
-        if (type == MEM_MISC && !OWN_OPERATORS) continue;
-        const int blocks_before = taq_mem.count(type), bytes_before = taq_mem.type_bytes(type);
-        make();
-        EXPECT_EQ(1, taq_mem.count(type) - blocks_before);
-        EXPECT_EQ(bytes, static_cast<size_t>(taq_mem.type_bytes(type) - bytes_before));
-        end();
-        EXPECT_ANY_THROW(kept = new Throwing);
-        EXPECT_EQ(0, taq_mem.count(type) - blocks_before + taq_mem.type_bytes(type) - bytes_before);
-    }
 }
 
 TEST(OperatorsDeathTest, WithoutMemoryPlainFormsEndTheProcessAndNothrowFormsGiveNull) {
