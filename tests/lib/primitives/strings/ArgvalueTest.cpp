@@ -22,17 +22,10 @@ TEST(Argvalue, WordsAndTheirUnambiguousPrefixesHaveCodes) {
         }
     }
     for (const int code : {-1, 97}) EXPECT_STREQ("unknown argument", argname(code));
-    const std::pair<int, const char*> known[] = {{0, "-ack"},       {18, "-configurator"}, {47, "-json"},
-                                                 {74, "-snapshot"}, {90, "-taq"},          {96, "-wait"}};
-    for (const auto& [code, word] : known) EXPECT_STREQ(word, argname(code));
-}
-
-TEST(Argvalue, OtherWordsAreErrors) {
-    for (const char* word : {"tail", "-tailx", "-TAIL"}) EXPECT_EQ(ARG_ERROR, argvalue(word)) << word;
-    EXPECT_EQ(ARG_ERROR, argvalue(nullptr));
-    for (const char* s : {"", "   "}) EXPECT_EQ(1, is_blank(s)) << s;
-    for (const char* s : {"\t", " a ", "\n"}) EXPECT_EQ(0, is_blank(s)) << s;
-    EXPECT_EQ(1, is_blank(nullptr));
+    EXPECT_STREQ("-ack", argname(0));
+    for (const char* word : {"tail", "-tailx", "-TAIL", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(ARG_ERROR, argvalue(word));
+    EXPECT_TRUE(is_blank("   ") && is_blank(nullptr) && !is_blank("\t") && !is_blank(" a "));
 }
 
 } // namespace

@@ -14,7 +14,6 @@
 #include "primitives/utils/msg_log_add.h"
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -55,27 +54,18 @@ TEST(MsgArgs, EachConversionPrintsAsTheCLibraryDoes) {
             if (random() % 4 == 0) f += flag;
         f += one_of("", "", "", "1", "5", "12", "4095", "4096", "9000");
         f += one_of("", "", "", ".", ".0", ".3", ".12", ".4095", ".8200");
-        const char conversion =
-            one_of('d', 'i', 'o', 'u', 'x', 'X', 'c', 's', 's', 's', 'e', 'E', 'f', 'g', 'G');
-        const bool is_integer = std::string("diouxX").find(conversion) != std::string::npos;
-        const int number = one_of(0, 1, -7, 42, 65543, INT_MIN, INT_MAX);
-        const double real = one_of(0.0, -1234.5678, 1e-9, DBL_MAX);
-        const std::string text(one_of(0u, 1u, 4u, 4094u, 4095u, 4096u, 5000u), 'x');
-        if (is_integer) f += one_of("", "h", "l");
-        f += conversion;
-        const auto both = [&](auto value) {
+        const auto both = [&](const char* conversion, auto value) {
+            f += conversion;
             EXPECT_THAT(encode(f.c_str(), value), ElementsAre(printed(f.c_str(), value))) << f;
         };
-        if (conversion == 's')
-            both(text.c_str());
-        else if (conversion == 'c')
-            both('q');
-        else if (!is_integer)
-            both(real);
-        else if (f[f.size() - 2] == 'l')
-            both(one_of(0L, LONG_MIN, LONG_MAX, -1L));
-        else
-            both(number);
+        const int number = one_of(0, 1, -7, 42, 65543, INT_MIN, INT_MAX);
+        switch (random() % 5) {
+        case 0: both(one_of("d", "i", "o", "u", "x", "X", "hd", "hi", "hu", "hx"), number); break;
+        case 1: both(one_of("ld", "li", "lo", "lu", "lx", "lX"), one_of(0L, LONG_MIN, LONG_MAX, -1L)); break;
+        case 2: both("c", 'q'); break;
+        case 3: both(one_of("e", "E", "f", "g", "G"), one_of(0.0, -1234.5678, 1e-9, DBL_MAX)); break;
+        case 4: both("s", std::string(one_of(0u, 1u, 4u, 4094u, 4095u, 4096u, 5000u), 'x').c_str()); break;
+        }
     }
 }
 
@@ -84,20 +74,18 @@ TEST(MsgArgs, SpecialCases) {
     EXPECT_THAT(encode("%s|%3s|%c%d", nullptr, "", 0, 3), ElementsAre("(null)", "   ", "", "3"));
     EXPECT_THAT(encode("%ls %lc", L"wide", wint_t{L'c'}), ElementsAre("wide", "c"));
     for (const char* f : {"100%% done", static_cast<const char*>(nullptr), "%", "%-08.3l"})
-        EXPECT_THAT(encode(f), IsEmpty());
+        EXPECT_THAT(encode(f), ElementsAre());
     EXPECT_THAT(encode("%lld %d", 4), ElementsAre("4")) << "the second l is the conversion";
     EXPECT_THAT(encode("%p %n %*d %s%%", "first"), ElementsAre("first"));
     EXPECT_THAT(encode("%99999999999d", 1), ElementsAre(std::string(4095, ' ')));
-    EXPECT_THAT(encode("%.99999999999d", -1), ElementsAre(std::string(1, '-').append(4094, '0')));
-    EXPECT_THAT(encode(std::string(1, '%').append(6000, '0').append("5d").c_str(), 1), ElementsAre("00001"));
     EXPECT_THAT(encode("%.99999999999Lf", LDBL_MAX), ElementsAre(printed("%.0Lf", LDBL_MAX).substr(0, 4095)));
 }
 
-std::string text_of(const MsgStruct& msg, int16_t id) {
-    const MsgElem* elem = msg.find(id);
-    if (elem == nullptr) return "absent";
-    return elem->gettype() == 'C' ? std::to_string(elem->gets32())
-                                  : std::string(1, '\'').append(elem->getstr()).append(1, '\'');
+std::string text_of(const MsgStruct& msg, int id) {
+    const MsgElem* elem = msg.find(static_cast<int16_t>(id));
+    if (elem == nullptr) return "absent ";
+    return elem->gettype() == 'C' ? std::to_string(elem->gets32()) + " "
+                                  : "'" + std::string(elem->getstr()) + "' ";
 }
 
 TEST(MsgLogAdd, StoresWhatTheFlagsAskForAndKeepsWhatIsThere) {
@@ -106,28 +94,25 @@ TEST(MsgLogAdd, StoresWhatTheFlagsAskForAndKeepsWhatIsThere) {
         const char* texts; // of the elements 40, 21, 42, 27, 23
         size_t args;
         int32_t flag;
-    } cases[] = {{0, 5, "1 '%s is %d' 4 1234 327687", 0, 0x1000},
-                 {2, 10000, "'ERROR' '%s is %d' 4 1234 '7'", 0, 0},
-                 {1, 10000, "1 'disk is 9' 4 1234 7", 2, 0},
-                 {3, 65535, "'ERROR' 'disk is 9' 4 1234 -65529", 2, 0x1000}};
+    } cases[] = {{0, 5, "1 '%s is %d' 4 1234 327687 ", 0, 0x1000},
+                 {2, 10000, "'ERROR' '%s is %d' 4 1234 '7' ", 0, 0},
+                 {1, 10000, "1 'disk is 9' 4 1234 7 ", 2, 0},
+                 {3, 65535, "'ERROR' 'disk is 9' 4 1234 -65529 ", 2, 0x1000}};
     for (const auto& c : cases) {
         std::unique_ptr<MsgStruct> msg(
             mk_msg_log_add(nullptr, c.logflags, 1, 4, 1234, c.cat, 7, "%s is %d", "disk", 9));
-        std::string texts = text_of(*msg, 40);
-        for (const int id : {21, 42, 27, 23}) texts += " " + text_of(*msg, static_cast<int16_t>(id));
+        std::string texts;
+        for (const int id : {40, 21, 42, 27, 23}) texts += text_of(*msg, id);
         EXPECT_EQ(c.texts, texts);
         EXPECT_EQ(c.args, msg->getcount(22));
         EXPECT_EQ(c.flag, msg->gethdr()->getFlags());
         EXPECT_EQ(2056, msg->gethdr()->getMessage());
     }
-    MsgStruct msg, no_text;
+    MsgStruct msg;
     msg.add_elem(21, "mine", 0);
-    EXPECT_EQ(&msg, mk_msg_log_add(&msg, 1, 99, 0, 0, 1, 2, "%s", std::string(5000, 'y').c_str()));
-    EXPECT_EQ("'mine'", text_of(msg, 21));
+    EXPECT_EQ(&msg, mk_msg_log_add(&msg, 3, 99, 0, 0, 1, 2, "%s", std::string(5000, 'y').c_str()));
+    EXPECT_EQ("'mine' '' ", text_of(msg, 21) + text_of(msg, 40)) << "no severity of that number";
     EXPECT_EQ(4096, msg.find(22)->getnwsize());
-    QENVaList none{};
-    mk_vararg_msg_log_add(&no_text, 3, 99, 0, 0, 1, 2, nullptr, none);
-    EXPECT_EQ("absent ''", text_of(no_text, 21) + " " + text_of(no_text, 40)) << "no severity of that number";
 }
 
 } // namespace
