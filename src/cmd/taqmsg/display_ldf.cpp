@@ -95,7 +95,7 @@ const char* local_time(time_t t) {
 
 // The log keeps the newlines of a text: those of an argument become visible here.
 void dump_record(const LdfRecordView& record) {
-    static const bool on_terminal = is_terminal(stderr);
+    static const bool on_terminal = QENIsTerminal(stderr);
     const ldf_msg_header_t& h = record.header;
     Report report;
     report.format("data size   = %d\n"

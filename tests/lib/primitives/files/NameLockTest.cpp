@@ -51,18 +51,17 @@ TEST_F(NameLockTest, OfAnotherUserIsSeenAndItsRemainsGiveWay) {
     fs::permissions(temp.path(), fs::perms::all);
     const auto as_other = [&](const auto& run) {
         fs::permissions(folder + ".engine.lock", fs::perms(0444));
-        return Process([&] {
-                   NameLock theirs;
-                   (void)setuid(65534);
-                   return run(theirs) ? 0 : 1;
-               })
-            .ends();
+        return in_child([&] {
+            NameLock theirs;
+            (void)setuid(65534);
+            return run(theirs) ? 0 : 1;
+        });
     };
     NameLock mine;
     ASSERT_EQ(Holder::NOBODY, take(mine));
     EXPECT_EQ(0, as_other([&](NameLock& theirs) { return take(theirs) == Holder::OTHER_PROCESS; }));
     mine.release();
-    ASSERT_EQ(0, Process([&] { return take(mine) == Holder::NOBODY ? 0 : 1; }).ends());
+    ASSERT_EQ(0, in_child([&] { return take(mine) == Holder::NOBODY ? 0 : 1; }));
     EXPECT_EQ(0,
               as_other([&](NameLock& theirs) { return take(theirs) == Holder::NOBODY && theirs.is_held(); }));
 }
