@@ -47,15 +47,12 @@ TEST_F(Streams, EveryByteArrivesThoughTheReaderIsSlow) {
     }
 }
 
-TEST_F(Streams, BytesOfTheProgramKeepTheirPlace) {
+TEST_F(Streams, BytesOfTheProgramKeepTheirPlaceAndWhatIsRefusedIsTold) {
     fputs("program ", stream);
     EXPECT_TRUE(put(stream, "waits ", /*at_once=*/false));
     EXPECT_EQ("", read_some());
     EXPECT_TRUE(put(stream, "now ", /*at_once=*/true));
     EXPECT_EQ("program waits now ", read_some());
-}
-
-TEST_F(Streams, WhatIsRefusedIsTold) {
     std::signal(SIGPIPE, SIG_IGN);
     dup2(ends[1], ends[0]); // closes the reader
     EXPECT_FALSE(put(stream, "x", /*at_once=*/true));
@@ -63,7 +60,7 @@ TEST_F(Streams, WhatIsRefusedIsTold) {
     EXPECT_FALSE(QENStreamFlush(stream));
 
     char memory[8];
-    FILE* fp = fmemopen(memory, sizeof memory, "w");
+    FILE* fp = fmemopen(memory, sizeof memory, "w"); // has no descriptor
     EXPECT_TRUE(put(fp, "abc", /*at_once=*/false) && QENStreamFlush(fp));
     EXPECT_STREQ("abc", memory);
     EXPECT_FALSE(put(fp, "too much for it", /*at_once=*/false) && QENStreamFlush(fp));
