@@ -1,7 +1,5 @@
 #include "primitives/values/HashTable.h"
 
-#include <map>
-
 #include "ValuesSupport.h"
 
 namespace {
@@ -19,25 +17,13 @@ int32_t first_letter(int32_t size, const char* key) {
 
 TEST(HashTable, BehavesLikeAMapUnderRandomOperations) {
     for (const hf_t hashf : {hf_t{ht_func}, hf_t{first_letter}}) {
-        Dice dice(7);
         HashTable table;
         ASSERT_EQ(table.init(7, hashf), MSG_SOK);
-        std::map<std::string, int, Order> model(Order{false});
-        for (int step = 0; step < 3000; ++step) {
-            std::string key;
-            for (unsigned n = 1 + dice(3); n > 0; --n) key += "abcABC\xc4\xe4"[dice(8)];
-            const bool present = model.count(key) != 0;
-            NVElem *found = table.inquire(key.c_str()), *out = nullptr;
-            ASSERT_EQ(found != nullptr, present);
-            ASSERT_EQ(table.inquire(std::string_view(key + "x").substr(0, key.size())), found);
-            if (dice(2)) {
-                ASSERT_EQ(table.remove(key.c_str()), model.erase(key) ? MSG_SOK : MSG_EFAIL);
-                continue;
-            }
-            ASSERT_EQ(dice(2) ? table.append(key.c_str(), step, &out) : table.insert(key.c_str(), step, &out),
-                      present ? MSG_EEXISTS : MSG_SOK);
-            ASSERT_EQ(out->gets32(), model.emplace(key, step).first->second);
-        }
+        Map model(Order{false});
+        const auto add = [&](bool front, const char* key, int value, NVElem** out) {
+            return (front ? table.insert(key, value, out) : table.append(key, value, out)) == MSG_SOK;
+        };
+        walk_as_map(table, model, MSG_SOK, add, [](auto&&...) {});
         int32_t total = 0;
         const std::unique_ptr<VList> dist(table.dist());
         for (const VElem* e = dist->head(); e != nullptr; e = e->next()) total += e->gets32();

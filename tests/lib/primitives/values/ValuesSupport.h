@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstring>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -33,11 +34,34 @@ struct Order {
     }
 };
 
+using Map = std::map<std::string, int, Order>;
+
+// Adds, finds and removes names at random in a container, beside a map that says what must come out: one to
+// three letters of a small alphabet in both cases, with bytes above ASCII and prefixes. add(front, name,
+// value, out) tells whether it was added; check(name, found, map) looks at the container before each step.
+template <class Container, class Add, class Check>
+void walk_as_map(Container& container, Map& model, int removed, Add add, Check check) {
+    Dice dice(42);
+    for (int step = 0; step < 5000; ++step) {
+        std::string name;
+        for (unsigned n = 1 + dice(3); n > 0; --n) name += "aAbBzZ\xc4\xe4*"[dice(9)];
+        const std::string padded = name + "tail"; // the view has no NUL behind it
+        NVElem *found = container.inquire(name.c_str()), *out = nullptr;
+        ASSERT_EQ(found != nullptr, model.count(name) == 1);
+        ASSERT_EQ(container.inquire(std::string_view(padded).substr(0, name.size())), found);
+        ASSERT_NO_FATAL_FAILURE(check(name, found, model));
+        if (dice(3) == 0) {
+            ASSERT_EQ(container.remove(name.c_str()) == removed, model.erase(name) == 1);
+        } else {
+            ASSERT_EQ(add(dice(2), name.c_str(), step, &out), model.emplace(name, step).second);
+            ASSERT_EQ(out->gets32(), model.at(name));
+        }
+    }
+}
+
 // An owned string as the containers free it.
 inline char* heap_str(const std::string& s) {
-    char* p = new char[s.size() + 1];
-    memcpy(p, s.c_str(), s.size() + 1);
-    return p;
+    return strcpy(new char[s.size() + 1], s.c_str());
 }
 
 // Counts its ends in the int that it was given.
