@@ -13,10 +13,10 @@
 
 namespace {
 
-// Larger widths and precisions are cut to these, below the limit where the C library gives up. No text is
-// longer than a few KiB, so nobody sees the difference.
-constexpr int WIDTH_LIMIT = 1 << 22;
-constexpr int PRECISION_LIMIT = 1 << 20;
+// Larger widths and precisions are cut to these: the C library writes every blank and digit, and gives up
+// where there are too many. No text is longer than a few KiB, so nobody sees the difference.
+constexpr int WIDTH_LIMIT = 1 << 17;
+constexpr int PRECISION_LIMIT = 1 << 16;
 constexpr char FLAGS[] = " #+-0'I";
 constexpr size_t SPECIFIER_SIZE = 40;
 
