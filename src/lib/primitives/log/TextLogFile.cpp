@@ -9,8 +9,8 @@
 #include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
 #include "platform/unix/QENStreams.h"
-#include "primitives/message/severity.h"
 #include "primitives/log/LineBuffer.h"
+#include "primitives/message/severity.h"
 
 namespace {
 
