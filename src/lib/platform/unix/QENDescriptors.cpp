@@ -1,16 +1,16 @@
-// Keeps the library's descriptors off standard input, output and error; small steps on open files.
+// Keeps the library's descriptors off standard input, output and error.
 #include "platform/unix/QENDescriptors.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr int FIRST_KEPT = STDERR_FILENO + 1;
-constexpr mode_t STREAM_MODE = 0666; // as fopen creates files; the process's mask applies
+constexpr mode_t MODE = 0666; // as fopen creates files; the process's mask applies
+constexpr int NO_WAITING = O_NONBLOCK | O_NOCTTY;
 
 // The flags of open(2) for a mode of fopen(3); -1 for a mode that it does not know.
 int open_flags(const char* mode) {
@@ -23,7 +23,21 @@ int open_flags(const char* mode) {
     }
 }
 
+int flags_of(QENAccess access) {
+    switch (access) {
+    case QENAccess::READ: return O_RDONLY;
+    case QENAccess::UPDATE: return O_RDWR;
+    default: return O_RDWR | O_APPEND;
+    }
+}
+
 } // namespace
+
+void QENCloseDescriptor(int fd) {
+    const int saved = errno;
+    (void)close(fd);
+    errno = saved;
+}
 
 int QENKeepDescriptor(int fd) {
     if (fd < 0 || fd >= FIRST_KEPT) return fd;
@@ -36,13 +50,29 @@ int QENOpenDescriptor(const char* path, int flags, mode_t mode) {
     return QENKeepDescriptor(open(path, flags | O_CLOEXEC, mode));
 }
 
+int QENOpenFile(const char* path, QENAccess access) {
+    return QENOpenDescriptor(path, flags_of(access) | NO_WAITING);
+}
+
+int QENCreateFile(const char* path, QENAccess access) {
+    return QENOpenDescriptor(path, flags_of(access) | O_CREAT | O_EXCL | O_NOFOLLOW, MODE);
+}
+
+int QENOpenName(const char* path, QENAccess access) {
+    return QENOpenDescriptor(path, flags_of(access) | NO_WAITING | O_NOFOLLOW);
+}
+
+int QENOpenOrCreateFile(const char* path, QENAccess access) {
+    return QENOpenDescriptor(path, flags_of(access) | NO_WAITING | O_CREAT | O_NOFOLLOW, MODE);
+}
+
 FILE* QENOpenStream(const char* path, const char* mode) {
     const int flags = open_flags(mode);
     if (flags < 0) {
         errno = EINVAL;
         return nullptr;
     }
-    const int fd = QENOpenDescriptor(path, flags, STREAM_MODE);
+    const int fd = QENOpenDescriptor(path, flags, MODE);
     return fd >= 0 ? QENStreamOver(fd, mode) : nullptr;
 }
 
@@ -50,34 +80,4 @@ FILE* QENStreamOver(int fd, const char* mode) {
     FILE* fp = fdopen(fd, mode);
     if (fp == nullptr) QENCloseDescriptor(fd);
     return fp;
-}
-
-void QENCloseDescriptor(int fd) {
-    const int saved = errno;
-    (void)close(fd);
-    errno = saved;
-}
-
-int64_t QENDescriptorSize(int fd) {
-    struct stat st;
-    return fstat(fd, &st) == 0 ? st.st_size : -1;
-}
-
-bool QENReadAt(int fd, void* data, size_t n, int64_t offset) {
-    auto* const bytes = static_cast<char*>(data);
-    for (size_t done = 0; done < n;) {
-        const ssize_t got = pread(fd, bytes + done, n - done, offset + static_cast<off_t>(done));
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return false;
-        done += static_cast<size_t>(got);
-    }
-    return true;
-}
-
-bool QENTruncate(int fd, int64_t size) {
-    return ftruncate(fd, size) == 0;
-}
-
-bool QENLinkFile(const char* path, const char* second_name) {
-    return link(path, second_name) == 0;
 }

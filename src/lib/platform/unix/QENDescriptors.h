@@ -1,10 +1,7 @@
 // Descriptors that the library keeps open.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <cstdio>
-#include <fcntl.h>
 #include <sys/types.h>
 
 // A process that closed its descriptors 0 to 2 gets them back with its next open(). A stray printf must not
@@ -17,27 +14,25 @@ int QENKeepDescriptor(int fd);
 // open(2) with O_CLOEXEC and a kept descriptor. -1 with errno set.
 int QENOpenDescriptor(const char* path, int flags, mode_t mode = 0);
 
+// How a file is opened.
+enum class QENAccess : unsigned char {
+    READ,
+    UPDATE, // to read and to write
+    APPEND, // to read, and to write at the end only
+};
+
+// Open a file on a kept descriptor. They never wait for a FIFO or a terminal. A new file has the permissions
+// 0666 less the process's mask. -1 with errno set.
+int QENOpenFile(const char* path, QENAccess access);         // an existing file, or a link to one
+int QENOpenName(const char* path, QENAccess access);         // an existing file; no link is followed
+int QENCreateFile(const char* path, QENAccess access);       // a new file at a free path
+int QENOpenOrCreateFile(const char* path, QENAccess access); // either of the two before
+
+void QENCloseDescriptor(int fd); // leaves errno as it is
+
 // fopen(3) on a kept descriptor, for the modes "r", "r+", "w", "w+", "a" and "a+", each with or without "b".
 // Null with errno set; EINVAL for another mode.
 FILE* QENOpenStream(const char* path, const char* mode);
 
 // fdopen(3) that closes the descriptor when it fails. Null with errno set.
 FILE* QENStreamOver(int fd, const char* mode);
-
-// Flags of open(2) for a file that lines are appended to and that may be read.
-inline constexpr int QEN_OPEN_APPEND = O_RDWR | O_APPEND;
-
-// Closes the descriptor and leaves errno alone.
-void QENCloseDescriptor(int fd);
-
-// Size in bytes of the file behind the descriptor; -1 with errno set.
-int64_t QENDescriptorSize(int fd);
-
-// Reads all n bytes at an offset. False: the file ends before, or errno is set.
-bool QENReadAt(int fd, void* data, size_t n, int64_t offset);
-
-// Cuts the file at `size` bytes. False with errno set.
-bool QENTruncate(int fd, int64_t size);
-
-// Gives a file a second name, which must be free. False with errno set.
-bool QENLinkFile(const char* path, const char* second_name);

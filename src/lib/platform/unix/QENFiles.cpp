@@ -1,5 +1,6 @@
 // Files, directories and environment.
 #include "platform/unix/QENBoundedCopy.h"
+#include "platform/unix/QENFileSystem.h"
 #include "platform/unix/QENPlatform.h"
 
 #include <cerrno>
@@ -7,24 +8,22 @@
 #include <cstdlib>
 #include <cstring>
 #include <libgen.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 int QENCheckDir(const char* namep) {
-    struct stat st;
-    return namep != nullptr && stat(namep, &st) == 0 && S_ISDIR(st.st_mode);
+    QENFileState state;
+    return namep != nullptr && QENStateOfPath(namep, state) && state.is_directory();
 }
 
 int32_t QENGetFileSize(const char* namep) {
-    struct stat st;
-    if (namep == nullptr || stat(namep, &st) != 0) return -1;
-    return QENSaturatedFileSize(st.st_size);
+    QENFileState state;
+    if (namep == nullptr || !QENStateOfPath(namep, state)) return -1;
+    return QENSaturatedFileSize(state.size);
 }
 
 bool QENIsSameFile(int fd, const char* namep) {
-    struct stat opened, named;
-    return fstat(fd, &opened) == 0 && stat(namep, &named) == 0 && opened.st_ino == named.st_ino &&
-           opened.st_dev == named.st_dev;
+    QENFileState opened, named;
+    return QENStateOfOpen(fd, opened) && QENStateOfPath(namep, named) && opened.is_same_file(named);
 }
 
 int QENDeleteFile(const char* name, int* lperror) {

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <unistd.h>
 
 #include "platform/unix/QENPlatform.h"
 
@@ -14,14 +13,13 @@ constexpr char NEW_EXTENSION[] = ".new";
 constexpr char ERR_EXTENSION[] = ".err";
 
 bool is_directory(const char* path) {
-    struct stat st;
-    return lstat(path, &st) == 0 && S_ISDIR(st.st_mode);
+    QENFileState state;
+    return QENStateOfName(path, state) && state.is_directory();
 }
 
 bool are_one_file(const char* a, const char* b) {
-    struct stat at_a, at_b;
-    return lstat(a, &at_a) == 0 && lstat(b, &at_b) == 0 && at_a.st_dev == at_b.st_dev &&
-           at_a.st_ino == at_b.st_ino;
+    QENFileState at_a, at_b;
+    return QENStateOfName(a, at_a) && QENStateOfName(b, at_b) && at_a.is_same_file(at_b);
 }
 
 // Renames `newer` to `older`, whose file goes in the same instant. True also when there is no `newer`: that
@@ -32,7 +30,7 @@ bool replace(const char* newer, const char* older) {
         return false;
     }
     if (std::rename(newer, older) == 0 || errno == ENOENT) return true;
-    return errno == EISDIR && rmdir(older) == 0 && std::rename(newer, older) == 0;
+    return errno == EISDIR && QENRemoveDirectory(older) && std::rename(newer, older) == 0;
 }
 
 // Renames in place of whatever stands at `to`, but for a folder that is not empty.
@@ -58,25 +56,25 @@ bool Generations::locate(std::string_view directory, std::string_view name, std:
 
 void Generations::mend() const {
     if (are_one_file(_current.get(), _previous.get()))
-        (void)unlink(_previous.get()); // rotate() sees a failure
+        (void)QENRemoveName(_previous.get()); // rotate() sees a failure
 }
 
-int Generations::make_new(std::string_view content, int flags) const {
-    return file_create(_new.get(), content, flags);
+int Generations::make_new(std::string_view content, QENAccess access) const {
+    return file_create(_new.get(), content, access);
 }
 
 bool Generations::install() const {
     if (std::rename(_new.get(), _current.get()) == 0) return true;
     const int why = errno;
-    (void)unlink(_new.get()); // the next new file takes its place anyhow
+    (void)QENRemoveName(_new.get()); // the next new file takes its place anyhow
     errno = why;
     return false;
 }
 
 bool Generations::install_first() const {
-    const bool is_linked = link(_new.get(), _current.get()) == 0;
+    const bool is_linked = QENLinkFile(_new.get(), _current.get());
     if (!is_linked && errno != EEXIST) return install(); // no hard links here
-    (void)unlink(_new.get());
+    (void)QENRemoveName(_new.get());
     if (!is_linked) errno = EEXIST;
     return is_linked;
 }
@@ -86,8 +84,8 @@ bool Generations::rotate() const {
     const Kept kept = _keep_current();
     if (kept != Kept::BLOCKED && install()) return true;
     const int why = errno;
-    if (kept == Kept::BLOCKED) (void)unlink(_new.get());
-    if (kept == Kept::LINKED) (void)unlink(_previous.get()); // a failure is mended by the next attempt
+    if (kept == Kept::BLOCKED) (void)QENRemoveName(_new.get());
+    if (kept == Kept::LINKED) (void)QENRemoveName(_previous.get()); // a failure is mended by the next attempt
     if (kept == Kept::RENAMED) (void)std::rename(_previous.get(), _current.get());
     errno = why;
     return false;
@@ -95,14 +93,14 @@ bool Generations::rotate() const {
 
 // Makes A also the previous generation.
 Generations::Kept Generations::_keep_current() const {
-    struct stat st;
-    if (lstat(_current.get(), &st) != 0) return errno == ENOENT ? Kept::NO_CURRENT : Kept::BLOCKED;
-    if (S_ISDIR(st.st_mode)) {
+    QENFileState state;
+    if (!QENStateOfName(_current.get(), state)) return errno == ENOENT ? Kept::NO_CURRENT : Kept::BLOCKED;
+    if (state.is_directory()) {
         errno = EISDIR;
         return Kept::BLOCKED;
     }
     if (!replace(_previous.get(), _oldest.get())) return Kept::BLOCKED;
-    if (link(_current.get(), _previous.get()) == 0) return Kept::LINKED;
+    if (QENLinkFile(_current.get(), _previous.get())) return Kept::LINKED;
     if (errno == EEXIST) return Kept::BLOCKED; // renaming would replace what has come there meanwhile
     return std::rename(_current.get(), _previous.get()) == 0 ? Kept::RENAMED : Kept::BLOCKED;
 }
@@ -115,7 +113,7 @@ bool Generations::set_aside() const {
 bool Generations::install_beside() const {
     if (set_aside()) return install();
     const int why = errno;
-    (void)unlink(_new.get());
+    (void)QENRemoveName(_new.get());
     errno = why;
     return false;
 }

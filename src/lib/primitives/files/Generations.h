@@ -24,8 +24,8 @@ public:
     // Gives up the name B when A and B are one file: a process died in the middle of a rotation.
     void mend() const;
 
-    // Makes the new file with its content, opened with the given flags of open(2). -1 with errno set.
-    int make_new(std::string_view content, int flags) const;
+    // Makes the new file with its content and returns its descriptor. -1 with errno set.
+    int make_new(std::string_view content, QENAccess access) const;
 
     // Makes the new file the current one, after moving A and B on when there is an A. A missing B leaves C as
     // it is. False with errno set: A is still the current file, and the new one is gone.

@@ -4,13 +4,10 @@
 #include "primitives/files/NameLock.h"
 
 #include <atomic>
-#include <cerrno>
-#include <fcntl.h>
-#include <sched.h>
-#include <unistd.h>
+#include <thread>
 
-#include "platform/unix/QENDescriptors.h"
 #include "platform/unix/QENFork.h"
+#include "platform/unix/QENPlatform.h"
 
 namespace {
 
@@ -22,7 +19,7 @@ public:
         const unsigned mine = QENForkCount() + 1;
         for (unsigned found = 0; !_owner.compare_exchange_weak(found, mine, std::memory_order_acquire);) {
             if (found == mine) {
-                sched_yield();
+                std::this_thread::yield();
                 found = 0;
             }
         }
@@ -36,19 +33,6 @@ private:
 };
 
 NameLock* held_locks = nullptr;
-
-constexpr int SAFE_FLAGS = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY; // whatever stands at the path
-
-bool are_same(const struct stat& a, const struct stat& b) {
-    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
-struct flock whole_file() {
-    struct flock lock = {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    return lock; // l_len 0: to the end, however far
-}
 
 } // namespace
 
@@ -68,48 +52,44 @@ NameLock::Answer NameLock::take(const char* directory, const char* name) {
 
 NameLock::Attempt NameLock::_try(const char* path, Answer& answer) {
     if (_is_held_here(path)) {
-        answer = {Holder::THIS_PROCESS, getpid()};
+        answer = {Holder::THIS_PROCESS, QENGetPid()};
         return Attempt::DONE;
     }
-    constexpr mode_t MODE = 0666; // less the umask, as for the log
-    const int fd = QENOpenDescriptor(path, O_RDWR | O_CREAT | SAFE_FLAGS, MODE);
+    const int fd = QENOpenOrCreateFile(path, QENAccess::UPDATE);
     if (fd < 0) return _ask(path, answer);
-    struct flock lock = whole_file();
-    const bool is_locked = fcntl(fd, F_SETLK, &lock) == 0;
-    const bool is_refused = !is_locked && (errno == EACCES || errno == EAGAIN);
+    const QENFileLock lock = QENTryLockFile(fd);
+    const bool is_locked = lock.result == QENFileLock::Result::TAKEN;
     if (is_locked && _hold(fd, path)) return Attempt::DONE;
-    const bool is_free_now = is_refused && fcntl(fd, F_GETLK, &lock) == 0 && lock.l_type == F_UNLCK;
-    if (is_refused && !is_free_now) answer = {Holder::OTHER_PROCESS, lock.l_pid};
-    close(fd);
-    return is_locked || is_free_now ? Attempt::CHANGED : Attempt::DONE;
+    if (lock.result == QENFileLock::Result::HELD) answer = {Holder::OTHER_PROCESS, lock.holder};
+    QENCloseDescriptor(fd);
+    return is_locked || lock.result == QENFileLock::Result::FREED ? Attempt::CHANGED : Attempt::DONE;
 }
 
 // A file of another user cannot be locked, but it tells who holds it. What a dead process left gives way to
 // a file of our own, where the folder lets us.
 NameLock::Attempt NameLock::_ask(const char* path, Answer& answer) {
-    const int fd = QENOpenDescriptor(path, O_RDONLY | SAFE_FLAGS);
+    const int fd = QENOpenName(path, QENAccess::READ);
     if (fd < 0) return Attempt::DONE;
-    struct flock lock = whole_file();
-    const bool is_told = fcntl(fd, F_GETLK, &lock) == 0;
-    close(fd);
-    if (!is_told) return Attempt::DONE;
-    const bool is_held = lock.l_type != F_UNLCK;
-    if (is_held) answer = {.holder = Holder::OTHER_PROCESS, .pid = lock.l_pid};
-    return !is_held && unlink(path) == 0 ? Attempt::CHANGED : Attempt::DONE;
+    const QENFileLock lock = QENAskFileLock(fd);
+    QENCloseDescriptor(fd);
+    if (lock.result == QENFileLock::Result::HELD) answer = {Holder::OTHER_PROCESS, lock.holder};
+    return lock.result == QENFileLock::Result::FREED && QENRemoveName(path) ? Attempt::CHANGED
+                                                                            : Attempt::DONE;
 }
 
 bool NameLock::_is_held_here(const char* path) {
-    struct stat st;
-    if (lstat(path, &st) != 0) return false;
+    QENFileState named;
+    if (!QENStateOfName(path, named)) return false;
     for (const NameLock* held = held_locks; held != nullptr; held = held->_next)
-        if (are_same(held->_file, st)) return true;
+        if (held->_file.is_same_file(named)) return true;
     return false;
 }
 
 // Keeps the lock. False: its last holder removed the file between our open and the lock.
 bool NameLock::_hold(int fd, const char* path) {
-    struct stat named;
-    if (fstat(fd, &_file) != 0 || lstat(path, &named) != 0 || !are_same(_file, named)) return false;
+    QENFileState named;
+    if (!QENStateOfOpen(fd, _file) || !QENStateOfName(path, named) || !_file.is_same_file(named))
+        return false;
     _fd = fd;
     _forks = QENForkCount();
     _path = file_join({path});
@@ -128,12 +108,12 @@ void NameLock::_let_go() {
     NameLock** link = &held_locks;
     while (*link != nullptr && *link != this) link = &(*link)->_next;
     if (*link == this) *link = _next;
-    struct stat named;
+    QENFileState named;
     // The file goes while the lock is held: whoever opened it before finds another one, or none, at the path.
-    if (_forks == QENForkCount() && _path != nullptr && lstat(_path.get(), &named) == 0 &&
-        are_same(_file, named))
-        (void)unlink(_path.get()); // left behind it does no harm
-    close(_fd);
+    if (_forks == QENForkCount() && _path != nullptr && QENStateOfName(_path.get(), named) &&
+        _file.is_same_file(named))
+        (void)QENRemoveName(_path.get()); // left behind it does no harm
+    QENCloseDescriptor(_fd);
     _fd = -1;
     _next = nullptr;
     _path.reset();

@@ -1,8 +1,6 @@
 // Keeps a second process from writing the files of a log that this one has open.
 #pragma once
 
-#include <sys/types.h>
-
 #include "primitives/files/FileIo.h"
 
 // A lock on a hidden file beside the log, directory + "." + name + ".lock", which the system drops when the
@@ -18,7 +16,7 @@ public:
     // What stood in the way of a lock.
     struct Answer {
         Holder holder;
-        pid_t pid; // of the other process; 0 or -1 when the system cannot tell
+        int pid; // of the other process; 0 or -1 when the system cannot tell
     };
 
     NameLock() = default;
@@ -47,7 +45,7 @@ private:
 
     int _fd = -1;
     unsigned _forks = 0; // QENForkCount() of the process that holds the lock
-    struct stat _file = {};
+    QENFileState _file;
     PathText _path;
     NameLock* _next = nullptr; // of the locks that this process holds
 };

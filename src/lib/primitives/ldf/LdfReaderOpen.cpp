@@ -3,9 +3,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "platform/unix/QENPlatform.h"
 #include "primitives/files/FileIo.h"
@@ -14,7 +11,13 @@
 #include "primitives/ldf/LdfTrace.h"
 
 namespace {
+
 LdfRegistry readers;
+
+bool is_short(const QENFileState& file) {
+    return file.size < static_cast<int64_t>(LDF_HEADER_SIZE);
+}
+
 } // namespace
 
 void LdfReader::init(const char*) {
@@ -78,16 +81,16 @@ int LdfReader::_locate(const char* pathp, const char* namep) {
 }
 
 int LdfReader::_open_file() {
-    struct stat st;
-    const int fd = file_open_regular(_pathp.get(), O_RDONLY, st);
+    QENFileState file;
+    const int fd = file_open_regular(_pathp.get(), QENAccess::READ, file);
     if (fd < 0) return LDF_EFAIL;
-    const bool long_enough = st.st_size >= static_cast<off_t>(LDF_HEADER_SIZE);
-    if (!long_enough) _delete_short_file(fd);
-    if (long_enough) _fp = fdopen(fd, "rb");
-    if (!_fp) {
-        ::close(fd);
-        return long_enough && errno == ENOMEM ? LDF_ENOMEM : LDF_EFAIL;
+    if (is_short(file)) {
+        _delete_short_file(fd);
+        QENCloseDescriptor(fd);
+        return LDF_EFAIL;
     }
+    _fp = QENStreamOver(fd, "rb");
+    if (!_fp) return errno == ENOMEM ? LDF_ENOMEM : LDF_EFAIL;
     _opened = 1;
     return LDF_OK;
 }
@@ -95,10 +98,9 @@ int LdfReader::_open_file() {
 // Deletes the regular file behind `fd` if the path itself, not a link, still leads to it and it still is too
 // short: a writer may have put a whole file in its place, or filled it, since it was opened.
 void LdfReader::_delete_short_file(int fd) {
-    struct stat opened, named;
-    if (lstat(_pathp.get(), &named) != 0 || fstat(fd, &opened) != 0) return;
-    const bool same = named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
-    if (same && opened.st_size < static_cast<off_t>(LDF_HEADER_SIZE))
+    QENFileState opened, named;
+    if (!QENStateOfName(_pathp.get(), named) || !QENStateOfOpen(fd, opened)) return;
+    if (opened.is_same_file(named) && is_short(opened))
         (void)QENDeleteFile(_pathp.get(), nullptr); // the result of open is the same either way
 }
 
@@ -134,10 +136,10 @@ int LdfReader::_read_header() {
 int LdfReader::_read_header_once() {
     _ldf_header = {};
     unsigned char bytes[LDF_HEADER_SIZE];
-    struct stat st;
-    if (pread(fileno(_fp), bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) return LDF_EFAIL;
-    if (fstat(fileno(_fp), &st) != 0) return LDF_EFAIL;
-    _starting_filesize = QENSaturatedFileSize(st.st_size);
+    QENFileState file;
+    if (!QENReadAt(fileno(_fp), bytes, sizeof bytes, 0)) return LDF_EFAIL;
+    if (!QENStateOfOpen(fileno(_fp), file)) return LDF_EFAIL;
+    _starting_filesize = QENSaturatedFileSize(file.size);
     return ldf_decode_header(bytes, _starting_filesize, _ldf_header);
 }
 

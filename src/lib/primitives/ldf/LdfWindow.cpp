@@ -1,11 +1,11 @@
+// Reads the stretch of a log data file in which LdfReader looks at records.
 #include "primitives/ldf/LdfWindow.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <new>
-#include <unistd.h>
 
+#include "platform/unix/QENFileSystem.h"
 #include "primitives/ldf/LdfRecordView.h"
 
 static_assert(LDF_WINDOW_MAX >= 2 * LDF_RECORD_MAX);
@@ -27,13 +27,11 @@ size_t LdfWindow::_fill(int64_t pos, size_t n, const unsigned char*& bytes) {
     _start = pos;
     _len = 0;
     while (!_no_memory && _len < n) {
-        const ssize_t got = pread(_fd, _buf.get() + _len, _capacity - _len, pos + static_cast<int64_t>(_len));
-        if (got > 0) {
-            _len += static_cast<size_t>(got);
-        } else if (got == 0 || errno != EINTR) {
-            _failed = got != 0;
-            break;
-        }
+        const int64_t got =
+            QENReadSome(_fd, _buf.get() + _len, _capacity - _len, pos + static_cast<int64_t>(_len));
+        _failed = got < 0;
+        if (got <= 0) break;
+        _len += static_cast<size_t>(got);
     }
     if (!_no_memory) std::memset(_buf.get() + _len, 0, LDF_SPLIT_SLACK); // what is looked at behind a text
     bytes = _buf.get();

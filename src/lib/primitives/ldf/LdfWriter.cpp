@@ -84,7 +84,7 @@ bool LdfWriter::_has_room() const {
 // Record first, header after: whatever happens in between, the header on disk describes whole records only.
 // Memory follows the disk, so a failure leaves the next record the place of this one.
 void LdfWriter::_put_record(const unsigned char* record, size_t size, int8_t sev, int8_t obj_tag) {
-    if (!file_write_at(fileno(_fp), record, size, _ldf_header.offset_end)) return;
+    if (!QENWriteAllAt(fileno(_fp), record, size, _ldf_header.offset_end)) return;
 
     ldf_header_t updated = _ldf_header;
     count_record(updated, static_cast<unsigned char>(sev), static_cast<unsigned char>(obj_tag));
@@ -104,7 +104,7 @@ int LdfWriter::_write_header(ldf_header_t& header) {
     header.datetime_modify = static_cast<int32_t>(std::time(nullptr));
     unsigned char bytes[LDF_HEADER_SIZE];
     ldf_encode_header(header, bytes);
-    return file_write_at(fileno(_fp), bytes, sizeof bytes, 0) ? LDF_OK : LDF_EFAIL;
+    return QENWriteAllAt(fileno(_fp), bytes, sizeof bytes, 0) ? LDF_OK : LDF_EFAIL;
 }
 
 void LdfWriter::set_maxlen(int maxlen) {

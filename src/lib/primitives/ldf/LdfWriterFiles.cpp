@@ -5,8 +5,6 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
-#include <fcntl.h>
-#include <unistd.h>
 
 #include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
@@ -101,10 +99,10 @@ int LdfWriter::_take_name() {
 // Makes file A ready for appending. On failure no file is open, and what cannot be continued is left to the
 // caller.
 int LdfWriter::_prepare_ldf() {
-    struct stat st;
-    const int fd = file_open_regular(_files.current(), O_RDWR, st);
-    if (fd >= 0 && st.st_size >= static_cast<off_t>(LDF_HEADER_SIZE)) return _continue_file(fd, st.st_size);
-    if (fd >= 0) ::close(fd); // too short to hold anything
+    QENFileState file;
+    const int fd = file_open_regular(_files.current(), QENAccess::UPDATE, file);
+    if (fd >= 0 && file.size >= static_cast<int64_t>(LDF_HEADER_SIZE)) return _continue_file(fd, file.size);
+    if (fd >= 0) QENCloseDescriptor(fd); // too short to hold anything
     if (fd >= 0 || errno == ENOENT) return _install_new(&Generations::install);
     QENSyslog(SYSLOG_ERROR, "Could not open %s with mode r+b", _files.current());
     return LDF_EFAIL;
@@ -116,16 +114,13 @@ void LdfWriter::_use(FILE* fp, int64_t size) {
     _fp = fp;
     _opened = 1;
     _count = _starting_filesize = QENSaturatedFileSize(size);
-    const int64_t limit = std::min(file_size_limit(), READERS_LIMIT);
+    const int64_t limit = std::min(QENFileSizeLimit(), READERS_LIMIT);
     _last_start = static_cast<uint32_t>(std::max(limit, RECORD) - RECORD);
 }
 
 int LdfWriter::_continue_file(int fd, int64_t size) {
-    FILE* fp = fdopen(fd, "r+b");
-    if (!fp) {
-        ::close(fd);
-        return LDF_EFAIL;
-    }
+    FILE* fp = QENStreamOver(fd, "r+b");
+    if (!fp) return LDF_EFAIL;
     _use(fp, size);
     if (_read_header() == LDF_OK) return LDF_OK;
     _close();
@@ -134,7 +129,7 @@ int LdfWriter::_continue_file(int fd, int64_t size) {
 
 int LdfWriter::_read_header() {
     unsigned char bytes[LDF_HEADER_SIZE];
-    if (pread(fileno(_fp), bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) return LDF_EFAIL;
+    if (!QENReadAt(fileno(_fp), bytes, sizeof bytes, 0)) return LDF_EFAIL;
     if (int rc = ldf_decode_header(bytes, _starting_filesize, _ldf_header)) return rc;
     // A reader can live with these; a writer would overwrite its own header or add records never shown.
     return _ldf_header.offset_end >= LDF_HEADER_SIZE && _ldf_header.total_msgs >= 0 ? LDF_OK : LDF_EFAIL;
@@ -181,10 +176,8 @@ FILE* LdfWriter::_make_new_file(ldf_header_t& header) const {
 
     unsigned char bytes[LDF_HEADER_SIZE];
     ldf_encode_header(header, bytes);
-    const int fd = _files.make_new({reinterpret_cast<const char*>(bytes), sizeof bytes}, O_RDWR);
-    FILE* fp = fd < 0 ? nullptr : fdopen(fd, "r+b");
-    if (fd >= 0 && !fp) ::close(fd); // the next new file takes the place of this one
-    return fp;
+    const int fd = _files.make_new({reinterpret_cast<const char*>(bytes), sizeof bytes}, QENAccess::UPDATE);
+    return fd < 0 ? nullptr : QENStreamOver(fd, "r+b"); // the next new file takes the place of a failed one
 }
 
 // Moves a file A that cannot be continued aside and starts anew. The new file is made first: a process short

@@ -1,7 +1,9 @@
+// Names and codes of object types, which a record holds and -obj of taqmsg filters by.
 #include "primitives/ldf/QENObjTags.h"
 
 #include <iterator>
-#include <strings.h>
+
+#include "platform/unix/QENNoCase.h"
 
 namespace {
 
@@ -27,7 +29,7 @@ const char* QENGetObjTagStr(obj_tag_t code) {
 obj_tag_t QENGetObjTag(const char* name) {
     if (!name) return OBJTAG_ERR;
     for (unsigned i = 0; i < std::size(tag_names); ++i)
-        if (!strcasecmp(name, tag_names[i])) return static_cast<obj_tag_t>(i);
+        if (QENEqualNoCase(name, tag_names[i])) return static_cast<obj_tag_t>(i);
     return OBJTAG_ERR;
 }
 

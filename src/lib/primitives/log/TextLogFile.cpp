@@ -35,13 +35,13 @@ bool TextLogFile::set_name(const char* directory, bool hidden, const char* name,
 
 bool TextLogFile::open() {
     if (_owner == QENForkCount()) _files.mend();
-    struct stat st;
-    const int fd = file_open_regular(path(), QEN_OPEN_APPEND, st);
+    QENFileState file;
+    const int fd = file_open_regular(path(), QENAccess::APPEND, file);
     if (fd < 0) return errno == ENOENT;
-    if (!_use(fd, st.st_size)) return false;
-    if (st.st_size > 0) {
+    if (!_use(fd, file.size)) return false;
+    if (file.size > 0) {
         char last = '\n';
-        _is_cut = QENReadAt(fd, &last, 1, st.st_size - 1) && last != '\n'; // a process died in a write
+        _is_cut = QENReadAt(fd, &last, 1, file.size - 1) && last != '\n'; // a process died in a write
         return true;
     }
     const std::string_view header = _header_now();
@@ -70,7 +70,7 @@ bool TextLogFile::_use(int fd, off_t size) {
     if (_stream != nullptr) fclose(_stream);
     _stream = stream;
     _bytes = QENSaturatedFileSize(size);
-    _full_at = file_size_limit() - LineBuffer::CAPACITY;
+    _full_at = QENFileSizeLimit() - LineBuffer::CAPACITY;
     _flushed = size;
     _pending = 0;
     _forks = QENForkCount();
@@ -124,7 +124,7 @@ void TextLogFile::_link_own_file() {
     char number[16];
     snprintf(number, sizeof number, ".%d", QENGetPid());
     const PathText own = file_join({path(), number});
-    const int fd = own != nullptr ? file_create(own.get(), _header_now(), QEN_OPEN_APPEND) : -1;
+    const int fd = own != nullptr ? file_create(own.get(), _header_now(), QENAccess::APPEND) : -1;
     if (fd < 0) return;
     (void)QENLinkFile(own.get(), path()); // there may be a file by now
     (void)QENDeleteFile(own.get());
@@ -133,7 +133,7 @@ void TextLogFile::_link_own_file() {
 
 bool TextLogFile::_install_new(bool (Generations::*way)() const) {
     const std::string_view header = _header_now();
-    const int fd = _files.make_new(header, QEN_OPEN_APPEND);
+    const int fd = _files.make_new(header, QENAccess::APPEND);
     if (fd < 0) return false;
     if ((_files.*way)()) return _use(fd, static_cast<off_t>(header.size()));
     QENCloseDescriptor(fd);
@@ -149,12 +149,12 @@ std::string_view TextLogFile::_header_now() {
 }
 
 void TextLogFile::follow_parent() {
-    struct stat st;
+    QENFileState file;
     if (_stream == nullptr || QENIsSameFile(fileno(_stream), path())) return;
-    const int fd = file_open_regular(path(), QEN_OPEN_APPEND, st);
+    const int fd = file_open_regular(path(), QENAccess::APPEND, file);
     if (fd < 0) return;
     forget_unflushed();
-    (void)_use(fd, st.st_size);
+    (void)_use(fd, file.size);
 }
 
 void TextLogFile::forget_unflushed() {
@@ -195,12 +195,12 @@ void TextLogFile::_mend() {
     clearerr(_stream);
     QENStreamPurge(_stream);
     const int fd = fileno(_stream);
-    const off_t size = QENDescriptorSize(fd);
-    if (size < 0) return;
-    const off_t end = _end_of_lines(fd, size);
+    QENFileState file;
+    if (!QENStateOfOpen(fd, file)) return;
+    const int64_t end = _end_of_lines(fd, file.size);
     // A child leaves to its parent what may be the parent's own line on its way.
-    _is_cut = end < size && (_owner != QENForkCount() || !QENTruncate(fd, end));
-    _bytes = QENSaturatedFileSize(_is_cut ? size : end);
+    _is_cut = end < file.size && (_owner != QENForkCount() || !QENTruncateFile(fd, end));
+    _bytes = QENSaturatedFileSize(_is_cut ? file.size : end);
     _flushed = end;
     _pending = 0;
 }

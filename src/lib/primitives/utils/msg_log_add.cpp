@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "i18n/common/i18n_id.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/message/ipm_messages.h"
 #include "primitives/message/severity.h"
@@ -31,10 +32,10 @@ void add_severity(MsgStruct* msgp, int sev, bool as_text) {
 }
 
 void add_identity(MsgStruct* msgp, int cat, int id, bool as_text) {
-    if (cat != MSG_LOG_NO_CATALOG) {
+    if (const auto category = static_cast<uint32_t>(cat); category != I18N_CATEGORY_NONE) {
         msgp->gethdr()->setFlagsBits(MSGHDR_CATALOG_ID);
-        (void)msgp->add_elem(MSGID_MSGCAT_ID, static_cast<int32_t>((static_cast<uint32_t>(cat) << 16) |
-                                                                   static_cast<uint32_t>(id)));
+        const uint32_t identity = i18n_msgcat_id(category, static_cast<uint32_t>(id));
+        (void)msgp->add_elem(MSGID_MSGCAT_ID, static_cast<int32_t>(identity));
     } else if (as_text) {
         char digits[16];
         std::snprintf(digits, sizeof digits, "%d", id);

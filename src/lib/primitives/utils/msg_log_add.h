@@ -7,8 +7,7 @@
 
 class MsgStruct;
 
-inline constexpr int32_t MSG_LOG_ADD = 2056;     // message number of a log message
-inline constexpr int MSG_LOG_NO_CATALOG = 10000; // catalog of messages without one
+inline constexpr int32_t MSG_LOG_ADD = 2056; // message number of a log message
 
 // Bits of logflags.
 inline constexpr int MSG_LOG_FORMAT = 1;  // store the text with its arguments filled in, and the arguments
@@ -20,7 +19,7 @@ inline constexpr int MSG_LOG_AS_TEXT = 2; // store severity and, without a catal
 //   MSGID_TEXT       the text cut at 4095 bytes, or fmtp as it stands
 //   MSGID_OBJ_TAG, MSGID_TIMESTAMP
 //   MSGID_MSGCAT_ID  cat in the high and id in the low 16 bits, with the header flag MSGHDR_CATALOG_ID; or,
-//                    when cat is MSG_LOG_NO_CATALOG, id alone and no flag
+//                    when cat is I18N_CATEGORY_NONE, id alone and no flag
 //   MSGID_ARGS       with MSG_LOG_FORMAT: see QENUtils::msgargs_to_msgstruct
 // An element that msgp has already is kept. fmtp null: no text and no arguments.
 MsgStruct* mk_vararg_msg_log_add(MsgStruct* msgp, int logflags, int sev, int obj_tag, int timestamp, int cat,

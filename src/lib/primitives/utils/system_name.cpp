@@ -1,6 +1,4 @@
 // QENUtils::get_system: under which name this system writes.
-#include <strings.h>
-
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -9,7 +7,7 @@
 #include <string_view>
 
 #include "platform/unix/QENDefaults.h"
-#include "platform/unix/QENDescriptors.h"
+#include "platform/unix/QENNoCase.h"
 #include "platform/unix/QENPlatform.h"
 #include "primitives/files/FileIo.h"
 #include "primitives/utils/QENUtils.h"
@@ -49,8 +47,8 @@ File open_configuration() {
     char path[PATH_SIZE];
     const bool moved = QENGetenv(QEN_ENV_CONF_DIR, path, sizeof path) == 0;
     const std::string file = std::string(moved ? path : QEN_DEFAULT_CONF_DIR) + CONF_FILE;
-    struct stat st;
-    const int fd = file_open_regular(file.c_str(), /*flags=*/0, st); // 0: to read
+    QENFileState state;
+    const int fd = file_open_regular(file.c_str(), QENAccess::READ, state);
     return File(fd >= 0 ? QENStreamOver(fd, "r") : nullptr);
 }
 
@@ -71,7 +69,7 @@ std::string_view value_of(std::string_view line, std::string_view name) {
     const size_t equals = line.find('=');
     if (equals == std::string_view::npos) return {};
     const std::string_view found = trim(line.substr(0, equals));
-    if (found.size() != name.size() || strncasecmp(found.data(), name.data(), name.size()) != 0) return {};
+    if (!QENEqualNoCase(found, name)) return {};
     const std::string_view value = line.substr(equals + 1);
     return value.substr(0, value.find_first_of("#\r\n"));
 }

@@ -4,14 +4,14 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
-#include <strings.h>
 
 #include "platform/unix/QENAssert.h"
+#include "platform/unix/QENNoCase.h"
 
 namespace {
 
 int compare_names(const char* a, const char* b, bool sensitive) {
-    return sensitive ? strcmp(a, b) : strcasecmp(a, b);
+    return sensitive ? strcmp(a, b) : QENCompareNoCase(a, b);
 }
 
 // As compare_names(...) == 0 for a name that needs no NUL.

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <strings.h>
 
 #include "platform/unix/QENAssert.h"
+#include "platform/unix/QENNoCase.h"
 #include "primitives/values/NVList.h"
 
 namespace {
@@ -143,7 +143,7 @@ char* VList::converttoString(int stop_at_usernames) const {
             const char* s = text_of(e);
             if (used + strlen(s) > RENDER_SIZE) break;
             render(buf, used, " %s ", s);
-            if (stop_at_usernames && strcasecmp(s, "UserNames") == 0) break;
+            if (stop_at_usernames && QENEqualNoCase(s, "UserNames")) break;
         }
     }
     return ValueElem::dup_str(buf, used);

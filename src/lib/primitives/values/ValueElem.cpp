@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
-#include <strings.h>
 
 #include "platform/unix/ByteOrder.h"
 #include "platform/unix/QENAssert.h"
+#include "platform/unix/QENNoCase.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/values/BusinessObject.h"
 #include "primitives/values/HashTable.h"
@@ -21,7 +21,7 @@ namespace {
 // A null string is equal to a null string only.
 bool equal_strings(const char* a, const char* b, bool case_sensitive) {
     if (a == nullptr || b == nullptr) return a == b;
-    return (case_sensitive ? strcmp(a, b) : strcasecmp(a, b)) == 0;
+    return case_sensitive ? strcmp(a, b) == 0 : QENEqualNoCase(a, b);
 }
 
 // Raw pointers lead to message headers as far as dumps are concerned; a block known to be smaller shows

@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
@@ -37,7 +36,7 @@ protected:
         return state;
     }
     bool rotate() const {
-        const int fd = files.make_new("+", O_RDWR);
+        const int fd = files.make_new("+", QENAccess::UPDATE);
         return fd >= 0 && close(fd) == 0 && files.rotate();
     }
 
