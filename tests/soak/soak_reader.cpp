@@ -1,20 +1,14 @@
 // Opens the current files of a service's log again and again, beside a writer, for scripts/soak. Prints how
 // often there was none, and how often the log data file was not what a reader may expect.
+// Usage: soak_reader NAME COUNT
 #include "LdfReader.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
 #include <string>
 #include <unistd.h>
 
 namespace {
-
-bool exists(const std::string& path) {
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd >= 0) close(fd);
-    return fd >= 0;
-}
 
 // The service writes messages of severity INFO about object type QEN only.
 bool adds_up(const ldf_header_t& h) {
@@ -31,18 +25,15 @@ bool ends_well(LdfReader& reader) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: soak_reader NAME COUNT\n");
-        return 2;
-    }
+    if (argc != 3) return 2;
     const std::string text = std::string(std::getenv("TAQ_LOG")) + "/log/" + argv[1] + "_A.log";
     const std::string name = std::string(argv[1]) + "_A";
     const std::string records = std::string(std::getenv("TAQ_LDF")) + "/ldf/" + name + ".ldf";
     long missing_texts = 0, missing = 0, wrong = 0;
     LdfReader::init();
     for (long left = std::atol(argv[2]); left > 0; --left) {
-        missing_texts += !exists(text);
-        missing += !exists(records);
+        missing_texts += access(text.c_str(), F_OK) != 0;
+        missing += access(records.c_str(), F_OK) != 0;
         LdfReader reader;
         const int rc = reader.open(nullptr, name.c_str());
         wrong += rc != LDF_OK || !adds_up(*reader.get_header()) || !ends_well(reader);

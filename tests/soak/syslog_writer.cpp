@@ -1,10 +1,9 @@
 // A service for scripts/check-syslog: sends the texts of its arguments to the system log, the first as an
 // ERROR message of a file log, the second as a message for the administrator, then both again by the logger
-// thread.
+// thread. Usage: syslog_writer TEXT_OF_ERROR TEXT_FOR_ADMINISTRATOR
 #include "Log.h"
 #include "MessageSite.h"
 
-#include <cstdio>
 #include <memory>
 
 namespace {
@@ -19,10 +18,7 @@ void send(Log* log, const char* error, const char* admin) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: syslog_writer TEXT_OF_ERROR TEXT_FOR_ADMINISTRATOR\n");
-        return 2;
-    }
+    if (argc != 3) return 2;
     Log::init("QEN", "K-16", "syslog_writer");
     const std::unique_ptr<Log> log(new Log);
     if (const int rc = log->open("mirrored", /*fp=*/nullptr, /*flags=*/0, nullptr); rc != ULOG_OK) return rc;
