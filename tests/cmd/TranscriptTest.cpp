@@ -1,21 +1,22 @@
-// Runs the sessions in transcripts/: command lines of the shell with what they must print.
+// Runs the sessions of a command in transcripts/: command lines of the shell with what they must print.
 //
-//   file f flags=1              a log data file, with words of its header; records follow
-//   record times=25 num=0 <n>   25 records: fields, then arguments; <n> counts them; number 0: the arguments
-//   are the text def export TZ=UTC           precedes every command from here on $ taqmsg a ;; taqmsg b
-//   commands, in the folder of the data root, each of which gives what follows: > output, ! errors, ? status
-//   when it is not 0
+//   file f flags=1           a log data file, with words of its header; records follow
+//   record times=25 num=0 <n>   25 records: fields, then arguments; <n> counts them
+//   def export TZ=UTC        stands before every command from here on
+//   $ taqmsg a ;; taqmsg b   commands; each of them gives what follows
+//   > output                 a line of standard output; "! " of standard error; "? " the status when it is
+//   not 0
 //
-// ";;" separates records, too. <root>, <catalogs>, <x*80>, \xC3 and 'two words' are replaced. A session runs
-// without catalogs and with the English ones, unless it sets TAQ_MESSAGES_DIR.
+// ";;" separates records, too. <root>, <catalogs>, <x*80>, \xC3 and 'two words' are replaced. Commands run in
+// a folder of the session's own; $DATA is the folder data/. A session of taqmsg runs without catalogs and
+// with the English ones, unless it sets TAQ_MESSAGES_DIR.
 #include "support/LdfBuilder.h"
-#include "support/RunCommand.h"
 #include "support/TempDir.h"
 
-#include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <regex>
+#include <sys/wait.h>
 
 namespace {
 
@@ -25,18 +26,20 @@ const std::map<std::string, size_t> header_words = {{"signature", 0}, {"major", 
                                                     {"created", 49},  {"total", 57}, {"flags", 109},
                                                     {"end", 113}};
 
-using Value = const std::string&;
-const std::map<std::string, std::function<void(LdfTestRecord&, Value)>> record_fields = {
-    {"sev", [](auto& r, Value v) { r.sev = static_cast<uint8_t>(std::stoi(v)); }},
-    {"obj", [](auto& r, Value v) { r.obj = static_cast<uint8_t>(std::stoi(v)); }},
-    {"cat", [](auto& r, Value v) { r.cat = static_cast<uint16_t>(std::stoi(v)); }},
-    {"num", [](auto& r, Value v) { r.num = static_cast<uint16_t>(std::stoi(v)); }},
-    {"line", [](auto& r, Value v) { r.line = static_cast<uint32_t>(std::stoul(v)); }},
-    {"seq", [](auto& r, Value v) { r.seq = static_cast<uint32_t>(std::stoul(v)); }},
-    {"version", [](auto& r, Value v) { r.version = static_cast<uint8_t>(std::stoi(v)); }},
-    {"file", [](auto& r, Value v) { r.file = v; }},
-    {"func", [](auto& r, Value v) { r.func = v; }},
-    {"text", [](auto& r, Value v) { r.text = v + '\0'; }}};
+template <auto Field>
+void number(LdfTestRecord& record, const std::string& value) {
+    record.*Field = static_cast<std::decay_t<decltype(record.*Field)>>(std::stoul(value));
+}
+template <auto Field>
+void text(LdfTestRecord& record, const std::string& value) {
+    record.*Field = value;
+}
+using R = LdfTestRecord;
+const std::map<std::string, void (*)(R&, const std::string&)> record_fields = {
+    {"sev", number<&R::sev>},   {"obj", number<&R::obj>},         {"cat", number<&R::cat>},
+    {"num", number<&R::num>},   {"version", number<&R::version>}, {"seq", number<&R::seq>},
+    {"line", number<&R::line>}, {"file", text<&R::file>},         {"func", text<&R::func>},
+    {"text", text<&R::text>}};
 
 std::vector<std::string> split(const std::string& text) {
     static const std::regex separator(" *;; *");
@@ -47,15 +50,12 @@ class Transcript : public testing::Test {
 public:
     Transcript(fs::path path, const std::string& catalogs) : _path(std::move(path)) {
         _dir.make("ldf");
-        _env = {"HOME=" + _dir.path(),
-                "TAQ_LDF=" + _dir.path(),
-                "TAQ_MESSAGES_DIR=" + catalogs,
-                "LOCPATH=" TAQ_TEST_LOCALES,
-                "TZ=UTC",
-                "LC_ALL=C",
-                "PATH=" + fs::path(TAQMSG_COMMAND).parent_path().string() + ":/usr/bin:/bin"};
+        for (const std::string& variable :
+             {"HOME=" + _dir.path(), "TAQ_LDF=" + _dir.path(), "TAQ_MESSAGES_DIR=" + catalogs,
+              "DATA=" + (_path.parent_path() / "../data").string()})
+            _environment += " '" + variable + "'";
         if (const char* options = getenv("ASAN_OPTIONS"))
-            _env.push_back(std::string("ASAN_OPTIONS=") + options);
+            _environment += std::string(" ASAN_OPTIONS=") + options;
     }
 
     void TestBody() override {
@@ -115,8 +115,6 @@ private:
             const std::string field = settings[i].substr(0, equal), value = settings[i].substr(equal + 1);
             if (field == "system")
                 _ldf.system(value);
-            else if (field == "cut")
-                _ldf.cut(std::stoul(value));
             else
                 _ldf.put32(header_words.at(field), static_cast<uint32_t>(std::stol(value)));
         }
@@ -151,20 +149,24 @@ private:
         for (const std::string& command : std::exchange(_commands, {})) {
             SCOPED_TRACE(_path.filename().string() + ":" + std::to_string(_step) + ": $ " +
                          command.substr(0, 99));
-            const CommandResult result =
-                run_command("/bin/sh", {"sh", "-c", "cd\n" + _definitions + command}, _env);
-            EXPECT_EQ(_out, result.out);
-            EXPECT_EQ(_err, result.err);
-            EXPECT_EQ(_status, result.status);
+            _streams.write("script", "cd\n" + _definitions + command);
+            const int status = std::system(("cd " + _streams.path() +
+                                            "; exec env -i TZ=UTC LC_ALL=C 'LOCPATH=" TAQ_TEST_LOCALES
+                                            "' 'PATH=" TAQ_COMMAND_FOLDER ":/usr/bin:/bin'" +
+                                            _environment + " sh script </dev/null >out 2>err")
+                                               .c_str());
+            EXPECT_EQ(_out, _streams.read("out"));
+            EXPECT_EQ(_err, _streams.read("err"));
+            EXPECT_EQ(_status, WEXITSTATUS(status));
         }
         _out = _err = "";
         _status = 0;
     }
 
     const fs::path _path;
-    const TempDir _dir;
-    std::vector<std::string> _env, _commands;
-    std::string _definitions, _file, _out, _err;
+    const TempDir _dir, _streams;
+    std::vector<std::string> _commands;
+    std::string _environment, _definitions, _file, _out, _err;
     LdfBuilder _ldf;
     int _status = 0, _number = 1, _step = 0;
 };
@@ -180,7 +182,7 @@ void register_transcript(const fs::path& path, const std::string& variant, const
         std::ifstream in(entry.path());
         const std::string text{std::istreambuf_iterator<char>(in), {}};
         register_transcript(entry.path(), "", "/no-catalogs");
-        if (text.find("TAQ_MESSAGES_DIR") == std::string::npos)
+        if (*TAQ_TEST_CATALOGS != '\0' && text.find("TAQ_MESSAGES_DIR") == std::string::npos)
             register_transcript(entry.path(), "InEnglish", TAQ_TEST_CATALOGS);
     }
     return true;
