@@ -2,20 +2,13 @@
 // variables is forgotten before the first test.
 #include <cstdlib>
 #include <string>
-#include <vector>
+#include <unistd.h>
 
-extern char** environ;
-
-namespace {
-
-[[gnu::constructor]] void clean_environment() {
-    std::vector<std::string> names;
-    for (char** variable = environ; *variable != nullptr; ++variable) {
-        const std::string name = std::string(*variable).substr(0, std::string(*variable).find('='));
+[[gnu::constructor]] static void clean_environment() {
+    for (char** variable = environ; *variable != nullptr;) {
+        const std::string text = *variable++;
         for (const char* prefix : {"LC_", "LANG", "LOCPATH", "TZ", "TAQ_", "QEN", "ZORQ_"})
-            if (name.starts_with(prefix)) names.push_back(name);
+            if (text.starts_with(prefix))
+                unsetenv(text.substr(0, text.find('=')).c_str()), variable = environ;
     }
-    for (const std::string& name : names) unsetenv(name.c_str());
 }
-
-} // namespace

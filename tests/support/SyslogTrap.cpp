@@ -13,6 +13,14 @@ namespace {
 std::mutex lock;
 std::vector<SyslogLine> lines;
 
+void keep(int priority, const char* format, va_list args) {
+    static char text[16384]; // not on the stack, which a test measures
+    const std::lock_guard guard(lock);
+    std::vsnprintf(text, sizeof text, format, args);
+    if (syslog_echo) std::fprintf(stderr, "[%d %s]", priority, text);
+    lines.push_back({priority, text});
+}
+
 } // namespace
 
 std::vector<SyslogLine> syslog_lines() {
@@ -39,20 +47,10 @@ void openlog(const char* identity, int options, int facility) {
     openlog_facility = facility;
 }
 
-void closelog() {}
-
-void vsyslog(int priority, const char* format, va_list args) {
-    static char text[16384]; // not on the stack, which a test measures
-    const std::lock_guard guard(lock);
-    std::vsnprintf(text, sizeof text, format, args);
-    if (syslog_echo) std::fprintf(stderr, "[%d %s]", priority, text);
-    lines.push_back({priority, text});
-}
-
 void syslog(int priority, const char* format, ...) {
     va_list args;
     va_start(args, format);
-    vsyslog(priority, format, args);
+    keep(priority, format, args);
     va_end(args);
 }
 
@@ -60,7 +58,7 @@ void syslog(int priority, const char* format, ...) {
 void __syslog_chk(int priority, int, const char* format, ...) {
     va_list args;
     va_start(args, format);
-    vsyslog(priority, format, args);
+    keep(priority, format, args);
     va_end(args);
 }
 }

@@ -40,7 +40,6 @@ TEST_F(Catalog, DamageHasItsResult) {
     } cases[] = {
         {"good", CatalogBuilder(good), {"abc", "???"}},
         {"bad magic", CatalogBuilder(good).flip(3), {"<6>", "<6>"}},
-        {"header cut short", CatalogBuilder(good).truncate(63), {"<6>", "<6>"}},
         {"range table cut short", CatalogBuilder(good).truncate(75), {"<6>", "<6>"}},
         {"range table beyond the file", CatalogBuilder(good).put32(48, 0xFFFFFFF0), {"<6>", "<6>"}},
         {"product of count and size wraps", CatalogBuilder(good).put32(32, 0x55555556), {"<6>", "<6>"}},
@@ -51,14 +50,11 @@ TEST_F(Catalog, DamageHasItsResult) {
         {"text cut short", CatalogBuilder(good).truncate(98), {"abc", "<4>"}},
         {"length 0", CatalogBuilder(good).put32(84, 0), {"<4>", "???"}},
         {"length one beyond the file", CatalogBuilder(good).put32(92, 4), {"abc", "<4>"}},
-        {"length 2^31 - 1", CatalogBuilder(good).put32(92, 0x7FFFFFFF), {"abc", "<4>"}},
         {"no NUL at the end", CatalogBuilder(good).put32(84, 3), {"<4>", "???"}},
         {"longer than can be shown", longer(good, 4095, '\0'), {"abc", "<1>"}},
         {"likewise, no NUL at the end", longer(good, 4095, 'x'), {"abc", "<4>"}},
         {"65536 ranges", longer(good, 0xC0000, 0).put32(92, 3).put32(32, 65536), {"abc", "???"}},
         {"65537 ranges", longer(good, 0xC0000, 0).put32(92, 3).put32(32, 65537), {"<6>", "<6>"}},
-        {"NUL inside", CatalogBuilder(good).flip(89, 'b'), {"a", "???"}},
-        {"range backwards", CatalogBuilder(good).put32(64, 2).put32(68, 1), {"<3>", "<3>"}},
         {"range over all numbers", CatalogBuilder(good).put32(64, 0).put32(68, 0xFFFFFFFF), {"???", "<4>"}},
     };
     for (const auto& c : cases) {

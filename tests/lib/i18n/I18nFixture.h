@@ -3,7 +3,6 @@
 
 #include <clocale>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -11,6 +10,7 @@
 
 #include "i18n/common/i18n.h"
 #include "support/CatalogBuilder.h"
+#include "support/TempDir.h"
 
 class I18nTest : public ::testing::Test {
 protected:
@@ -18,15 +18,10 @@ protected:
         for (const char* name : {"QENI18N_LANG", "LC_ALL", "LC_MESSAGES", "LANG"}) unsetenv(name);
         setenv("LOCPATH", TAQ_TEST_LOCALES, /*overwrite=*/1);
         std::setlocale(LC_ALL, "C");
-        char name[] = "/tmp/i18nXXXXXX";
-        ASSERT_NE(nullptr, mkdtemp(name));
-        root = name;
     }
     void TearDown() override {
         i18nClose(&handle);
         std::setlocale(LC_ALL, "C");
-        std::error_code ignored;
-        std::filesystem::remove_all(root, ignored);
     }
 
     CatalogTree tree(const std::string& language = "en") const { return {root, language}; }
@@ -62,6 +57,7 @@ protected:
         return "<" + std::to_string(rc) + ">";
     }
 
-    std::string root;
+    const TempDir dir;
+    const std::string root = dir.path();
     void* handle = nullptr;
 };
