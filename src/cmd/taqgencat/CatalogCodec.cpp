@@ -9,12 +9,12 @@ namespace gencat {
 
 namespace {
 
-// A number without a message costs a slot, a further range costs a record of the range table. Up to this
-// many missing numbers in a row stay within a range: fewer ranges at no greater size.
+// A missing number inside a range costs one slot of 4 bytes, a new range costs 12 bytes. So up to this many
+// missing numbers in a row stay in one range.
 constexpr uint32_t MAX_GAP = BMC_RANGE_SIZE / BMC_SLOT_SIZE;
 
-// A damaged file can refer to one long record from every slot, so this bounds the text decoded beyond the
-// size of the file.
+// In a damaged file every slot may refer to the same long record. This many bytes of text beyond the size of
+// the file are decoded at most.
 constexpr uint64_t MAX_SHARED_TEXT = 256u << 20;
 
 constexpr uint64_t MAX_FILE_SIZE = BMC_EMPTY_SLOT; // an offset below the value that marks an empty slot

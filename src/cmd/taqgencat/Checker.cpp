@@ -19,8 +19,8 @@ struct Specifiers {
     bool stray_percent = false; // a '%' that begins no specifier
 };
 
-// Whether the piece ends with the first of two percent signs. No other piece without an argument ends before
-// the text does.
+// Whether the piece ends with the first character of "%%". Every other piece without an argument ends with
+// the text.
 bool ends_in_doubled_percent(std::string_view text, const i18n_piece& piece) {
     return piece._arg == I18N_NO_ARG && size_t{piece._offset} + piece._size < text.size();
 }
@@ -62,8 +62,8 @@ const char* fault_of_specifiers(std::string_view text) {
     return nullptr;
 }
 
-// The safe lookup, when it falls back to a mark for each argument, needs them all, the text, its NUL and
-// one byte more to be less than its buffer.
+// When arguments do not fit, the safe lookup shows a mark for each. The text, its NUL, all marks and one byte
+// more must be less than its buffer.
 bool has_room(std::string_view text) {
     const size_t marks = i18n_count_string_specifiers(text) * I18N_MISSING_ARG.size();
     return text.size() + 1 + marks + 1 < I18N_CONV_BUFFSIZE;

@@ -19,8 +19,8 @@ bool is_plain_name(std::string_view name, size_t max) {
     });
 }
 
-// The names in the module's entry. The reader only counts them, so when the catalogs' own ones do not fit one
-// value, each is a single letter.
+// The names in the module's entry. The reader only counts them: when the real names do not fit one value,
+// single letters stand for them.
 std::vector<std::string> names_of(const std::string& module, const Messages& messages) {
     std::vector<std::string> names;
     size_t value = 0;

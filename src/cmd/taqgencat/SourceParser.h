@@ -30,8 +30,8 @@ enum class DefaultSet : uint32_t {
 
 // Adds the messages of one source to messages. file names the source in diagnostics. Faulty lines are
 // reported and skipped, the others still count; a source in another encoding is reported and not read.
-// False when there was a fault. What is probably a slip gets a warning: deleting what is not there, and
-// blanks that keep a quote from being one.
+// False when there was a fault. Probable mistakes give a warning: deleting a message or set that does not
+// exist, and blanks before a quote, which make the quote part of the text.
 bool parse_source(std::string_view file, std::string_view source, DefaultSet default_set, Messages& messages,
                   Diagnostics& faults);
 

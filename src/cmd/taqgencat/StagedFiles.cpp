@@ -8,7 +8,8 @@ namespace gencat {
 
 namespace {
 
-constexpr unsigned MAX_NAME_TRIES = 100000; // killed runs leave theirs, thousands for a large module
+constexpr unsigned MAX_NAME_TRIES =
+    100000; // killed runs leave their temporary files, thousands for a large module
 
 // A name in the target's folder, so that the rename never crosses file systems. It does not contain the
 // target's name, which may be as long as a name can be.

@@ -1,4 +1,4 @@
-// Comes before the first byte is written: a slip on the command line must not cost a source.
+// Checks the targets before the first byte is written: a mistyped command line must not overwrite a source.
 #include "Targets.h"
 
 #include "i18n/common/bmc_format.h"
@@ -28,7 +28,7 @@ bool is_empty_or_catalog(const std::string& path) {
 bool may_replace(const std::string& path, const std::vector<std::string>& inputs, std::string& error) {
     std::error_code failure;
     const fs::file_status status = fs::status(path, failure);
-    if (!fs::exists(status)) return true; // what else is wrong shows when it is made
+    if (!fs::exists(status)) return true; // other errors show when the file is made
     if (fs::is_directory(status)) return error = path + ": Is a directory", false;
     for (const std::string& input : inputs)
         if (fs::equivalent(path, input, failure)) return error = path + ": is read as a source", false;

@@ -84,7 +84,7 @@ const char* unescape_text(std::string_view written, char quote, std::string& tex
 }
 
 std::string escape_text(std::string_view text, char quote) {
-    const bool bytes_stand = i18n_is_utf8(text); // else a reader's editor could mend them unasked
+    const bool bytes_stand = i18n_is_utf8(text); // other bytes become escapes: an editor might change them
     std::string out(1, quote);
     for (const char c : text) {
         const auto byte = static_cast<uint8_t>(c);

@@ -50,8 +50,8 @@ bool load(const Options& options, Compilation& all, std::string& error) {
            read(options.fill_from, all.fillers);
 }
 
-// Completes the messages and checks them. Those that are filled in do not count as missing; of sources with
-// faults it is not known what is missing.
+// Fills in missing messages and checks the texts. Filled-in messages do not count as missing. Sources with
+// faults are not compared with the reference: it is unknown what they lack.
 void fill_and_check(const Options& options, Compilation& all) {
     const bool is_complete = !all.diagnostics.has_faults();
     fill_missing(all.messages, all.fillers);

@@ -1,3 +1,4 @@
+// Opens the file that taqmsg shows and reports why that failed.
 #include "LdfFile.h"
 
 #include "messages.h"

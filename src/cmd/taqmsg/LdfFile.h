@@ -1,4 +1,4 @@
-// Opening, common to the modes that show one file.
+// Opens the file to show: the first step of the modes -info, -tail and of showing all records.
 #pragma once
 
 #include "primitives/ldf/LdfReader.h"

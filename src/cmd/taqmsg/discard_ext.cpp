@@ -1,3 +1,4 @@
+// The name of a log data file without ".ldf": for the reader, and for -list.
 #include "taqmsg.h"
 
 #include <cstring>

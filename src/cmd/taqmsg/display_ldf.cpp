@@ -22,14 +22,13 @@ namespace {
 
 constexpr int DEFAULT_TAIL = 20;
 
-// Thousands of lines leave in a few writes. Far larger than the stream's own buffer, so that they need not be
-// copied into that.
+// Collects lines, so that thousands leave with a few writes. It is much larger than the buffer of the stream,
+// which then writes from here without a copy.
 char lines[128 * 1024];
 
 static_assert(TAQMSG_ANY == LDF_MATCH_ANY && TAQMSG_MATCH_PIECES == LDF_MATCH_PIECES);
 
-// The pair of logs that main makes are Logs; a program with another kind of log shows its records through
-// lists.
+// main makes two logs of class Log, so the cast is safe.
 Log* output_log() {
     return static_cast<Log*>(_unified_log_function__);
 }
@@ -46,7 +45,7 @@ void print_sequence(uint32_t seq, LineBuffer& out) {
     out.append(number);
 }
 
-// Appends a field of the source position as a program that copies it out would have it.
+// Appends a field of the source position, cut at 4095 bytes.
 void append_source(std::string_view piece, LineBuffer& out) {
     static const bool on_terminal = QENIsTerminal(stdout);
     piece = piece.substr(0, TAQMSG_TEXT_SIZE - 1);

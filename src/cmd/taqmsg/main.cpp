@@ -33,7 +33,7 @@ int main(int argc, char** argv) {
         argc = 1;
         argv = no_arguments;
     }
-    QENSigignore(SIGPIPE); // a reader that has seen enough, as "head", is no failure: the status stays
+    QENSigignore(SIGPIPE); // a reader of our output may stop early, as "head" does: no failure
     cmdname = QENCLIBasename(argv[0]);
     initialization(cmdname);
     std::setlocale(LC_ALL, "");

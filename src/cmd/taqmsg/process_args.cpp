@@ -152,7 +152,7 @@ int Arguments::_scan() {
     return TAQMSG_USAGE_ERROR;
 }
 
-// False for an unknown option. A value that begins with "%" loses it, so that "%-x" passes the value "-x".
+// False for an unknown option. Removes a "%" at the start of a value: "%-x" gives the value "-x".
 bool Arguments::_classify(int i) {
     char* const word = _argv[i];
     if (const OptionRow* row = find_option(word)) {
@@ -194,8 +194,8 @@ int Arguments::_list() const {
     if (QENGetenv(QEN_ENV_LDF_ROOT, root, sizeof root) != 0)
         qenstrlcpy(root, QEN_DEFAULT_DATA_ROOT, sizeof root);
     if (!QENCheckDir(root)) return TAQMSG_USAGE_ERROR;
-    const bool cut =
-        qenstrlcat(root, LDF_SUBDIR, sizeof root) >= sizeof root; // the rest may name another one
+    const bool cut = qenstrlcat(root, LDF_SUBDIR, sizeof root) >=
+                     sizeof root; // a path that was cut may name another folder
     if (cut || !QENCheckDir(root)) return TAQMSG_USAGE_ERROR;
     return list_ldfs(root);
 }

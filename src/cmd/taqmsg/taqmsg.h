@@ -16,8 +16,8 @@ inline constexpr int TAQMSG_USAGE_ERROR = 1;
 inline constexpr size_t TAQMSG_TEXT_SIZE = 4096; // of a report, its NUL included; longer ones are cut
 
 // Checks the arguments and runs what they ask for. Returns the exit status: 0, 1 for a wrong argument or
-// missing directories of -list, or the LDF result (5, 7, 8, 10) of a file that cannot be read. Arguments that
-// begin with "%" lose it in place. filename and lineno set the globals of the same purpose.
+// missing directories of -list, or the LDF result (5, 7, 8, 10) of a file that cannot be read. A "%" at the
+// start of an argument is removed in place. filename and lineno are stored in the two variables below.
 int taqmsg_process_args(int argc, char** argv, const char* filename, int lineno);
 extern const char* current_filename;
 extern int current_lineno;
@@ -33,7 +33,6 @@ int display_ldf(const char* pathp, const char* ldf_filep, int tag, int otype, Ha
                 int catid, int msgid, int flags);
 int list_ldfs(const char* dirname);
 
-// `file` without its extension: everything before the last "." behind the last "/", in a buffer of the
-// process that the next call overwrites (cut at 4095 bytes); without such a ".", the part behind the last "/"
-// of `file` itself.
+// Removes the extension from a path. The result stands in a static buffer, which the next call overwrites,
+// and is cut at 4095 bytes. A path whose last part has no "." gives that last part, as a pointer into `file`.
 const char* discard_ext(const char* file);

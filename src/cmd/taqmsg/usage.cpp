@@ -1,3 +1,4 @@
+// The usage text of taqmsg, which also follows the report of a wrong argument.
 #include "messages.h"
 #include "taqmsg.h"
 

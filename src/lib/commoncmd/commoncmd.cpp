@@ -1,3 +1,4 @@
+// Starts a command: locale, logging framework and its two logs on standard output and standard error.
 #include "commoncmd/commoncmd.h"
 
 #include "platform/unix/QENPlatform.h"

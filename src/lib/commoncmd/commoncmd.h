@@ -1,4 +1,4 @@
-// What the product's commands do first, alike.
+// The start and the end that all commands of the product share.
 #pragma once
 
 #include "primitives/log/ILog.h"

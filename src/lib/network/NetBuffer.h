@@ -5,8 +5,8 @@
 // the chain, so a small message allocates no buffer.
 //
 // Sizes are byte counts in 32-bit signed integers. Negative sizes and sums beyond 2147483647 are refused.
-// What a buffer cannot grow to for want of memory ends the process, except where null or -1 can say so.
-// Nothing here is locked; a chain is used by one thread at a time.
+// When memory runs out the process ends, except in functions that can return null or -1. Nothing here is
+// locked; a chain is used by one thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -50,13 +50,13 @@ public:
     // buffer's own. n <= 0 or null data: no change. A sum too large for 32 bits is fatal.
     int32_t append(const char* data, int32_t n);
 
-    // Drops n bytes from the front and moves the rest there, into a smaller store when this one has become
+    // Removes the first n bytes and moves the rest to the front, or to a smaller store when this one is
     // larger than the rest needs. Returns the used size; 0 for n = 0; -1 when n is negative or exceeds the
     // used size.
     int32_t remove(int32_t n);
 
-    // Drops the last used byte. When it is the only one, the buffer is taken out of list instead and, unless
-    // it is the one embedded there, deleted: the caller must not touch it any more.
+    // Removes the last used byte. When it is the only one, the buffer is taken out of list instead. Unless it
+    // is the embedded one it is deleted, so the caller must not use it any more.
     void decbuffersize(NetBufferList* list);
     void decbuffersize() {
         if (_buffersize > 0) --_buffersize;

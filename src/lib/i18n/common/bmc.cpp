@@ -56,7 +56,7 @@ int range_create_table(const i18n_file& file, uint32_t tab_range_address, uint32
 int bmc_find_ndx(const bmc_table& table, uint32_t category, int32_t* ndxp) {
     *ndxp = -1;
     if (table.empty()) return I18N_EBMC;
-    // Most categories that are asked for stand at the ends: the command's own and the severity words.
+    // Most lookups ask for the first or the last category: the command's messages and the severity words.
     size_t low = 0, high = table.size() - 1;
     for (const size_t end : {low, high}) {
         if (table[end]._category != category) continue;

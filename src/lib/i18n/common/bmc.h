@@ -1,5 +1,5 @@
 // The catalogs of one module: the table that the map file gives, and the reading of one catalog file.
-// Exhausted memory shows as std::bad_alloc here; the public set makes I18N_ENOMEM of it.
+// Exhausted memory throws std::bad_alloc here; the public functions turn that into I18N_ENOMEM.
 #pragma once
 
 #include <cstddef>

@@ -37,8 +37,8 @@ inline constexpr size_t I18N_CONV_BUFFSIZE = 4096; // bytes of the longest finis
 // i18nhp, I18N_ECONVOPEN, I18N_ENOMEM, I18N_ENODIR, I18N_ENOLANG, I18N_EBMC, I18N_ELANGMISMATCH.
 int i18nOpen(void** i18nhp, const char* pathp, const char* modulep, const char* langp);
 
-// What an open takes from its surroundings. Settled early, it allows to read files late: a change of the
-// environment or the locale in between does not matter.
+// The values that an open takes from environment and locale. They can be settled early and the files read
+// late: later changes of environment and locale do not matter.
 struct i18nSettings {
     i18n_string root;    // catalog root
     i18n_string lang;    // may be replaced, for instance to try English after another language

@@ -32,7 +32,8 @@ int read_record(i18n_t* i18np, const i18n_file& file, uint64_t slot_offset, size
     i18np->_bmc_bufferp.reset(i18n_checked(new (std::nothrow) char[buffsize]));
     i18np->_bmc_buffsize = buffsize;
     rc = bmc_read_msg(file, slot_offset, i18np->_bmc_bufferp.get(), buffsize, sizep);
-    return rc == I18N_EBUFSIZE ? static_cast<int>(I18N_EBADHANDLE) : rc; // somebody writes to the file
+    return rc == I18N_EBUFSIZE ? static_cast<int>(I18N_EBADHANDLE)
+                               : rc; // another process is writing to the file
 }
 
 int read_text(i18n_t* i18np, uint32_t catID, uint32_t msgID, size_t longest, i18n_text* textp) {

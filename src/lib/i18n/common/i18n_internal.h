@@ -56,7 +56,7 @@ inline i18n_t* i18n_record(void** i18nhp) {
 // loses it. Counts one use. I18N_EBMC: it cannot be opened or read.
 int i18n_get_bmc_filehandle(i18n_t* i18np, int32_t ndx, const i18n_file** filepp);
 
-// The text of a message that the handle does not keep, which it does from then on if it can.
+// Reads the text of a message that the cache does not hold, and keeps it there if it fits.
 int i18n_find_new_text(i18n_t* i18np, uint32_t catID, uint32_t msgID, size_t longest, i18n_text** textpp);
 
 // The text of a message, for a caller that has no use for one of more than `longest` bytes, its NUL included.
@@ -72,6 +72,6 @@ inline int i18n_find_text(i18n_t* i18np, uint32_t catID, uint32_t msgID, size_t 
     return I18N_SOK;
 }
 
-// Stops the process over a broken invariant of this room; no input leads here.
+// Ends the process when an invariant of this room is broken. No input causes that.
 [[noreturn]] void i18n_assertion_failed(const char* file, int line);
 #define I18N_ASSERT(condition) ((condition) ? (void)0 : i18n_assertion_failed(__FILE__, __LINE__))

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-// Older codes are meant where the standard has changed: directories and scripts in the field use them.
+// Where the standard has changed a code, the old one stays: existing directories and scripts use it.
 const i18n_lang_t lang_table[I18N_LANG_COUNT] = {
     {"Abkhazian", "ab"},    {"Afan", "om"},        {"Afar", "aa"},           {"Afrikaans", "af"},
     {"Albanian", "sq"},     {"Amharic", "am"},     {"Arabic", "ar"},         {"Armenian", "hy"},

@@ -144,7 +144,7 @@ int get_safe(void** i18nhp, uint32_t catID, uint32_t msgID, target to,
     return get_safe(i18nhp, catID, msgID, to, arguments{argv, argc}, msgp, sizep);
 }
 
-// A va_list that can be passed on like any value, which a bare one, an array, cannot.
+// A va_list in a struct: a bare one may be an array, which cannot be passed by value.
 struct variable_args {
     va_list _list;
 };

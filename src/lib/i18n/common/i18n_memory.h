@@ -1,4 +1,5 @@
-// Memory of this room: exhaustion shows as std::bad_alloc, of which the public set makes I18N_ENOMEM.
+// Memory of this room. Exhausted memory throws std::bad_alloc here; the public functions turn that into
+// I18N_ENOMEM.
 #pragma once
 
 #include <cstddef>
@@ -32,7 +33,7 @@ using i18n_string = std::basic_string<char, std::char_traits<char>, i18n_allocat
 template <class T>
 using i18n_vector = std::vector<T, i18n_allocator<T>>;
 
-// What a nothrow new gave; throws std::bad_alloc for null.
+// Takes the result of a nothrow new; throws std::bad_alloc for null.
 template <class T>
 T* i18n_checked(T* p) {
     if (p == nullptr) throw std::bad_alloc();

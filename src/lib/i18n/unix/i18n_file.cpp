@@ -1,4 +1,4 @@
-// Where the room meets the file system.
+// Opens, reads and locks the files of catalogs.
 #include "i18n/unix/i18n_file.h"
 
 #include <cerrno>
@@ -12,8 +12,9 @@ namespace {
 
 constexpr int FIRST_KEPT = STDERR_FILENO + 1;
 
-// Moves a descriptor off the standard streams, which a daemon may have closed: what it reads from "standard
-// input" must not be a catalog. This room stands on the C library alone, so it has its own such function.
+// Moves a descriptor off 0 to 2. A daemon may have closed these; its "standard input" must not become a
+// catalog. The catalogs use only the C library, so that programs can take them without the rest; that is why
+// they have this function and the next one of their own.
 int keep(int fd) {
     if (fd < 0 || fd >= FIRST_KEPT) return fd;
     const int kept = ::fcntl(fd, F_DUPFD_CLOEXEC, FIRST_KEPT);

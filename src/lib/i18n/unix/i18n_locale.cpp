@@ -1,4 +1,4 @@
-// Where an open begins: which language and codeset does this process want?
+// Finds the language and the codeset that this process wants: the first step of an open.
 #include "i18n/unix/i18n_locale.h"
 
 #include <clocale>
@@ -20,7 +20,8 @@ bool is_composite(const char* locale) {
     return std::strchr(locale, ';') != nullptr;
 }
 
-// What was asked for, before "C" is sorted out. Refers to the C library's or the environment's string.
+// The locale that was asked for, which may still be "C". Refers to the C library's or the environment's
+// string.
 const char* requested_locale() {
     const char* all = std::setlocale(LC_ALL, nullptr);
     if (all != nullptr && !is_composite(all)) return all;

@@ -1,4 +1,4 @@
-// The end of a process that found a mistake of its own: report, then abort.
+// Ends a process that found a mistake of its own: reports it, then aborts.
 #include "platform/unix/QENAssert.h"
 
 #include "platform/unix/QENNullText.h"

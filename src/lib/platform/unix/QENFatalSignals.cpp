@@ -1,5 +1,5 @@
-// Dispositions of signals, and the end of the process by a fatal one: dump once, then die by that signal,
-// within a bounded time whatever the dump does.
+// Handles fatal signals: the first one dumps the capture once and then ends the process by the same signal,
+// after a few seconds even when the dump hangs. Also ignores signals.
 #include "platform/unix/QENHooks.h"
 #include "platform/unix/QENPlatform.h"
 
@@ -70,7 +70,7 @@ void on_fatal_signal(int signal) {
     pid_t dumping = 0;
     if (!dumping_thread.compare_exchange_strong(dumping, self)) {
         if (dumping == self) die_by(signal);
-        for (;;) pause(); // another thread's dump is under way; it ends the process, or its watchdog does
+        for (;;) pause(); // another thread is dumping; it or its watchdog ends the process
     }
     fatal_signal.store(signal, std::memory_order_relaxed);
     start_watchdog();

@@ -1,5 +1,5 @@
 // The table of functions through which the platform reaches the log, which stands above it. The logging
-// framework fills the table when it starts and clears it when it ends; a null entry is a step left out.
+// framework fills the table when it starts and clears it when it ends; a null entry does nothing.
 #pragma once
 
 #include <cstdint>
@@ -40,8 +40,8 @@ struct QENHooks {
     void (*dump_first_failure)(int signal) = nullptr;
 };
 
-// Replaces the whole table. Entries may be exchanged while other threads report: each report takes the entry
-// it finds, so a function stays callable after it was taken out of the table.
+// Replaces the whole table. Other threads may report meanwhile, through the old entries: a function must stay
+// callable after it was replaced.
 void QENSetHooks(const QENHooks& hooks);
 
 QENHooks QENGetHooks(); // async-signal-safe

@@ -29,11 +29,11 @@ std::string quoted(const char* path) {
     return text + '"';
 }
 
-// In the child. Bare system calls only: a thread that the parent has and the child has not may hold any lock.
+// Runs in the child. Only bare system calls: another thread of the parent may have held any lock at the fork.
 [[noreturn]] void run_shell(char* const argv[]) {
     if (!QENReleaseMemoryLocks()) _exit(STATUS_NO_UNLOCK);
     const sched_param normal{};
-    (void)sched_setscheduler(0, SCHED_OTHER, &normal); // a class that stays as it is slows nobody for long
+    (void)sched_setscheduler(0, SCHED_OTHER, &normal); // a failure does no harm: the child ends soon
     (void)setpriority(PRIO_PROCESS, 0, 0);
     execve("/bin/sh", argv, environ);
     _exit(STATUS_NO_SHELL);
@@ -51,7 +51,8 @@ int QENMakeDir(const char* namep) {
     if (child == 0) run_shell(argv);
     while (waitpid(child, nullptr, 0) != child) {
         if (errno == EINTR) continue;
-        // In a process that ignores SIGCHLD the wait ends so once the child is gone, which is all we want.
+        // ECHILD: the process ignores SIGCHLD. The wait then ends with this error as soon as the child has
+        // ended.
         return errno == ECHILD ? 0 : -1;
     }
     return 0;

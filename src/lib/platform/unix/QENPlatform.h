@@ -39,8 +39,8 @@ char* QENCLIBasename(char* path);
 // descriptor takes no more (EIO when it takes nothing without an error). Async-signal-safe.
 bool QENWriteAll(int fd, const void* data, size_t n);
 
-// Write a text to standard output or standard error past stdio, whose locks and buffers may be what is
-// broken. A failed write is ignored: nobody is left to hear of it. Async-signal-safe.
+// Write a text to standard output or standard error without stdio, whose locks and buffers may be damaged. A
+// failed write is ignored: there is nobody to report it to. Async-signal-safe.
 void QENPutOutput(const char* text);
 void QENPutError(const char* text);
 

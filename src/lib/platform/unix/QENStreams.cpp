@@ -1,4 +1,4 @@
-// Streams under the lines of logs. See QENStreams.h.
+// Writes the lines of logs and of taqmsg to their streams. See QENStreams.h.
 #include "platform/unix/QENStreams.h"
 
 #include <cerrno>
@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr size_t SMALLEST_BUFFER = 1024; // of a stream that has not made its buffer yet
+constexpr size_t SMALLEST_BUFFER = 1024; // of a stream that has not allocated its buffer yet
 
 class StreamLock {
 public:

@@ -18,14 +18,14 @@ constexpr size_t SYSLOG_TEXT_SIZE = 4095; // with the NUL
 // The source position under which events appear. The line is a constant, so that an event looks the same in
 // every release.
 
-// The C library's own lock of the system log stays taken for ever in a child that was forked while another
-// thread held it. Held around each of its calls, this one keeps forks out.
+// The C library has its own lock for the system log. In a child that is forked while another thread holds it,
+// that lock stays taken for ever. So this lock is held around each call, and a fork waits for it.
 pthread_mutex_t syslog_lock = PTHREAD_MUTEX_INITIALIZER;
 bool is_lost = false;                          // the C library's lock is taken for ever
 bool held_at_fork = false;                     // syslog_lock, by the thread that forks
 constinit thread_local bool is_inside = false; // the thread holds syslog_lock
 
-// A call from within a call, of a check that fails there for instance, is dropped: it would wait for itself.
+// A nested call, for instance of a check that fails inside, is dropped: it would wait for itself.
 template <class Call>
 void call_syslog(Call call) {
     if (is_inside) return;

@@ -12,6 +12,6 @@ int QENTime(char* bufp, size_t size) {
     if (gettimeofday(&now, nullptr) != 0 || localtime_r(&now.tv_sec, &local) == nullptr) return -1;
     char text[64];
     if (std::strftime(text, sizeof text, "%Y/%m/%d %H:%M:%S ", &local) == 0) return -1;
-    QENBoundedCopy(bufp, text, size); // strftime leaves a buffer that is too short undefined
+    QENBoundedCopy(bufp, text, size); // strftime leaves unknown bytes in a buffer that is too short
     return 0;
 }

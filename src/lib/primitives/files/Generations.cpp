@@ -1,4 +1,4 @@
-// Rotation of a log's files, and what stands in its way.
+// Rotates the files of a log: B becomes C, A becomes B, and a new file becomes A.
 #include "primitives/files/Generations.h"
 
 #include <algorithm>
@@ -22,8 +22,8 @@ bool are_one_file(const char* a, const char* b) {
     return QENStateOfName(a, at_a) && QENStateOfName(b, at_b) && at_a.is_same_file(at_b);
 }
 
-// Renames `newer` to `older`, whose file goes in the same instant. True also when there is no `newer`: that
-// must not cost the older generation. Only an empty directory gives way to a file.
+// Renames `newer` to `older` and so replaces the older file. True also when there is no `newer`: then `older`
+// stays. Of directories only an empty one is replaced.
 bool replace(const char* newer, const char* older) {
     if (is_directory(newer)) {
         errno = EISDIR;

@@ -9,10 +9,10 @@
 // and puts the new file in the place of A. So there is a current file at every moment, and it has its header.
 // Where the file system has no hard links, A is renamed to B instead, and for an instant there is none.
 //
-// A process that dies between two steps loses nothing but the oldest generation, which the rotation drops:
-// the next open ends with mend() what it left.
+// A process that dies between two steps loses only the oldest generation, which the rotation drops anyway.
+// The next open calls mend().
 //
-// One process at a time rotates (NameLock.h). No operation allocates, except locate().
+// One process at a time rotates (NameLock.h). Only locate() allocates.
 class Generations {
 public:
     // The paths are directory + name + "_A" + extension, and "_B" and "_C"; directory ends in "/". The
@@ -64,6 +64,6 @@ public:
     void try_now() { _left = 0; }
 
 private:
-    int _length = 0; // of the pause at hand, in calls; 0: the last attempt went well
+    int _length = 0; // length of the present pause in calls; 0: the last attempt succeeded
     int _left = 0;   // of it
 };

@@ -1,6 +1,6 @@
-// Record locks of fcntl(2): theirs is the process, not the descriptor, so a forked child cannot keep one
-// alive. The price: closing any descriptor of the file frees the lock. So a file that this process has locked
-// is recognised by its device and inode before it would be opened a second time.
+// Locks the name of a log for one process. Record locks of fcntl(2) belong to the process, so a forked child
+// cannot keep one alive. But closing any descriptor of the file frees the lock: so a file that this process
+// has locked is never opened again. It is recognised by its device and inode.
 #include "primitives/files/NameLock.h"
 
 #include <atomic>
@@ -11,8 +11,8 @@
 
 namespace {
 
-// Guards the list of held locks. A thread may fork while another one is inside; what the child finds locked
-// by its parent's generation is free.
+// Guards the list of held locks. A thread may fork while another thread holds the guard. The child takes a
+// guard that the parent holds for free.
 class ListGuard {
 public:
     ListGuard() {
@@ -47,7 +47,7 @@ NameLock::Answer NameLock::take(const char* directory, const char* name) {
         held_locks->_let_go(); // the parent's
     for (int i = 0; i < ATTEMPTS; ++i)
         if (_try(path.get(), answer) == Attempt::DONE) return answer;
-    return {Holder::OTHER_PROCESS, 0}; // ever another one
+    return {Holder::OTHER_PROCESS, 0}; // each attempt met another process
 }
 
 NameLock::Attempt NameLock::_try(const char* path, Answer& answer) {
@@ -109,7 +109,8 @@ void NameLock::_let_go() {
     while (*link != nullptr && *link != this) link = &(*link)->_next;
     if (*link == this) *link = _next;
     QENFileState named;
-    // The file goes while the lock is held: whoever opened it before finds another one, or none, at the path.
+    // The file is removed while the lock is held: a process that has it open then finds another file, or
+    // none, at the path.
     if (_forks == QENForkCount() && _path != nullptr && QENStateOfName(_path.get(), named) &&
         _file.is_same_file(named))
         (void)QENRemoveName(_path.get()); // left behind it does no harm

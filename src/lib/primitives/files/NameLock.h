@@ -13,7 +13,7 @@ class NameLock {
 public:
     enum class Holder { NOBODY, THIS_PROCESS, OTHER_PROCESS };
 
-    // What stood in the way of a lock.
+    // Who holds the lock.
     struct Answer {
         Holder holder;
         int pid; // of the other process; 0 or -1 when the system cannot tell

@@ -1,3 +1,4 @@
+// Collects lengths and first letters of the wanted object names, before LdfReader looks at records.
 #include "primitives/ldf/LdfNameHints.h"
 
 #include <cctype>

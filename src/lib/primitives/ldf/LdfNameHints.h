@@ -1,4 +1,4 @@
-// A quick answer for what cannot be one of the names of an object filter.
+// A quick test that rules out most arguments before the names of an object filter are looked up.
 #pragma once
 
 #include <array>
@@ -9,8 +9,8 @@
 
 class HashTable;
 
-// Almost every argument of a file is none of the names, and almost always its length or its first letter
-// tells. Hashing is left for the others. Valid while neither the names nor the locale change.
+// Most arguments of a file are none of the names, and their length or first letter already shows that. Only
+// the others are hashed. Valid as long as names and locale do not change.
 class LdfNameHints {
 public:
     explicit LdfNameHints(const HashTable& names);

@@ -1,3 +1,4 @@
+// Finds the root of the log data files, for reader and writer.
 #include "primitives/ldf/LdfPaths.h"
 
 #include <algorithm>

@@ -41,7 +41,7 @@ bool is_named(const LdfFilter& f, std::string_view arg) {
     return (f.hints == nullptr || f.hints->may_hold(arg)) && f.onames->inquire(arg) != nullptr;
 }
 
-// The caller has asked for the whole argument, so one without ":" holds nothing new.
+// The caller has compared the whole argument already, so an argument without ":" has no other piece.
 bool some_piece_named(const LdfFilter& f, std::string_view arg) {
     size_t colon = arg.find(':');
     if (colon == std::string_view::npos) return false;
@@ -141,7 +141,7 @@ int LdfReader::next_record(const LdfFilter& filter, LdfRecordView& view) {
     return LDF_EEND;
 }
 
-// The result for a fixed part of which only `got` bytes exist: what they already tell comes first.
+// The result when only `got` bytes of a fixed part exist. An error that those bytes show comes first.
 int LdfReader::_short_read(const unsigned char* bytes, size_t got) const {
     if (got > VERSION_OFFSET && bytes[VERSION_OFFSET] != LDF_RECORD_VERSION) return LDF_EVERSION;
     if (got >= VERSION_OFFSET && get_be32(bytes) > LDF_TEXT_MAX) return LDF_EFAIL;

@@ -20,7 +20,7 @@ inline constexpr int LDF_ANY_CODE = 255; // severity or object type: any
 inline constexpr int LDF_MATCH_ANY = 1;     // one matching filter suffices; else every given one must match
 inline constexpr int LDF_MATCH_PIECES = 16; // names also match a piece of an argument split at ":"
 
-// Which records to return. A filter is given when it differs from its default.
+// Which records to return. A field with another value than its default is a filter.
 struct LdfFilter {
     int catid = LDF_ANY_ID;      // high 16 bits of msgcat_id
     int msgid = LDF_ANY_ID;      // low 16 bits of msgcat_id

@@ -117,8 +117,8 @@ bool adds_up(const ldf_header_t& h) {
 
 } // namespace
 
-// A read beside a writer may find the start of one header and the end of another. What does not fit together
-// is read again; after some attempts it is how the file is.
+// Beside a writer, a read may find the start of one header and the end of the next. When the parts do not fit
+// together they are read again; after some attempts the header is taken as it is.
 int LdfReader::_read_header() {
     constexpr int ATTEMPTS = 1 + 5;
     int rc = LDF_EFAIL;
@@ -132,7 +132,7 @@ int LdfReader::_read_header() {
     return rc;
 }
 
-// The size is asked after the header was read: it covers every record that the header counts.
+// Asks for the size after the header was read: it then covers every record that the header counts.
 int LdfReader::_read_header_once() {
     _ldf_header = {};
     unsigned char bytes[LDF_HEADER_SIZE];

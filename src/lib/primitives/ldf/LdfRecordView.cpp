@@ -1,3 +1,4 @@
+// Splits the text of a record that LdfReader found into its pieces; the log or taqmsg shows them.
 #include "primitives/ldf/LdfRecordView.h"
 
 #include <bit>

@@ -1,3 +1,4 @@
+// The names of the logs that this process has open, for reader and writer.
 #include "primitives/ldf/LdfRegistry.h"
 
 #include <new>

@@ -1,3 +1,4 @@
+// Writes the trace file that a reader or writer may have.
 #include "primitives/ldf/LdfTrace.h"
 
 #include <string>

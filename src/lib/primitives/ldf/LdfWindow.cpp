@@ -33,7 +33,8 @@ size_t LdfWindow::_fill(int64_t pos, size_t n, const unsigned char*& bytes) {
         if (got <= 0) break;
         _len += static_cast<size_t>(got);
     }
-    if (!_no_memory) std::memset(_buf.get() + _len, 0, LDF_SPLIT_SLACK); // what is looked at behind a text
+    if (!_no_memory)
+        std::memset(_buf.get() + _len, 0, LDF_SPLIT_SLACK); // ldf_split_text reads so far behind a text
     bytes = _buf.get();
     return std::min<size_t>(_len, n);
 }

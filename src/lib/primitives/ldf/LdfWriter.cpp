@@ -1,4 +1,5 @@
-// Appending of records.
+// Appends records: builds the bytes, writes the record, then the header. LdfWriterFiles.cpp opens and
+// rotates.
 #include "primitives/ldf/LdfWriter.h"
 
 #include <ctime>
@@ -76,13 +77,14 @@ void LdfWriter::append(ldf_msg_header_t fixed, std::string_view file, std::strin
     _active = 0;
 }
 
-// Whether a record more fits the file where readers still follow, and it has not reached its size.
+// Whether one more record fits: the file is below its size limit, and the record ends where readers and the
+// system still allow it.
 bool LdfWriter::_has_room() const {
     return _count < _maxlen && _ldf_header.offset_end <= _last_start;
 }
 
 // Record first, header after: whatever happens in between, the header on disk describes whole records only.
-// Memory follows the disk, so a failure leaves the next record the place of this one.
+// The header in memory changes last, so after a failure the next record takes the place of this one.
 void LdfWriter::_put_record(const unsigned char* record, size_t size, int8_t sev, int8_t obj_tag) {
     if (!QENWriteAllAt(fileno(_fp), record, size, _ldf_header.offset_end)) return;
 

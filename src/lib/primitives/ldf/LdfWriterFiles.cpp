@@ -96,8 +96,8 @@ int LdfWriter::_take_name() {
     return LDF_EREGISTERED;
 }
 
-// Makes file A ready for appending. On failure no file is open, and what cannot be continued is left to the
-// caller.
+// Makes file A ready for appending. On failure no file is open; the caller then moves a file aside that
+// cannot be continued.
 int LdfWriter::_prepare_ldf() {
     QENFileState file;
     const int fd = file_open_regular(_files.current(), QENAccess::UPDATE, file);
@@ -131,7 +131,7 @@ int LdfWriter::_read_header() {
     unsigned char bytes[LDF_HEADER_SIZE];
     if (!QENReadAt(fileno(_fp), bytes, sizeof bytes, 0)) return LDF_EFAIL;
     if (int rc = ldf_decode_header(bytes, _starting_filesize, _ldf_header)) return rc;
-    // A reader can live with these; a writer would overwrite its own header or add records never shown.
+    // A reader accepts these values. A writer would overwrite the header or add records that nobody sees.
     return _ldf_header.offset_end >= LDF_HEADER_SIZE && _ldf_header.total_msgs >= 0 ? LDF_OK : LDF_EFAIL;
 }
 

@@ -1,4 +1,4 @@
-// Names and codes of object types, which a record holds and -obj of taqmsg filters by.
+// Names and codes of object types, which a record holds and -otype of taqmsg filters by.
 #include "primitives/ldf/QENObjTags.h"
 
 #include <iterator>

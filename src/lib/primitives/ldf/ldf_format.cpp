@@ -1,3 +1,4 @@
+// Encodes and decodes the header of a log data file, and encodes the text of a record.
 #include "primitives/ldf/ldf_format.h"
 
 #include <algorithm>

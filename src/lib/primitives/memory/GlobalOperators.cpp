@@ -1,17 +1,16 @@
-// The global allocation operators. They must be replaced all together and for the whole process: the C++
-// library's own code allocates what inlined code frees, and the other way round, so memory of one pair
-// meets the other wherever they differ.
+// The global allocation operators. All of them are replaced, for the whole process: the C++ library frees
+// memory that inlined code of the program allocated, and the reverse, so both must use the same allocator.
 //
 // An executable that links the library gets this object with its first allocation, and exports it, so that
-// the shared C++ library uses it as well; hidden visibility would split the two. A shared library can neither
-// impose its allocator on the program that loads it nor keep a hidden one without the same split: it is built
-// with QEN_NO_GLOBAL_OPERATORS, and its classes reach taq_mem through their own operators (Pooled.h).
+// the shared C++ library uses it as well. With hidden visibility the library would use another allocator. A
+// shared library must leave the operators to the program that loads it: it is built with
+// QEN_NO_GLOBAL_OPERATORS, and its classes use taq_mem through their own operators (Pooled.h).
 //
 // The sanitizers bring operators of their own, which also check that new meets delete and new[] delete[]; a
 // program that is built with one keeps those.
 //
-// Without memory the plain forms end the process with a report, so that no caller of them has to think of it;
-// the nothrow forms give null, for callers that can answer.
+// When memory runs out, the plain forms report it and end the process, so their callers need no check. The
+// nothrow forms return null, for callers that can handle it.
 //
 // The over-aligned forms stay with the C++ library, which allocates and frees them by itself.
 #ifndef QEN_NO_GLOBAL_OPERATORS

@@ -28,7 +28,7 @@ const char* const Mem_names[MEMORY_MAX_TYPES] = {QEN_MEMORY_TYPES(QEN_MEMORY_NAM
 
 namespace {
 
-// A mark, its NUL included, as the word that the machine loads and stores.
+// A mark with its NUL as one word of the machine.
 template <class Word>
 constexpr Word mark(const char (&text)[sizeof(Word)]) {
     return std::bit_cast<Word>(std::to_array(text));
@@ -87,18 +87,18 @@ inline void fill(void* p, int byte, size_t n) {
     if (fill_enabled.load(std::memory_order_relaxed)) std::memset(p, byte, n);
 }
 
-// Keeps the compiler from dropping what was stored behind p as dead, because the memory is freed next.
+// Keeps the compiler from removing the stores to p, which look useless because the memory is freed next.
 inline void keep_stores(void* p) {
     asm volatile("" : : "r"(p) : "memory");
 }
 
-// The heap cannot be trusted any more: not through stdio, which may allocate.
+// Writes past stdio, which may allocate: the heap is damaged.
 [[noreturn, gnu::cold]] void stop(const char* what) {
     QENPutOutput(what);
     std::abort();
 }
 
-// An integer from the environment, as far as its text goes and cut to the type.
+// An integer from an environment variable: the digits at its start, cut to the type.
 int setting(const char* name, int fallback) {
     char text[32];
     if (QENGetenv(name, text, sizeof text) != 0) return fallback;
@@ -118,8 +118,7 @@ inline void Memory::_account(int32_t bytes, int32_t blocks, int type) {
     raise_to(_overage_high, guards);
 }
 
-// Locked additions would cost more than the rest of an allocation; until a second thread starts, plain ones
-// do.
+// Atomic additions cost more than the rest of an allocation. So a process with one thread uses plain ones.
 inline void Memory::_account(int32_t bytes, int32_t blocks, int type) {
     if (QENIsSingleThreaded())
         _account<true>(bytes, blocks, type);
@@ -185,8 +184,8 @@ void Memory::release(void* p, int type) {
     _account(static_cast<int32_t>(0 - header.size), -1, type);
 }
 
-// The callback may allocate: its calls count, but do not call back. Of several threads that exceed the
-// threshold together, one resets the count and calls back.
+// The callback may allocate and come here again; then it is not called a second time. When several threads
+// pass the threshold together, the one that resets the count calls back.
 void Memory::_call_back(void (*callback)(int)) {
     static constinit thread_local bool is_calling = false;
     const int32_t threshold = _block_threshold.load(std::memory_order_relaxed);

@@ -42,8 +42,8 @@ static_assert(MEMORY_MAX_TYPES == 67 && MEM_MISC == 21 && MEM_VTYPE == 66);
 
 extern const char* const Mem_names[MEMORY_MAX_TYPES];
 
-// Every thread may call every function. Counters are 32-bit and wrap; each is exact by itself, while a
-// reader may meet several of them in the middle of another thread's call.
+// Every thread may call every function. Counters are 32-bit and wrap. Each one is exact; a thread that reads
+// several may see another thread's call counted in some of them only.
 class Memory {
 public:
     // All counters zero; outside constant initialisation also reads ZORQ_MEMORY_CLOBBER (see set_fill).
@@ -53,9 +53,9 @@ public:
     Memory(const Memory&) = delete;
     Memory& operator=(const Memory&) = delete;
 
-    // A new payload of `size` bytes, 16-byte aligned, to be freed with release(). align: 0, 4 or 8. There is
-    // none for another alignment, for a size beyond 4 GiB less the guards, and when memory is exhausted: get
-    // ends the process then, try_get gives null. A type outside the table is fatal.
+    // A new payload of `size` bytes, 16-byte aligned, to be freed with release(). align: 0, 4 or 8. With
+    // another alignment, a size above 4 GiB less the guards, or when memory is exhausted, get ends the
+    // process and try_get returns null. A type outside the table is fatal.
     [[nodiscard]] void* get(unsigned int align, size_t size, int type);
     [[nodiscard]] void* try_get(unsigned int align, size_t size, int type);
 
@@ -64,8 +64,8 @@ public:
     // trailer", "Unknown trailer") and ends the process with a core image.
     void release(void* p, int type);
 
-    // Registers a function that is called now and then, after QEN_BLOCK_THRESHOLD (75000) calls of get and
-    // release, with the value of QEN_BLOCK_TIME (400); typically it pauses. Null ends that. The function may
+    // Registers a function that is called after every QEN_BLOCK_THRESHOLD (75000) calls of get and release,
+    // with the value of QEN_BLOCK_TIME (400). Typically it pauses. Null removes it. The function may
     // allocate; it is not called from within itself.
     static void block(void (*callback)(int));
 

@@ -1,10 +1,10 @@
 // Class-level allocation: a class derived from Pooled<MEM_XXX> allocates its objects and arrays from taq_mem
 // under that memory type.
 //   class VElem : public Pooled<MEM_VELEM> { ... };
-// Without memory the plain forms end the process and the nothrow forms give null, like the global operators.
-// A class that wants more than 16-byte alignment cannot be allocated: it does not compile.
-// A class with two such bases must name the one it means: `using Pooled<MEM_B>::operator new;` and alike for
-// the other operators.
+// When memory runs out, the plain forms end the process and the nothrow forms return null, like the global
+// operators. A class that wants more than 16-byte alignment cannot be allocated: it does not compile. A class
+// with two such bases must name the one it means: `using Pooled<MEM_B>::operator new;` and alike for the
+// other operators.
 #pragma once
 
 #include <cstddef>

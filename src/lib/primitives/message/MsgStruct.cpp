@@ -91,7 +91,7 @@ void MsgStruct::_remove_eom() {
     _flags &= static_cast<uint8_t>(~HAS_EOM);
 }
 
-// Gives up what was reserved since `last` was the last buffer and had `used` bytes.
+// Frees all that was reserved after the moment when `last` was the last buffer and had `used` bytes.
 void MsgStruct::_take_back(NetBuffer* last, int32_t used) {
     while (_nblv.tail() != last) {
         const std::unique_ptr<NetBuffer> chained(_nblv.tail());
@@ -143,8 +143,8 @@ msg_result MsgStruct::_may_hold(int16_t id, uint8_t dim) const {
 }
 
 // Adds an element whose value takes nbytes; put(place) writes them and returns the data of a string or block.
-// All memory is got before anything changes. The element list of an absent id is entered only here, so that a
-// failed add leaves none behind.
+// All memory is allocated before anything changes. The element list of an absent id is entered only here, so
+// that a failed add leaves none behind.
 template <class Put>
 msg_result MsgStruct::_add(int16_t id, uint8_t dim, MsgElem* elem, int64_t nbytes, Put put) {
     std::unique_ptr<MsgElem> owner(elem);
@@ -181,7 +181,7 @@ msg_result MsgStruct::_add_s32(int16_t id, uint8_t dim, int32_t value) {
     return _add(id, dim, new (std::nothrow) MsgElem(value), S32_SIZE, put);
 }
 
-// Vectors look at the data first, scalars behind the id.
+// When both are wrong, a vector reports the data and a scalar the id.
 msg_result MsgStruct::_add_bytes(int16_t id, uint8_t dim, uint8_t type, const void* data, int32_t len) {
     const bool is_bad = data == nullptr || len < 0;
     if (dim == MSG_DIM_VECTOR && is_bad) return MSG_EINVAL;

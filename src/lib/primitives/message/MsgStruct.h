@@ -51,7 +51,7 @@ inline constexpr int16_t MSGID_OBJ_TAG = 42;   // integer
 //   MSG_EEXISTS  scalar add to an id that has elements
 //   MSG_EBADOP   vector append to a scalar id
 //   MSG_ENOMEM   no memory, or the message would grow beyond what its 32-bit size can say
-// To change a message that is nested in another is fatal.
+// Changing a message that is nested in another one is fatal.
 class MsgStruct : public Pooled<MEM_MSGSTRUCT> {
 public:
     static constexpr int32_t HDR_SIZE = 1 + 4 + 36;   // type, length and header; the initial encoded size

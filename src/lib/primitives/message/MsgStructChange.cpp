@@ -99,8 +99,8 @@ void MsgStruct::_mark_deleted(const MsgElemList& list, int16_t id) {
     _flags |= DELETED;
 }
 
-// Replaces the elements of the id by what `add` adds. When that is refused they are encoded anew; they stand
-// aside meanwhile and return as they are when there is no memory even for that.
+// Replaces the elements of the id by what `add` adds. The old elements are kept aside meanwhile. When `add`
+// fails they are encoded again; when there is no memory for that either, they return as they were.
 template <class Add>
 msg_result MsgStruct::_replace(int16_t id, Add add) {
     QEN_CHECK(is_modifiable());

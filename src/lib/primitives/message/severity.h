@@ -1,5 +1,5 @@
-// The two severity scales of the system and their names. They stand this low because the builders of log
-// messages store a severity by its name; the logging framework uses the same tables.
+// The two severity scales of the system and their names. They stand on this floor because the builders of log
+// messages store a severity by its name.
 #pragma once
 
 #include <cstdint>

@@ -40,8 +40,7 @@ size_t QENStrBuffer::_capacity_for(size_t added) const {
     return std::min(capacity, size_t{MAX_CAPACITY});
 }
 
-// Makes a gap of `length` characters at offset `at` and fills it from text, which may be part of this buffer:
-// in a new array, so that text stays as it is until it was copied.
+// Inserts `length` characters of text at offset `at`, in a new array: text may be part of the old one.
 void QENStrBuffer::_grow_with(size_t capacity, size_t at, const char* text, size_t length) {
     char* larger = new char[capacity];
     if (storage != nullptr) std::memcpy(larger, storage, at);
@@ -64,7 +63,8 @@ int QENStrBuffer::_insert(size_t at, const char* text, size_t length) {
         _grow_with(capacity, at, text, length);
         return 1;
     }
-    // Behind the end first, where a text that is part of this buffer is not disturbed, then to its place.
+    // Append the text first, then rotate it to its place: it may be part of this buffer, which appending
+    // leaves as it is.
     char* old_end = end();
     if (length != 0) std::memmove(old_end, text, length);
     size_ += static_cast<unsigned int>(length);

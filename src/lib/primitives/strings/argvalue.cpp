@@ -5,8 +5,8 @@
 
 namespace {
 
-// Every word stands before the longer words that begin with it, so that a word given in full ends the search
-// before they make it ambiguous.
+// A word stands before longer words that begin with it, so that the full word is found before they make it
+// ambiguous.
 #define QEN_ARGUMENT_WORD(code, word) word,
 const char* const arguments[ARG_ERROR] = {QEN_ARGUMENT_WORDS(QEN_ARGUMENT_WORD)};
 #undef QEN_ARGUMENT_WORD

@@ -1,4 +1,5 @@
-// Helpers that stand on messages: argument encoding, local time, character tests, local system name.
+// Helpers of the rooms above: printf arguments become elements of a message, local time, character tests, the
+// name of the local system.
 #pragma once
 
 #include "primitives/utils/QENVaList.h"
@@ -13,9 +14,9 @@ public:
     // alone with its own specifier and cut at 4095 bytes. msg null: a new mk_ipm_msg(0). Returns msg or the
     // new message, which the caller owns. A null format has no arguments; a null string prints "(null)".
     // Known conversions: d i o u x X c s e E f g G, with flags, digits as width and precision, and one of
-    // h l L. Anything else ("%%", "%p", "%n", "*", the second l of "ll") appends nothing and takes no
-    // argument, so that the arguments behind it would be taken wrongly: do not use it here.
-    // format is the program's own text, never one from a file. args is left as it is.
+    // h l L. Do not use anything else here ("%%", "%p", "%n", "*", "ll"): it appends nothing and takes no
+    // argument, so the conversions behind it take the wrong arguments. format is the program's own text,
+    // never one from a file. args is left as it is.
     static MsgStruct* msgargs_to_msgstruct(const char* format, QENVaList& args, MsgStruct* msg);
 
     // Writes the time at t (seconds since the epoch; null: now) as local date and time of the user's locale

@@ -18,9 +18,8 @@ namespace {
 constexpr size_t TEXT_SIZE = 4096; // of one argument, NUL included
 constexpr size_t TEXT_MAX = TEXT_SIZE - 1;
 
-// Larger widths and precisions are cut to these, far below where the C library gives up and no text comes
-// out. The first TEXT_MAX bytes stay the same up to the precision's limit: digits end before the precision
-// does, and padding fills the text before the width does.
+// Greater widths and precisions are cut to these limits, because the C library fails for very great ones. The
+// first TEXT_MAX bytes of the text stay the same.
 constexpr int PRECISION_LIMIT = 1 << 20;
 constexpr int WIDTH_LIMIT = 1 << 22;
 constexpr int NO_PRECISION = -1;
@@ -124,7 +123,7 @@ private:
 void ArgWriter::string(const Specifier& spec, const char* s) {
     s = QENTextOf(s);
     const auto width = static_cast<size_t>(spec.width);
-    // Looks no farther than what can show: the text itself, or whether it fills the width.
+    // Looks only at bytes that can be shown: those of the text, or as many as fill the width.
     const size_t cap =
         spec.precision != NO_PRECISION ? static_cast<size_t>(spec.precision) : std::max(TEXT_SIZE, width);
     const size_t full = strnlen(s, cap);

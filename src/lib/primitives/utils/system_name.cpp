@@ -1,4 +1,4 @@
-// QENUtils::get_system: under which name this system writes.
+// QENUtils::get_system: the name of this system, which a log data file has in its header.
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -18,7 +18,7 @@ namespace {
 // behind one are comments. Names compare ignoring case, the first line of a name counts.
 constexpr char CONF_FILE[] = "/taq.conf";
 constexpr char LOCAL_NAME[] = "LOCAL_NAME";
-constexpr size_t LINE_MAX_BYTES = 4095; // a longer line is no entry beyond its cut
+constexpr size_t LINE_MAX_BYTES = 4095; // the rest of a longer line is ignored
 constexpr size_t PATH_SIZE = 4096;
 constexpr size_t NAME_SIZE = 64; // of the name in the environment
 constexpr size_t NODE_SIZE = 256;
@@ -52,8 +52,8 @@ File open_configuration() {
     return File(fd >= 0 ? QENStreamOver(fd, "r") : nullptr);
 }
 
-// Reads the next line, cut at LINE_MAX_BYTES; the rest of a longer one is passed over. By bytes, because a
-// NUL in a line must not hide where it ends.
+// Reads the next line, cut at LINE_MAX_BYTES; the rest of a longer one is skipped. Reads byte by byte: a NUL
+// in a line must not hide its end.
 bool read_line(std::FILE* fp, std::string& line) {
     line.clear();
     int c = getc_unlocked(fp);

@@ -35,7 +35,7 @@ CList::~CList() {
     _dlist.delete_objects<CElem>();
 }
 
-// Makes a ring of one cell out of a ring of none.
+// Makes the first cell of an empty ring.
 CElem* CList::_first_cell() {
     CElem* celemp = new CElem;
     _dlist.append(&celemp->_dlink);
@@ -45,7 +45,7 @@ CElem* CList::_first_cell() {
     return celemp;
 }
 
-// A full ring waits at its head. There the new cell comes next, or the one after it would count as oldest.
+// In a full ring the next write would replace the head. It fills the new cell instead.
 CElem* CList::append() {
     if (tail() == nullptr) return _first_cell();
     CElem* celemp = tail()->append();

@@ -17,8 +17,8 @@ constexpr int32_t REGISTRY_SIZE = 1023;
 
 enum key_case { FOLD_CASE, KEEP_CASE };
 
-// Moves upper-case letters onto the lower-case ones, and all other bytes below "a" along with them. Bytes
-// are signed: those from 0x80 on are below "a".
+// With FOLD_CASE every byte below "a" is moved up by 32, so that upper-case letters become lower-case ones.
+// Bytes are signed: those from 0x80 on are below "a", too.
 template <key_case CASE>
 uint32_t step(uint32_t h, char c) {
     int value = static_cast<signed char>(c); // NOLINT(bugprone-signed-char-misuse)
@@ -62,7 +62,7 @@ int32_t ht_func_cs(int32_t size, const char* cp) {
 
 void HashTable::init() {
     if (_Hash_hashtablep != nullptr) return;
-    _Hash_hashtablep = new HashTable; // stands before it registers itself
+    _Hash_hashtablep = new HashTable; // must be set before the registry registers itself
     _Hash_hashtablep->init(REGISTRY_NAME, REGISTRY_SIZE, ht_func);
 }
 
@@ -113,12 +113,12 @@ HashTable::~HashTable() {
     _release();
 }
 
-// The registry may have gone and another table may have taken the name since.
+// The registry may be gone, and another table may have the name by now.
 void HashTable::_release() {
     if (_name != nullptr && HashTable_inquire(_name) == this) _Hash_hashtablep->remove(_name);
     delete[] _name;
     _name = nullptr;
-    // Entries go while all buckets stand: the end of a value may remove another entry.
+    // All entries are deleted before the buckets: deleting a value may remove another entry.
     for (int32_t i = 0; i < _size; ++i) _bucketsp[i].remove_all();
     delete[] _bucketsp;
     _bucketsp = nullptr;
@@ -147,7 +147,7 @@ NVElem* HashTable::inquire(std::string_view key) const {
     QEN_CHECK(_bucketsp != NULL);
     if (_hashf == ht_func) return _bucket_at(hash_view<FOLD_CASE>(_size, key)).inquire(key);
     if (_hashf == ht_func_cs) return _bucket_at(hash_view<KEEP_CASE>(_size, key)).inquire(key);
-    return _bucket_of(std::string(key).c_str()).inquire(key); // a foreign function wants its NUL
+    return _bucket_of(std::string(key).c_str()).inquire(key); // a program's own hash function needs a NUL
 }
 
 int HashTable::remove(const char* key) {

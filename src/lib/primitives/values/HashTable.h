@@ -30,9 +30,9 @@ public:
     HashTable& operator=(const HashTable&) = delete;
 
     // Set up a table of `size` buckets, without or with a name in the registry. What the table held before
-    // is deleted, its own old name included. MSG_SOK; MSG_EEXISTS when a table has the name, be it this one:
-    // it then has no buckets and no name. A size that is not positive, a null argument and a missing registry
-    // are fatal.
+    // is deleted, its own old name included. MSG_SOK; MSG_EEXISTS when a table has the name, also when it is
+    // this one: this table then has no buckets and no name. A size that is not positive, a null argument and
+    // a missing registry are fatal.
     int init(int32_t size, hf_t hashf);
     int init(const char* name, int32_t size, hf_t hashf);
 

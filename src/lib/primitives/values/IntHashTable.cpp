@@ -59,7 +59,7 @@ int IntHashTable::insert(uint32_t key, void* value) {
     DList& bucket = _bucket_of(key);
     if (_find(bucket, key) != nullptr) return IHT_EEXISTS;
     bucket.insert(link.release());
-    (void)entry.release(); // the link carries it
+    (void)entry.release(); // the bucket holds it from now on
     return IHT_OK;
 }
 

@@ -25,8 +25,8 @@ struct int_ht_mem_s {
 };
 using IntHTMemT = int_ht_mem_s;
 
-// One lock guards the whole table. The table never owns the values. It neither frees its last entries:
-// remove them before it goes. The number of buckets is fixed. A size of 0, null arguments of the
+// One lock guards the whole table. The table never owns the values, and it does not free entries that are
+// left: remove them before you delete it. The number of buckets is fixed. A size of 0, null arguments of the
 // constructor and a hash function that leaves the table are fatal.
 class IntHashTable : public Pooled<MEM_INTHASH> {
 public:

@@ -39,7 +39,7 @@ void NVElem::unlink() {
 
 void NVElem::set_name(const char* name) {
     QEN_CHECK(name != NULL);
-    char* copy = dup_name(name); // before the old name goes: it may be the same
+    char* copy = dup_name(name); // copied before the old name is freed: it may be the same
     if (!_name_ref) delete[] _name;
     _name = copy;
     _name_ref = false;

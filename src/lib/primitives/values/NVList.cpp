@@ -134,7 +134,7 @@ NVElem* NVList::wide_inquire(const char* name, bool case_sensitive) const {
     return nvelemp != nullptr ? nvelemp : inquire("*", case_sensitive);
 }
 
-// The links allow no direct access, so this saves comparisons of names, not steps.
+// A binary search over links saves comparisons of names, but no steps.
 bool NVList::binary_search(const char* name, NVElem** out) const {
     QEN_CHECK(name != NULL);
     NVElem *lo = head(), *hi = tail();

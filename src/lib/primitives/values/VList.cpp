@@ -172,7 +172,7 @@ NVList* VList::convertToNVList(bool take_strings, bool (*filter)(const char*)) {
         const char* s = e->getstr();
         if (e->vtype() != VTYPE_STR || s == nullptr) continue;
         if (filter != nullptr && !filter(s)) continue;
-        // The new list frees all its names in the end, so a string that is not ours to give goes as a copy.
+        // The new list frees all its names, so a string that this list does not own is copied.
         if (take_strings && e->ref()) s = ValueElem::dup_str(s, strlen(s));
         names->append(s, 0);
         if (take_strings) e->set_ref(1);

@@ -113,8 +113,8 @@ public:
     char* convertStrListToStr() const;
 
     // A new name-value list of the strings that pass `filter` (null: all), each with the value 0; null when
-    // there are none. With take_strings the strings that this list owns become the names and belong to the
-    // new list, while this list keeps referring to them; otherwise the names are copies.
+    // there are none. With take_strings the new list takes over the strings that this list owns as its names,
+    // and this list only refers to them from then on. Otherwise the names are copies.
     NVList* convertToNVList(bool take_strings, bool (*filter)(const char*));
 
     void print() const; // debug dump to standard output

@@ -81,7 +81,7 @@ void ValueElem::set(const ValueElem* src) {
     _size = copy._size;
     _bal = 0;
     _value = copy._value;
-    copy._vtype = VTYPE_NULL; // its value lives here now
+    copy._vtype = VTYPE_NULL; // this cell has the value now
     _auxtype = copy._auxtype;
     _atype = copy._atype;
     set_otype(copy._otype);

@@ -44,7 +44,7 @@ enum ValueElemScope : uint8_t { host_specific = 0, host_generic = 1 };
 // cell owns it and frees it: strings with delete[], raw pointers with ::operator delete (so they come from
 // ::operator new), all others with delete. A referred-to value is neither copied nor freed; it may be
 // const, but is handed out again without the const.
-// Any unsigned, long or floating-point number has no overload: cast it to the width that is meant.
+// There is no overload for unsigned, long and floating-point numbers: cast them to the width that is meant.
 // Cells are neither copied nor moved; set(const ValueElem*) makes a deep copy. No locking.
 class ValueElem : public Pooled<MEM_VALUEELEM> {
 public:

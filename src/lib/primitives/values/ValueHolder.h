@@ -1,4 +1,4 @@
-// What the elements of all lists share: access to the value cell that each of them embeds.
+// The value operations of all list elements: each element embeds a value cell.
 #pragma once
 
 #include <concepts>
