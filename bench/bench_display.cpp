@@ -1,6 +1,7 @@
 // Showing one record, and asking for a debug message that is switched off.
 #include "BenchCatalogs.h"
 
+#include "primitives/ldf/QENObjTags.h"
 #include "primitives/log/LineBuffer.h"
 #include "primitives/log/Log.h"
 
@@ -39,7 +40,8 @@ void BM_ShowRecord(benchmark::State& state) {
     int i = 0;
     for (auto _ : state) {
         if (++i % 30 == 0) ++second; // thirty records a second
-        log.display_ldf_record(SEV_INFO, 6, second, CATEGORY << 16 | 1, ARGUMENTS, 3, 0, out);
+        log.display_ldf_record({SEV_INFO, OBJTAG_RES, second, i18n_msgcat_id(CATEGORY, 1)}, ARGUMENTS, 0,
+                               out);
     }
     state.SetItemsProcessed(state.iterations());
 }

@@ -35,8 +35,8 @@ Log* output_log() {
 
 void show_record(const LdfRecordView& record, int flags, LineBuffer& out) {
     const ldf_msg_header_t& h = record.header;
-    output_log()->display_ldf_record(h.sev, h.obj_type, h.timestamp, h.msgcat_id, record.argv(),
-                                     record.argc(), flags, out);
+    output_log()->display_ldf_record({h.sev, h.obj_type, h.timestamp, h.msgcat_id},
+                                     {record.argv(), record.argc()}, flags, out);
 }
 
 void print_sequence(uint32_t seq, LineBuffer& out) {

@@ -55,7 +55,8 @@ public:
     }
 
 private:
-    void _pass_on(bool at_once) {
+    // Out of line: callers that put many lines keep their registers.
+    [[gnu::noinline]] void _pass_on(bool at_once) {
         if (_len == 0) return;
         _take(_buf, _len, at_once);
         _len = 0;

@@ -21,12 +21,12 @@
 #include "primitives/log/LogLock.h"
 #include "primitives/log/LoggerThread.h"
 #include "primitives/log/MessageBuilder.h"
+#include "primitives/log/ShownRecord.h"
 #include "primitives/log/TextLogFile.h"
 #include "primitives/memory/Pooled.h"
 
 class PackedMessage;
 class RecordDisplay;
-struct ShownRecord;
 
 // A file log writes root/log/<name>_A.log, with _B and _C as the two generations before, and a copy of each
 // application message as a record of the log data file of the same name. A log on a given stream (standard
@@ -115,14 +115,13 @@ public:
     VList* cache_vlistp() override { return _cache.list(); }
     void notify_add(MsgStruct*) {} // called after each addition to the cache; a place for a breakpoint
 
-    // --- Showing records: ILog.h, RecordDisplay.h. display_ldf_record takes argc views instead of a list;
-    // one with null data ends them. The line goes to `out`, which the caller sends to the log's stream: many
+    // --- Showing records: ILog.h, RecordDisplay.h. display_ldf_record takes views instead of a list; one
+    // with null data ends them. The line goes to `out`, which the caller sends to the log's stream: many
     // lines leave together, and whatever else goes to that stream meanwhile must go through `out` as well. A
     // changed time zone or locale shows with the next record of another second.
     void display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_id, VList* vlistp,
                            int flags) override;
-    void display_ldf_record(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,
-                            const std::string_view* argv, size_t argc, int flags, LineBuffer& out);
+    void display_ldf_record(const ShownRecord& record, ArgViews args, int flags, LineBuffer& out);
 
     // --- The logger thread and its queue: LoggerThread.h. Start it after the main thread captures:
     // Capture.h.
@@ -172,10 +171,8 @@ private:
     bool _write_line(const LogMessage& m);
 
     // LogDisplay.cpp
-    bool _may_show(int sev);
-    RecordDisplay& _shown();
-    [[gnu::noinline]] void _show_fields(const ShownRecord& record, ArgViews args, VList* listp,
-                                        LineBuffer& out);
+    RecordDisplay* _display_for(int sev);
+    RecordDisplay* _make_display();
     std::span<char> _line_room();
 
     LogLock _lock;                // held by each call that uses what follows

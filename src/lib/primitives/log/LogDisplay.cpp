@@ -22,29 +22,9 @@ void for_each_string(VList* vlistp, const Visit& visit) {
         visit(string_of(*elemp));
 }
 
-} // namespace
-
-// Room for the line in progress; only the thread that is within the log uses it.
-std::span<char> Log::_line_room() {
-    if (_line_roomp == nullptr) _line_roomp.reset(new char[LineBuffer::CAPACITY]);
-    return {_line_roomp.get(), LineBuffer::CAPACITY};
-}
-
-inline RecordDisplay& Log::_shown() {
-    if (_displayp == nullptr) [[unlikely]]
-        _displayp.reset(new RecordDisplay(_catalog, _line.is_on_terminal()));
-    return *_displayp;
-}
-
-inline bool Log::_may_show(int sev) {
-    if (_enabled.load(std::memory_order_relaxed) == 0 || !is_logical_sev(sev)) return false;
-    if (_fp == nullptr) QENSyslog(SEV_ERR, "Log File Pointer is NULL\n");
-    return _fp != nullptr;
-}
-
 // Shows every argument, however many: those of the list, where there is one. The first six are for the text.
-void Log::_show_fields(const ShownRecord& record, ArgViews args, VList* listp, LineBuffer& out) {
-    RecordDisplay& display = _shown();
+[[gnu::noinline]] void show_fields(RecordDisplay& display, const ShownRecord& record, ArgViews args,
+                                   VList* listp, LineBuffer& out) {
     if (!display.begin_fields(record, args, out)) return;
     if (listp != nullptr)
         for_each_string(listp, [&](std::string_view arg) { display.add_field(arg, out); });
@@ -53,11 +33,35 @@ void Log::_show_fields(const ShownRecord& record, ArgViews args, VList* listp, L
     RecordDisplay::end_fields(out);
 }
 
+} // namespace
+
+// Room for the line in progress; only the thread that is within the log uses it.
+std::span<char> Log::_line_room() {
+    if (_line_roomp == nullptr) _line_roomp.reset(new char[LineBuffer::CAPACITY]);
+    return {_line_roomp.get(), LineBuffer::CAPACITY};
+}
+
+// The display, made for the first record; it stays until the log is closed. Null: nothing can be shown.
+inline RecordDisplay* Log::_display_for(int sev) {
+    if (!is_logical_sev(sev)) return nullptr;
+    return _displayp != nullptr ? _displayp.get() : _make_display();
+}
+
+RecordDisplay* Log::_make_display() {
+    if (_enabled.load(std::memory_order_relaxed) == 0) return nullptr;
+    if (_fp == nullptr)
+        QENSyslog(SEV_ERR, "Log File Pointer is NULL\n");
+    else
+        _displayp.reset(new RecordDisplay(_catalog, _line.is_on_terminal()));
+    return _displayp.get();
+}
+
 // Inside until the line has left: the stream may be the program's and show a record itself.
 void Log::display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_id, VList* vlistp,
                             int flags) {
     const LogLock::Guard inside(_lock);
-    if (!inside || !_may_show(sev)) return;
+    RecordDisplay* const display = inside ? _display_for(sev) : nullptr;
+    if (display == nullptr) return;
     const ShownRecord record = {sev, obj_tag, time_stamp, static_cast<uint32_t>(msgcat_id)};
     std::array<std::string_view, ULOG_MAX_ARGS> args;
     size_t count = 0;
@@ -66,18 +70,17 @@ void Log::display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_
     });
     LineBuffer out(_fp, _line_room());
     if ((flags & ULOG_DISPLAY_DELIMITED) != 0)
-        _show_fields(record, {args.data(), count}, vlistp, out);
+        show_fields(*display, record, {args.data(), count}, vlistp, out);
     else
-        _shown().show_line(record, {args.data(), count}, out);
+        display->show_line(record, {args.data(), count}, out);
     (void)out.send(/*at_once=*/false); // nobody to tell of a failure
 }
 
-void Log::display_ldf_record(int sev, int obj_tag, time_t time_stamp, uint32_t msgcat_id,
-                             const std::string_view* argv, size_t argc, int flags, LineBuffer& out) {
+void Log::display_ldf_record(const ShownRecord& record, ArgViews args, int flags, LineBuffer& out) {
     const LogLock::Guard inside(_lock);
-    if (!inside || !_may_show(sev)) return;
-    const ArgViews args(argv, argc);
+    RecordDisplay* const display = inside ? _display_for(record.sev) : nullptr;
+    if (display == nullptr) return;
     if ((flags & ULOG_DISPLAY_DELIMITED) != 0) [[unlikely]]
-        return _show_fields({sev, obj_tag, time_stamp, msgcat_id}, args, /*listp=*/nullptr, out);
-    _shown().show_next_line({sev, obj_tag, time_stamp, msgcat_id}, args, out);
+        return show_fields(*display, record, args, /*listp=*/nullptr, out);
+    display->show_next_line(record, args, out);
 }

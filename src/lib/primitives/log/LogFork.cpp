@@ -9,6 +9,7 @@
 #include "primitives/log/Capture.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/LoggerThread.h"
+#include "primitives/log/RecordDisplay.h"
 
 namespace {
 
@@ -65,6 +66,7 @@ void Log::_continue_in_child(bool is_whole) {
     _file.abandon();
     _fp = nullptr;
     _enabled = 0;
+    _displayp.reset(); // its lines may be half changed
 }
 
 // The system log first: what is registered last is prepared first.

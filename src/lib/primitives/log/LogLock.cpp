@@ -4,6 +4,7 @@
 constinit thread_local unsigned LogLock::_depth = 0;
 
 LogLock::entry LogLock::_lock_and_enter() {
+    if (is_mine()) return NESTED;
     QENMutexLock(&_mutex);
     // Rarely, the process's first thread went in alone and started another one from there.
     while (_inside.load(std::memory_order_acquire) != nullptr) QENThreadYield();

@@ -56,8 +56,8 @@ private:
 
     static const void* _this_thread() { return &_depth; }
     entry _enter() {
-        if (is_mine()) return NESTED;
         if (!QENIsSingleThreaded()) return _lock_and_enter();
+        if (_inside.load(std::memory_order_relaxed) != nullptr) return NESTED; // who else
         _go_in();
         return ALONE;
     }

@@ -31,9 +31,11 @@ void RecordDisplay::forget() {
     _times.forget();
 }
 
-// A line with arguments that must become visible.
-void RecordDisplay::_show_escaped(const ShownRecord& record, std::string_view time, ArgViews args,
-                                  LineBuffer& line) {
+// Arguments that are not plain become visible.
+void RecordDisplay::_show_on_terminal(const ShownRecord& record, std::string_view time, ArgViews args,
+                                      LineBuffer& line) {
+    args = first_six(args);
+    if (are_plain_for_terminal(args)) return _show_plain(record, time, args, line);
     _show_plain(record, time, ArgsForTerminal<ULOG_MAX_ARGS>(args).views(), line);
 }
 
@@ -72,6 +74,7 @@ std::string RecordDisplay::_head_of(int sev, uint32_t msgcat_id) {
 // arguments are the text. All are cut to an equal share; arguments behind a null one count but are not shown.
 void RecordDisplay::_show_unlearned(const RecordLine* known, const ShownRecord& record, std::string_view time,
                                     ArgViews args, LineBuffer& line) {
+    args = first_six(args);
     line.append(time);
     if (known != nullptr)
         line.append(known->head());

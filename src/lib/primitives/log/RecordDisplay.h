@@ -11,15 +11,8 @@
 #include "primitives/log/LogCatalog.h"
 #include "primitives/log/LogIdentity.h"
 #include "primitives/log/RecordLines.h"
+#include "primitives/log/ShownRecord.h"
 #include "primitives/log/TerminalText.h"
-
-// What a record says about its message, but for the arguments.
-struct ShownRecord {
-    int sev; // logical severity, 0 to 57
-    int obj_tag;
-    time_t time;
-    uint32_t msgcat_id;
-};
 
 // The text is not in a record: it comes from the catalogs, with the arguments of the record put in. Keeps
 // what the lines of a message have in common. One thread at a time.
@@ -51,24 +44,26 @@ public:
 private:
     // Thousands of records pass here: what is known of the message is copied, and the arguments between it.
     void _show_line(const ShownRecord& record, std::string_view time, ArgViews args, LineBuffer& line) {
-        if (args.size() > ULOG_MAX_ARGS) args = args.first(ULOG_MAX_ARGS);
-        if (_on_terminal && !are_plain_for_terminal(args)) return _show_escaped(record, time, args, line);
+        if (_on_terminal) [[unlikely]]
+            return _show_on_terminal(record, time, args, line);
         _show_plain(record, time, args, line);
     }
     void _show_plain(const ShownRecord& record, std::string_view time, ArgViews args, LineBuffer& line) {
         if (_identity != LogIdentity::version()) forget();
         const RecordLine* known = _lines.find(record.msgcat_id, record.sev);
-        if (known == nullptr) known = _learn_line(record.sev, record.msgcat_id);
+        if (known == nullptr) [[unlikely]]
+            known = _learn_line(record.sev, record.msgcat_id);
         size_t count = 0, args_size = 0;
-        for (; count < args.size() && args[count].data() != nullptr; ++count) args_size += args[count].size();
+        for (; count < args.size() && count < ULOG_MAX_ARGS && args[count].data() != nullptr; ++count)
+            args_size += args[count].size();
         const ArgViews shown = args.first(count);
-        if (known == nullptr || !known->takes(shown, args_size))
+        if (known == nullptr || !known->takes(shown, args_size)) [[unlikely]]
             return _show_unlearned(known, record, time, args, line);
         char* const start = line.room(time.size() + known->size() + args_size + RecordLine::SLACK);
         const char* const end = known->compose(shown, RecordLine::put_run(start, time.data(), time.size()));
         line.advance(static_cast<size_t>(end - start));
     }
-    void _show_escaped(const ShownRecord& record, std::string_view time, ArgViews args, LineBuffer& line);
+    void _show_on_terminal(const ShownRecord& record, std::string_view time, ArgViews args, LineBuffer& line);
     const RecordLine* _learn_line(int sev, uint32_t msgcat_id);
     static void _put_unknown(uint32_t msgcat_id, ArgViews args, LineBuffer& line);
     std::string _head_of(int sev, uint32_t msgcat_id);

@@ -22,16 +22,23 @@ inline void put_both_ends(char* out, const char* from, size_t size) {
     memcpy(out + size - sizeof last, &last, sizeof last);
 }
 
-// For bytes behind which nothing may be read.
+struct Block {
+    char bytes[16];
+};
+
+// For bytes behind which nothing may be read. Calls nothing: the caller keeps what it has in registers.
 inline char* put_argument(char* out, const char* from, size_t size) {
-    if (size > 2 * sizeof(uint64_t))
-        memcpy(out, from, size);
-    else if (size >= sizeof(uint64_t))
+    if (size >= sizeof(Block)) {
+        for (size_t done = sizeof(Block); done < size; done += sizeof(Block))
+            memcpy(out + done - sizeof(Block), from + done - sizeof(Block), sizeof(Block));
+        memcpy(out + size - sizeof(Block), from + size - sizeof(Block), sizeof(Block));
+    } else if (size >= sizeof(uint64_t)) {
         put_both_ends<uint64_t>(out, from, size);
-    else if (size >= sizeof(uint32_t))
+    } else if (size >= sizeof(uint32_t)) {
         put_both_ends<uint32_t>(out, from, size);
-    else
+    } else {
         for (size_t i = 0; i < size; ++i) out[i] = from[i];
+    }
     return out + size;
 }
 
@@ -39,8 +46,9 @@ inline char* put_argument(char* out, const char* from, size_t size) {
 
 char* RecordLine::compose(ArgViews args, char* out) const {
     const char* run = _bytes;
-    for (size_t i = 0; i < _piece_count; ++i) {
-        const Piece piece = _pieces[i];
+    const Piece* const end = _pieces + _piece_count;
+    for (const Piece* p = _pieces; p != end; ++p) {
+        const Piece piece = *p;
         out = put_run(out, run, piece.size);
         run += piece.size;
         if (piece.arg < args.size()) out = put_argument(out, args[piece.arg].data(), args[piece.arg].size());
@@ -86,8 +94,7 @@ const RecordLine* RecordLines::keep(uint32_t msgcat_id, int sev, std::string_vie
     RecordLine& line = _lines[place_of(msgcat_id, sev)];
     line = RecordLine();
     if (!line._add_bytes(head)) return nullptr;
-    line._msgcat_id = msgcat_id;
-    line._sev = static_cast<uint8_t>(sev);
+    line._key = key_of(msgcat_id, sev);
     line._head_size = static_cast<uint8_t>(head.size());
     if (textp != nullptr && textp->piece_count > 0) (void)line._add_text(*textp); // or it is looked up again
     return &line;

@@ -18,10 +18,14 @@ class RecordLine {
 public:
     static constexpr size_t SLACK = 16; // bytes behind the line that compose() may overwrite
 
-    // Copies `size` bytes in steps of SLACK, beyond the end of both: most runs are a few bytes, for which a
-    // call of memcpy costs more than the copy. Returns the place behind the copy.
+    // Copies `size` bytes in steps of SLACK, at least one, beyond the end of both: most runs are a few bytes,
+    // for which a call of memcpy costs more than the copy. Returns the place behind the copy.
     static char* put_run(char* out, const char* from, size_t size) {
-        for (size_t done = 0; done < size; done += SLACK) memcpy(out + done, from + done, SLACK);
+        size_t done = 0;
+        do {
+            memcpy(out + done, from + done, SLACK);
+            done += SLACK;
+        } while (done < size);
         return out + size;
     }
 
@@ -40,8 +44,9 @@ public:
 private:
     friend class RecordLines;
     static constexpr size_t PIECES_MAX = 8;
-    static constexpr size_t BYTES_MAX = 208;
-    static constexpr uint8_t NO_TEXT = 255; // as _arg_count
+    static constexpr size_t BYTES_MAX = 200; // the object has 256 bytes, which makes its place cheap to find
+    static constexpr uint8_t NO_TEXT = 255;  // as _arg_count
+    static constexpr uint64_t FREE = ~uint64_t{0};
     struct Piece {
         uint8_t size; // bytes of _bytes
         uint8_t arg;  // index of the argument behind them, or beyond the last for none
@@ -51,9 +56,8 @@ private:
     bool _add_text(const i18nTemplate& text);
     bool _add_bytes(std::string_view bytes);
 
-    uint32_t _msgcat_id = 0;
-    uint8_t _sev = 0;
-    uint8_t _head_size = 0; // 0: free
+    uint64_t _key = FREE; // identity and severity
+    uint8_t _head_size = 0;
     uint8_t _arg_count = NO_TEXT;
     uint8_t _piece_count = 0;
     uint16_t _size = 0; // of _bytes
@@ -70,19 +74,21 @@ public:
     // What is known of the messages of this identity and severity, or null. Valid until the next keep().
     const RecordLine* find(uint32_t msgcat_id, int sev) const {
         const RecordLine& line = _lines[place_of(msgcat_id, sev)];
-        if (line._msgcat_id != msgcat_id || line._sev != sev || line._head_size == 0) return nullptr;
-        return &line;
+        return line._key == key_of(msgcat_id, sev) ? &line : nullptr;
     }
 
     // Keeps the head and, when it is given and fits, the text. Null when the head is too long.
     const RecordLine* keep(uint32_t msgcat_id, int sev, std::string_view head, const i18nTemplate* textp);
 
     void forget() {
-        for (RecordLine& line : _lines) line._head_size = 0;
+        for (RecordLine& line : _lines) line._key = RecordLine::FREE;
     }
 
 private:
     static constexpr size_t PLACES = 64; // a power of two
+    static uint64_t key_of(uint32_t msgcat_id, int sev) {
+        return uint64_t{msgcat_id} << 32 | static_cast<uint32_t>(sev);
+    }
     static size_t place_of(uint32_t msgcat_id, int sev) {
         return (msgcat_id ^ i18n_category_of(msgcat_id) ^ static_cast<uint32_t>(sev) << 3) % PLACES;
     }

@@ -44,7 +44,7 @@ protected:
         CaptureStdout();
         std::vector<char> room(LineBuffer::CAPACITY);
         LineBuffer out(stdout, room);
-        log->display_ldf_record(sev, /*obj_tag=*/3, NOON, id, views.data(), views.size(), flags, out);
+        log->display_ldf_record({sev, /*obj_tag=*/3, NOON, id}, views, flags, out);
         out.send();
         EXPECT_EQ(entry, GetCapturedStdout());
         return entry;
