@@ -23,7 +23,6 @@ TEST_F(LdfReaderTest, EveryFileGivesAListedResult) {
         size_t records = 0;
         int end = 0, tail = LDF_OK; // results of reading on and of tail(20)
     } cases[] = {
-        {"bytes behind the records", LdfBuilder(two).append("junk"), LDF_OK, 2, LDF_EEND},
         {"host name without NUL", LdfBuilder().system(std::string(33, 'h')), LDF_OK, 0, LDF_EEND},
         {"signature and version", LdfBuilder().signature(0).version(4, 0), LDF_EFAIL},
         {"major version 4", LdfBuilder().version(4, 0), LDF_EVERSION},
@@ -34,7 +33,6 @@ TEST_F(LdfReaderTest, EveryFileGivesAListedResult) {
         {"one byte short", LdfBuilder().truncate(116), LDF_EFAIL},
         {"record behind the counted ones", LdfBuilder(two).total_msgs(1), LDF_OK, 1, LDF_EEND},
         {"largest count", LdfBuilder(two).total_msgs(INT32_MAX), LDF_OK, 2, LDF_EEND, LDF_EFAIL},
-        {"smallest count", LdfBuilder(two).total_msgs(INT32_MIN), LDF_OK, 0, LDF_EEND},
         {"version before length", LdfBuilder().record().record({.version = 2, .data_size = 5000}), LDF_OK, 1,
          LDF_EVERSION},
         {"longest text", LdfBuilder().record({.text = text_of(4096)}), LDF_OK, 1, LDF_EEND},
@@ -61,7 +59,7 @@ TEST_F(LdfReaderTest, EveryFileGivesAListedResult) {
     }
 }
 
-TEST_F(LdfReaderTest, CutFileShowsItsWholeRecords) {
+TEST_F(LdfReaderTest, CutAndFlippedFiles) {
     const LdfBuilder good = LdfBuilder().record({.args = {"a", "bc"}}).record({.args = {"d"}});
     const size_t size = good.bytes().size(), second = size - LdfBuilder::record_bytes(good.last()).size();
     for (size_t cut = 117; cut <= size; ++cut) {
@@ -73,6 +71,13 @@ TEST_F(LdfReaderTest, CutFileShowsItsWholeRecords) {
         EXPECT_EQ(LDF_OK, reader.rewind()); // a jump over a record needs its length word only
         EXPECT_EQ(cut >= 117 + 4 ? LDF_OK : LDF_EFAIL, reader.jumpto(1)) << cut;
     }
+    for (size_t at = 0; at < size; ++at)
+        for (const int mask : {0x01, 0x10, 0x80, 0xFF}) {
+            LdfBuilder(good).flip(at, static_cast<uint8_t>(mask)).write(path("f"));
+            LdfReader reader;
+            (void)reader.open(nullptr, "f");
+            ASSERT_LE(read_all(reader).size(), 2u) << at;
+        }
 }
 
 TEST_F(LdfReaderTest, JumpsAndTailsToTheRightRecord) {
@@ -189,34 +194,26 @@ TEST_F(LdfReaderTest, Filters) {
 }
 
 TEST_F(LdfReaderTest, GetNextCopies) {
-    LdfTestRecord full = {.sev = 255, .cat = 65535, .num = 0, .time = -1, .line = 0xFFFFFFFF, .seq = 5};
-    full.args = {"a", "b", "c", "d", "e", "f", "g", "h"};
+    const LdfTestRecord full = {.sev = 255, .cat = 65535, .num = 0, .time = -1, .args = {"a", "b", "c"}};
     LdfReader reader;
-    open(reader, LdfBuilder()
-                     .record()
-                     .record(full)
-                     .record({.cat = 65535, .text = "only-file\xFF\0"s})
-                     .record({.cat = 65535, .text = std::string(4096, 'n')}));
+    open(reader, LdfBuilder().record().record(full).record({.cat = 65535, .text = std::string(4096, 'n')}));
     ldf_msg_header_t header;
     auto dbg = std::make_unique<ldf_dbg_info_t>();
-    std::unique_ptr<VList> args;
+    VList* list = nullptr;
     const auto next = [&] {
-        VList* list = nullptr;
-        const int rc = reader.get_next(65535, -1, '\xFF', '\xFF', nullptr, &header, dbg.get(), &list, 0);
-        args.reset(list);
-        return rc;
+        return reader.get_next(65535, -1, '\xFF', '\xFF', nullptr, &header, dbg.get(), &list, 0);
     };
     ASSERT_EQ(LDF_OK, next());
+    const std::unique_ptr<VList> args(list);
     EXPECT_TRUE(header.sev == -1 && header.msgcat_id == 0xFFFF0000u && header.timestamp == -1);
-    EXPECT_TRUE(dbg->line_no == 0xFFFFFFFFu && dbg->seq == 5u);
-    ASSERT_EQ(8, args->count());
-    EXPECT_STREQ("h", args->inquire(7)->getstr());
+    EXPECT_TRUE(dbg->line_no == 42 && dbg->seq == 0xFFFFFFFF && dbg->filename == "Log"s);
+    ASSERT_EQ(3, args->count());
+    EXPECT_STREQ("c", args->tail()->getstr());
     ASSERT_EQ(LDF_OK, next());
-    EXPECT_STREQ("only-file", dbg->filename);
-    EXPECT_STREQ("open", dbg->function) << "missing: left as it was";
-    EXPECT_EQ(0, args->count());
-    ASSERT_EQ(LDF_OK, next());
+    const std::unique_ptr<VList> none(list);
+    EXPECT_EQ(0, none->count());
     EXPECT_EQ(std::string(4095, 'n'), dbg->filename) << "cut to its room";
+    EXPECT_STREQ("open", dbg->function) << "missing: left as it was";
     EXPECT_EQ(LDF_EEND, next());
 }
 
@@ -224,9 +221,7 @@ TEST_F(LdfReaderTest, OneReaderPerName) {
     LdfBuilder().write(path("f"));
     LdfBuilder().record().write(path("g"));
     LdfReader first, second;
-    LdfRecordView view;
-    for (int rc : {first.rewind(), first.jumpto(0), first.tail(1), first.next_record({}, view)})
-        EXPECT_EQ(LDF_EFAIL, rc);
+    EXPECT_TRUE(first.rewind() == LDF_EFAIL && first.tail(1) == LDF_EFAIL);
     EXPECT_EQ(LDF_ENONAME, first.open(nullptr, nullptr));
     EXPECT_EQ(LDF_OK, first.open(nullptr, "f"));
     EXPECT_EQ(LDF_EREGISTERED, second.open(nullptr, "F"));
@@ -246,22 +241,22 @@ TEST_F(LdfReaderTest, FindsRegularFilesOnly) {
     ASSERT_EQ(0, mkfifo(path("fifo").c_str(), 0600)); // must not wait for a writer
     fs::create_directory(path("dir"));
     fs::create_symlink(root + "/short", path("link"));
-    const std::string none = root + "/none", sub = root + "/sub";
     const std::tuple<std::string, std::string, std::string, int> cases[] = {
-        {none, sub, "f", LDF_OK},         {root, none, "f", LDF_EFAIL},
-        {root, "", "../sub/f", LDF_OK},   {none, "", "f", LDF_EROOT},
-        {root, "", "missing", LDF_EFAIL}, {sub, "", "f", LDF_EFAIL},
-        {root, "", "dir", LDF_EFAIL},     {root, "", "fifo", LDF_EFAIL},
-        {root, "", "link", LDF_EFAIL},    {root, "", std::string(5000, 'n'), LDF_EFAIL}};
+        {root + "/none", root + "/sub", "f", LDF_OK},
+        {root + "/none", "", "f", LDF_EROOT},
+        {root, "", "../sub/f", LDF_OK},
+        {root, "", "dir", LDF_EFAIL},
+        {root, "", "fifo", LDF_EFAIL},
+        {root, "", "link", LDF_EFAIL},
+        {root, "", std::string(5000, 'n'), LDF_EFAIL}};
     for (const auto& [data_root, dir, file, result] : cases) {
-        SCOPED_TRACE(data_root + " " + dir + " " + file.substr(0, 50));
         setenv("TAQ_LDF", data_root.c_str(), 1);
         LdfReader reader;
-        EXPECT_EQ(result, reader.open(dir.empty() ? nullptr : dir.c_str(), file.c_str()));
+        EXPECT_EQ(result, reader.open(dir.empty() ? nullptr : dir.c_str(), file.c_str())) << file;
         EXPECT_EQ(result == LDF_OK, reader.is_opened());
     }
-    for (const std::string& left : {path("fifo"), path("dir"), path("link"), root + "/short"})
-        EXPECT_TRUE(exists(left)) << left;
+    EXPECT_TRUE(exists(path("fifo")) && exists(path("dir")) && exists(path("link")) &&
+                exists(root + "/short"));
 }
 
 TEST_F(LdfReaderTest, WithoutMemoryTheNameIsFreeAgain) {

@@ -91,16 +91,11 @@ TEST_F(LdfWriterTest, OneWriterPerLog) {
     EXPECT_EQ(LDF_ENONAME, first.open(nullptr, 0));
     EXPECT_EQ(LDF_OK, first.open("log", 0));
     EXPECT_EQ(LDF_EREGISTERED, second.open("LOG", 0));
-    const std::tuple<std::string, const char*, int> refused[] = {
-        {root, "a/b", LDF_EFAIL},
-        {root + "/none", "b", LDF_EROOT},
-        {"/proc/self", "b", LDF_EFAIL}}; // "ldf" cannot be made there
-    for (const auto& [data_root, name, result] : refused) {
-        setenv("TAQ_LDF", data_root.c_str(), 1);
-        EXPECT_EQ(result, second.open(name, 0)) << data_root << name;
-        EXPECT_EQ(nullptr, Ldf_obj(name));
-        write(second, 0); // closed: nothing happens
-    }
+    EXPECT_EQ(LDF_EFAIL, second.open("a/b", 0));
+    setenv("TAQ_LDF", (root + "/none").c_str(), 1);
+    EXPECT_EQ(LDF_EROOT, second.open("b", 0));
+    EXPECT_EQ(nullptr, Ldf_obj("b"));
+    write(second, 0); // closed: nothing happens
     setenv("TAQ_LDF", root.c_str(), 1);
     write(first, 7);
     EXPECT_EQ(Seqs{7}, seqs_in(A));
@@ -190,15 +185,13 @@ TEST_F(LdfWriterTest, SetsAsideWhatItCannotContinue) {
     }
     EXPECT_EQ("short", temp.read("precious"));
 
-    LdfBuilder().version(9, 0).write(path(A)); // and it cannot be set aside
     fs::remove_all(path(A) + ".err");
+    LdfBuilder().version(9, 0).write(path(A)); // and it cannot be set aside
     fs::create_directories(path(A) + ".err/full");
     LdfWriter w;
     EXPECT_EQ(LDF_EFAIL, w.open("log", 0));
     EXPECT_TRUE(!w.is_opened() && Ldf_obj("log") == &w);
     write(w, 1);
-    w.set_maxlen(70000);
-    EXPECT_EQ(0, w.maxlen());
     EXPECT_EQ(LdfBuilder().version(9, 0).bytes(), temp.read("ldf/log_A.ldf"));
 }
 
@@ -220,13 +213,11 @@ TEST_F(LdfWriterTest, ShortageOfDescriptorsCostsNoFile) {
     }
 }
 
-TEST_F(LdfWriterTest, TraceFileHoldsTheLines) {
+TEST_F(LdfWriterTest, TraceFilesHoldTheLines) {
     LdfReader reader;
     LdfWriter w;
     reader.XXDEBUG("unheard");
-    reader.XXDEBUG_OPEN((root + "/t").c_str());
-    reader.XXDEBUG("one %s");
-    w.XXDEBUG_OPEN((root + "/t").c_str());
-    w.XXDEBUG("two");
+    reader.XXDEBUG_OPEN(temp.path("t").c_str()), w.XXDEBUG_OPEN(temp.path("t").c_str());
+    reader.XXDEBUG("one %s"), w.XXDEBUG("two");
     EXPECT_EQ("one %s\ntwo\n", temp.read("t-ldfr.debug") + temp.read("t-ldfw.debug"));
 }
