@@ -16,10 +16,10 @@ TEST(Syslog, PriorityAndTextArriveUnderTheNameThatWasGiven) {
     QENSyslog(2, "%s", std::string(5000, 'a').c_str());
     QENSyslog((LOG_LOCAL7 << 8) + 4, "facility");
     QENSyslog((1 << 16) + 5, "x");
-    const std::vector<std::string> expect = {
-        std::to_string(LOG_CRIT) + "100% %s %n", std::to_string(LOG_WARNING) + std::string(4094, 'a'),
-        std::to_string(LOG_LOCAL7 | LOG_INFO) + "facility", std::to_string(LOG_DEBUG) + "x"};
-    EXPECT_EQ(expect, syslog_texts());
+    EXPECT_EQ(syslog_texts(), (std::vector<std::string>{std::to_string(LOG_CRIT) + "100% %s %n",
+                                                        std::to_string(LOG_WARNING) + std::string(4094, 'a'),
+                                                        std::to_string(LOG_LOCAL7 | LOG_INFO) + "facility",
+                                                        std::to_string(LOG_DEBUG) + "x"}));
 
     std::string module = "engine";
     QENInitEventLog(module.c_str());
