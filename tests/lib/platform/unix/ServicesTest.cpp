@@ -1,4 +1,4 @@
-// Files, directories, environment, identity of process and host, and time.
+// Files, directories, and time.
 #include "platform/unix/QENPlatform.h"
 #include "support/TempDir.h"
 
@@ -6,9 +6,6 @@
 #include <csignal>
 #include <ctime>
 #include <gtest/gtest.h>
-#include <memory>
-#include <sys/prctl.h>
-#include <sys/utsname.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -49,23 +46,7 @@ TEST(Files, MakeDirCreatesExactlyTheNamedDirectory) {
     fs::current_path("/");
 }
 
-TEST(System, NamesComeFromTheKernelAndAllTextsAreCut) {
-    utsname host;
-    ASSERT_EQ(0, uname(&host));
-    const std::string node = host.nodename;
-    EXPECT_EQ(node, std::unique_ptr<char[]>(QENGetSystemName(nullptr, 0)).get());
-    char text[512];
-    QENGetSysInfo(text, sizeof text);
-    EXPECT_EQ("Linux:" + node + "," + host.version + "," + host.release + "," + host.machine, text);
-    prctl(PR_SET_NAME, "fifteen: chars)"); // of the first thread, which is the process's
-    EXPECT_STREQ("fifteen: chars)", std::unique_ptr<char[]>(QENGetProcName()).get());
-    EXPECT_EQ(-1, QENGetenv("QEN_TEST_UNSET", text, 10));
-    setenv("QEN_TEST_VARIABLE", "0123456789", 1);
-    EXPECT_EQ(0, QENGetenv("QEN_TEST_VARIABLE", text, 10));
-    EXPECT_STREQ("012345678", text);
-}
-
-TEST(System, TimeIsLocalAndCut) {
+TEST(Time, IsLocalAndCut) {
     setenv("TZ", "XXX-05:30", 1); // five and a half hours east
     tzset();
     char text[64];

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "primitives/files/Generations.h"
+#include "support/ChildProcess.h"
 #include "support/SystemCalls.h"
 #include "support/TempDir.h"
 
@@ -93,6 +94,8 @@ TEST_F(GenerationsTest, MovesOnWhatIsThereOrLeavesTheCurrentFile) {
     fs::create_hard_link(folder + NAMES[0], folder + NAMES[1]); // as a death between two steps leaves it
     files.mend();
     EXPECT_EQ("a---", found());
+    EXPECT_EQ(0, in_child([this] { return close(0), files.make_new("+", O_RDWR) < 3; }))
+        << "no standard stream";
 }
 
 TEST_F(GenerationsTest, NamesMayBeAsLongAsTheFileSystemTakesThem) {

@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <functional>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -133,22 +132,6 @@ TEST_F(LdfWriterTest, OneProcessPerLog) {
     EXPECT_EQ(LDF_OK, again.open("childs", 0));
     write(again, 6);
     EXPECT_EQ((Seqs{5, 6}), seqs_in("childs_A"));
-}
-
-TEST_F(LdfWriterTest, DescriptorsAreNoStandardOnesAndDoNotOutliveExec) {
-    LdfBuilder().record().write(path(A));
-    EXPECT_EQ(0, in_child([] {
-                  for (int fd = 0; fd < 100; ++fd) close(fd);
-                  LdfReader reader;
-                  LdfWriter created, continued;
-                  if (reader.open(nullptr, "log_A") || created.open("new", 0) || continued.open("log", 0))
-                      return 1;
-                  for (int fd = 0; fd < 100; ++fd) {
-                      const int flags = fcntl(fd, F_GETFD);
-                      if (flags != -1 && (fd < 3 || flags != FD_CLOEXEC)) return 2;
-                  }
-                  return 0;
-              }));
 }
 
 TEST_F(LdfWriterTest, SetsAsideWhatItCannotContinue) {
