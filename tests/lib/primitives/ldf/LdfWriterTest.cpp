@@ -143,6 +143,7 @@ TEST_F(LdfWriterTest, SetsAsideWhatItCannotContinue) {
     };
     const std::string precious = temp.write("precious", "short");
     const std::pair<std::function<void(const std::string&)>, bool> cases[] = {
+        // and whether it is kept
         {file(LdfBuilder().version(2, 0)), true},
         {file(LdfBuilder().record().offset_end(116)), true},
         {file(LdfBuilder().record().total_msgs(-1)), true},
@@ -154,17 +155,18 @@ TEST_F(LdfWriterTest, SetsAsideWhatItCannotContinue) {
         {link("nothing"), false},
         {link(precious), false}, // the target of a link is not ours
     };
-    for (const auto& [make, aside] : cases) {
-        SCOPED_TRACE(testing::Message() << "row " << &aside - &cases[0].second);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
         fs::remove_all(path(A));
         fs::remove_all(path(A) + ".err");
         temp.write("ldf/log_A.ldf.err", "older");
-        make(path(A));
+        c.first(path(A));
         LdfWriter w;
         ASSERT_EQ(LDF_OK, w.open("log", 0));
         write(w, 5);
         EXPECT_EQ(Seqs{5}, seqs_in(A));
-        EXPECT_EQ(aside, !fs::is_regular_file(path(A) + ".err") || temp.read("ldf/log_A.ldf.err") != "older");
+        EXPECT_EQ(c.second,
+                  !fs::is_regular_file(path(A) + ".err") || temp.read("ldf/log_A.ldf.err") != "older");
     }
     EXPECT_EQ("short", temp.read("precious"));
 
