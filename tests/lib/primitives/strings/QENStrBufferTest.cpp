@@ -11,24 +11,6 @@ namespace {
 
 constexpr unsigned LIMIT = 262144;
 
-TEST(QENStrBuffer, CapacityGrowsByDoublingUpToTheLimit) {
-    const std::tuple<unsigned, size_t, unsigned> cases[] = {// at first, characters that are added, then
-                                                            {0, 255, 256},
-                                                            {0, 256, 512},
-                                                            {10, 9, 10},
-                                                            {10, 50, 80},
-                                                            {1 << 30, 1, LIMIT}};
-    for (const auto& [start, added, capacity] : cases) {
-        QENStrBuffer buffer(start);
-        buffer << std::string(added, 'x').c_str();
-        EXPECT_EQ(capacity, buffer.capacity()) << start << " + " << added;
-    }
-    QENStrBuffer buffer(3); // single characters grow it by fixed steps
-    buffer << 'a' << '\0' << 'b' << 'c';
-    EXPECT_EQ(3u + 256, buffer.capacity());
-    EXPECT_STREQ("abc", buffer.str());
-}
-
 // Every way of adding; the text may be the buffer's own.
 TEST(QENStrBuffer, BehavesLikeAStringUnderRandomOperations) {
     std::mt19937 random(1);
