@@ -59,6 +59,7 @@ void TextLogFile::close() {
     _stream = nullptr;
     _files = {};
     _bytes = 0;
+    _full_at = NEVER;
     _requested = _is_cut = false;
     _pause.succeeded();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 
 #include "primitives/files/Generations.h"
@@ -79,6 +80,8 @@ public:
     void settle(bool flush);
 
 private:
+    static constexpr off_t NEVER = INT64_MAX;
+
     bool _may_start_new();
     bool _is_inherited() const;
     void _begin_anew();
@@ -103,6 +106,6 @@ private:
     unsigned _owner = 0;     // of the process that named the log
     off_t _flushed = 0;      // file offset up to which this process wrote whole messages
     off_t _pending = 0;      // bytes given to the stream since
-    off_t _full_at = 0;      // size beyond which the file may not have room for another line
+    off_t _full_at = NEVER;  // size beyond which the file may not have room for another line
     RetryPause _pause;       // between attempts at a rotation that is blocked
 };
