@@ -4,16 +4,10 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <functional>
 #include <gmock/gmock.h>
-#include <map>
-#include <memory>
-#include <sstream>
-#include <string>
 #include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 #include "primitives/log/FFDC.h"
 #include "primitives/log/Log.h"
@@ -29,11 +23,10 @@ inline constexpr int BARE = ULOG_BARE_TEXT | ULOG_NO_SOURCE;
 using Strings = std::vector<std::string>;
 
 // A stream of the program's that hands over the bytes of each write.
-class CallingStream {
-public:
-    explicit CallingStream(std::function<void(std::string_view)> taker) : _taker(std::move(taker)) {
+struct CallingStream {
+    explicit CallingStream(std::function<void(std::string_view)> to) : taker(std::move(to)) {
         const auto write = [](void* self, const char* bytes, size_t size) {
-            static_cast<CallingStream*>(self)->_taker({bytes, size});
+            static_cast<CallingStream*>(self)->taker({bytes, size});
             return static_cast<ssize_t>(size);
         };
         fp = fopencookie(this, "w", {nullptr, write, nullptr, nullptr});
@@ -41,46 +34,39 @@ public:
     }
     ~CallingStream() { fclose(fp); }
 
+    std::function<void(std::string_view)> taker;
     FILE* fp;
-
-private:
-    std::function<void(std::string_view)> _taker;
 };
 
 // Threads that call put(thread, 0), put(thread, 1), ... at most `most` times each, until they are stopped.
-class Producers {
-public:
+struct Producers {
     Producers(size_t count, long most, const std::function<void(size_t, long)>& put) : sent(count, 0) {
         for (size_t p = 0; p < count; ++p)
-            _threads.emplace_back([this, p, most, put] {
-                for (long& n = sent[p]; n == 0 || (n < most && !_is_over); ++n) put(p, n);
+            threads.emplace_back([this, p, most, put] {
+                for (long& n = sent[p]; n == 0 || (n < most && !is_over); ++n) put(p, n);
             });
     }
     void stop() {
-        _is_over = true;
-        for (auto& thread : _threads) thread.join();
+        is_over = true;
+        for (auto& thread : threads) thread.join();
     }
 
     std::vector<long> sent; // by each thread; read it after stop()
-
-private:
-    std::atomic<bool> _is_over{false};
-    std::vector<std::thread> _threads;
+    std::atomic<bool> is_over{false};
+    std::vector<std::thread> threads;
 };
 
 // No file grows beyond `size` bytes while it lives.
-class FullDisk {
-public:
+struct FullDisk {
     explicit FullDisk(size_t size) {
         std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &_before);
-        const rlimit full = {size, _before.rlim_max};
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit full = {size, before.rlim_max};
         setrlimit(RLIMIT_FSIZE, &full);
     }
-    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &_before); }
+    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &before); }
 
-private:
-    rlimit _before;
+    rlimit before;
 };
 
 class LogFixture : public testing::Test {
@@ -133,6 +119,14 @@ protected:
             EXPECT_EQ(name + " " + std::to_string(next[name]++), text);
         }
         return next;
+    }
+
+    // What an action writes to standard output and standard error.
+    static std::string printed(const std::function<void()>& action) {
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        action();
+        return testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
     }
 
     // Writes the catalogs of the module for a language: texts by category and number.
