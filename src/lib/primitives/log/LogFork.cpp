@@ -34,6 +34,7 @@ struct LogFork {
         timeval now;
         gettimeofday(&now, nullptr);
         const timespec deadline = QENCondDeadline(now, WAIT_MS);
+        LogLock::give_way_to_fork();
         for (Log* log : live().logs) log->_lock.before_fork(deadline);
         LogCatalog::lock().before_fork(deadline);
         logger_thread().before_fork();
@@ -44,6 +45,7 @@ struct LogFork {
         logger_thread().after_fork_in_parent();
         LogCatalog::lock().after_fork_in_parent();
         for (Log* log : live().logs) log->_lock.after_fork_in_parent();
+        LogLock::end_fork();
         QENMutexUnlock(&live().lock);
     }
     static void in_child() {
@@ -51,6 +53,7 @@ struct LogFork {
         logger_thread().after_fork_in_child();
         (void)LogCatalog::lock().after_fork_in_child();
         for (Log* log : live().logs) log->_continue_in_child(/*is_whole=*/log->_lock.after_fork_in_child());
+        LogLock::end_fork();
         QENMutexUnlock(&live().lock);
     }
 };

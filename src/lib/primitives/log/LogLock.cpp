@@ -3,8 +3,19 @@
 
 constinit thread_local unsigned LogLock::_depth = 0;
 
+namespace {
+
+std::atomic<bool> fork_waits{false};
+pthread_mutex_t gate = PTHREAD_MUTEX_INITIALIZER; // held by the fork that waits
+
+} // namespace
+
 LogLock::entry LogLock::_lock_and_enter() {
     if (is_mine()) return NESTED;
+    if (fork_waits.load(std::memory_order_relaxed) && !is_within_a_log()) {
+        QENMutexLock(&gate);
+        QENMutexUnlock(&gate);
+    }
     QENMutexLock(&_mutex);
     // Rarely, the process's first thread went in alone and started another one from there.
     while (_inside.load(std::memory_order_acquire) != nullptr) QENThreadYield();
@@ -15,6 +26,16 @@ LogLock::entry LogLock::_lock_and_enter() {
 void LogLock::_unlock() {
     _go_out();
     QENMutexUnlock(&_mutex);
+}
+
+void LogLock::give_way_to_fork() {
+    QENMutexLock(&gate);
+    fork_waits.store(true, std::memory_order_relaxed);
+}
+
+void LogLock::end_fork() {
+    fork_waits.store(false, std::memory_order_relaxed);
+    QENMutexUnlock(&gate);
 }
 
 void LogLock::before_fork(const timespec& deadline) {

@@ -44,6 +44,11 @@ public:
         const int _entry;
     };
 
+    // Around the calls for each log. In between, other threads wait outside unless they are in a log already:
+    // mutexes are not fair, and writers that come one after the other could keep the fork out for seconds.
+    static void give_way_to_fork();
+    static void end_fork();
+
     // Around a fork. before_fork waits until nobody is inside, but no longer than the deadline, and keeps
     // others out; the calling thread itself may be inside.
     void before_fork(const timespec& deadline);
