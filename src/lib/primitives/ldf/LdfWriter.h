@@ -44,12 +44,12 @@ public:
     int open(const char* namep, int flags);
 
     // Appends one record, after rotating when the file has reached maxlen(), the size that the system lets a
-    // file of this process have, or, near 2 GiB, the offset at which readers stop. filep and func may be null;
-    // arguments count up to the first null one. time_stamp in seconds since 1970-01-01 UTC, seq LDF_NO_SEQ for
-    // none, obj_tag 0 to 6 (anything else is a caller's mistake and fatal). When the fields together exceed
-    // LDF_TEXT_MAX, the record has an empty text. A record that cannot be written is dropped, and the file
-    // stays as it was. A file that cannot be rotated is continued. The system log tells so once, and the
-    // rotation is tried again after pauses that grow.
+    // file of this process have, or, near 2 GiB, the offset at which readers stop. filep and func may be
+    // null; arguments count up to the first null one. time_stamp in seconds since 1970-01-01 UTC, seq
+    // LDF_NO_SEQ for none, obj_tag 0 to 6 (anything else is a caller's mistake and fatal). When the fields
+    // together exceed LDF_TEXT_MAX, the record has an empty text. A record that cannot be written is dropped,
+    // and the file stays as it was. A file that cannot be rotated is continued. The system log tells so once,
+    // and the rotation is tried again after pauses that grow.
     void write(char sev, int time_stamp, char obj_tag, unsigned msgcatID, const char* filep, int line_no,
                unsigned seq, const char* func, const char* arg1, const char* arg2, const char* arg3,
                const char* arg4, const char* arg5, const char* arg6);

@@ -94,7 +94,7 @@ TEST_F(GenerationsTest, MovesOnWhatIsThereOrLeavesTheCurrentFile) {
     fs::create_hard_link(folder + NAMES[0], folder + NAMES[1]); // as a death between two steps leaves it
     files.mend();
     EXPECT_EQ("a---", found());
-    EXPECT_EQ(0, in_child([this] { return close(0), files.make_new("+", O_RDWR) < 3; }))
+    EXPECT_EQ(0, in_child([this] { return close(0), files.make_new("+", QENAccess::UPDATE) < 3; }))
         << "no standard stream";
 }
 
