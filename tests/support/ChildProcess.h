@@ -5,18 +5,20 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+// The exit status of a child; a signal's number as a negative value.
+inline int wait_for(pid_t pid) {
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+}
+
 // The child exits with what the piece returns.
 class ChildProcess {
 public:
     explicit ChildProcess(const std::function<int()>& run) : _pid(fork()) {
         if (_pid == 0) _exit(run());
     }
-    // Waits for its end: the exit status, -1 when a signal ended it.
-    int wait() const {
-        int status = -1;
-        waitpid(_pid, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
+    int wait() const { return wait_for(_pid); }
 
 private:
     pid_t _pid;

@@ -15,7 +15,7 @@
 #include "primitives/message/MsgStruct.h"
 #include "primitives/values/VList.h"
 #include "support/CatalogBuilder.h"
-#include "support/RunCommand.h"
+#include "support/ChildProcess.h"
 #include "support/SyslogTrap.h"
 #include "support/TempDir.h"
 
