@@ -206,7 +206,7 @@ TEST_F(LogWriteTest, DebugMessagesWaitInTheBufferUnlessTheirTagFlushes) {
     }
     const auto given = opened("given", fopen((root + "/given").c_str(), "w"), BARE);
     for (int i = 0; i < 2; ++i) given->write_dbg(DBG_IPM, "f", "g", 1, 0, 25, 1, "debug");
-    EXPECT_EQ("", slurp(root + "/given"));
+    EXPECT_EQ("", dir.read("given"));
 }
 
 TEST_F(LogWriteTest, CacheKeepsTheLatestMessages) {
