@@ -40,7 +40,9 @@ class RecordDisplay;
 // order. A message from within the write of the same log, by a stream of the program's, is dropped.
 //
 // The end: what was queued is written before a log is deleted and when the program calls exit; not before
-// _exit or a fatal signal. A class derived from Log that overrides write_log is deleted after stop_logger.
+// _exit or a fatal signal. exit is called by a thread, one that waits for signals with sigwait for instance,
+// not within a signal handler: the thread that the handler interrupted may hold what the logger thread needs.
+// A class derived from Log that overrides write_log is deleted after stop_logger.
 //
 // Forks: a forked child has no logger thread until it starts one, and the parent's queue is the parent's. The
 // child may write to the logs that it inherits: lines are appended to the current file, but no record is
