@@ -37,6 +37,9 @@ TEST(VList, ConcatFillsStringsOf255Characters) {
         EXPECT_EQ(strlen(list.tail()->getstr()) + static_cast<size_t>(list.tail()->bal()), 255u);
     }
     EXPECT_EQ(list.count(), 1 + (1532 + 254) / 255);
+    const std::unique_ptr<NVList> names(list.convertToNVList(true, nullptr)); // the strings are its own now
+    list.concat("x");
+    EXPECT_STREQ(list.tail()->getstr(), "x");
     for (const int32_t bal : {255, INT32_MAX, -1, 253}) { // none agrees with a text of one character
         list.tail()->set_bal(bal);
         list.concat("x");
