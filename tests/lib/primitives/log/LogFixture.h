@@ -58,8 +58,8 @@ struct Producers {
 
 // No file grows beyond `size` bytes while it lives.
 struct FullDisk {
-    explicit FullDisk(size_t size) {
-        std::signal(SIGXFSZ, SIG_IGN);
+    explicit FullDisk(size_t size, sighandler_t when_it_would = SIG_IGN) {
+        std::signal(SIGXFSZ, when_it_would);
         getrlimit(RLIMIT_FSIZE, &before);
         const rlimit full = {size, before.rlim_max};
         setrlimit(RLIMIT_FSIZE, &full);
