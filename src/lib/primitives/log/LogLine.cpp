@@ -78,9 +78,9 @@ void LogLine::put_source(const LogMessage& m, LineBuffer& line) {
     line.append(m.source);
     line.append(':');
     line.append(QENTextOf(m.call.whop));
-    char number[16] = "[";
-    char* end = std::to_chars(number + 1, std::end(number), m.call.line).ptr;
-    *end++ = ']';
-    *end++ = '\n';
+    char number[16];
+    const char* end = std::to_chars(number, std::end(number), m.call.line).ptr;
+    line.append('[');
     line.append({number, static_cast<size_t>(end - number)});
+    line.append("]\n");
 }
