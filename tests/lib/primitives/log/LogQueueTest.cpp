@@ -34,7 +34,7 @@ protected:
 TEST_F(LogQueueTest, WritesInOrderAndStopsAtOnceAndStartsAgain) {
     long count = 0;
     const auto put_next = [&](int way) { put(log, "n " + std::to_string(count++), way); };
-    const auto begin = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::duration shortest_stop = 1h;
     for (int i = 0; i < 5; ++i) {
         Log::start_logger();
         Log::start_logger(); // no effect
@@ -43,13 +43,15 @@ TEST_F(LogQueueTest, WritesInOrderAndStopsAtOnceAndStartsAgain) {
         put_next(1);
         while (std::ssize(lines()) < count) std::this_thread::sleep_for(1ms);
         for (int n = 0; n < 500; ++n) put_next(n % 3);
+        const auto begin = std::chrono::steady_clock::now();
         Log::stop_logger();
+        shortest_stop = std::min(shortest_stop, std::chrono::steady_clock::now() - begin);
         Log::stop_logger(); // no effect
         EXPECT_FALSE(Log::run_thread());
         put_next(1);
         EXPECT_EQ(count, counted(lines())["n"]);
     }
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 3s) << "waited for its time-out";
+    EXPECT_LT(shortest_stop, 500ms) << "each one waited for its time-out";
     Log::enq(new vlog_msg_t(&log, {1, SEV_INFO, "f", "g", 1, BARE, 25, 1}, nullptr, message("t").release()));
     const std::unique_ptr<DList> records(Log::deq(-1));
     ASSERT_EQ(1, records->count());
