@@ -10,7 +10,7 @@ endif()
 add_library(taq_test_warnings INTERFACE)
 target_link_libraries(taq_test_warnings INTERFACE taq_warnings)
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  target_compile_options(taq_test_warnings INTERFACE -Wno-stringop-overflow -Wno-array-bounds)
+  target_compile_options(taq_test_warnings INTERFACE -Wno-array-bounds -Wno-restrict -Wno-stringop-overflow)
 endif()
 
 if(TAQ_SANITIZE)
