@@ -145,13 +145,15 @@ TEST(LocalTimeTextTest, AlwaysSaysWhatTheLibrarySays) {
         char room[64];
         LocalTimeText text(format, room); // which has to notice a changed locale and a changed zone
         for (int change = 0; change < 16; ++change) {
-            setenv("TZ", zones[change / 4], 1);
+            const int zone = change / 4, column = change % 4; // one of both changes at a time
+            const char* locale = locales[zone % 2 == 0 ? column : 3 - column];
+            setenv("TZ", zones[zone], 1);
             tzset();
-            ASSERT_NE(nullptr, setlocale(LC_TIME, locales[change % 4]));
+            ASSERT_NE(nullptr, setlocale(LC_TIME, locale));
             for (int i = 0; i < 4500; step(i++)) {
                 char expected[256] = "";
                 strftime(expected, sizeof expected, format, localtime(&t));
-                ASSERT_EQ(expected, text.at(t)) << getenv("TZ") << " " << locales[change % 4] << " " << t;
+                ASSERT_EQ(expected, text.at(t)) << getenv("TZ") << " " << locale << " " << t;
             }
         }
     }
