@@ -150,8 +150,8 @@ private:
             SCOPED_TRACE(_path.filename().string() + ":" + std::to_string(_step) + ": $ " +
                          command.substr(0, 99));
             _streams.write("script", "cd\n" + _definitions + command);
-            const int status = std::system(("cd " + _streams.path() +
-                                            "; exec env -i TZ=UTC LC_ALL=C 'LOCPATH=" TAQ_TEST_LOCALES
+            const int status = std::system(("cd '" + _streams.path() +
+                                            "'; exec env -i TZ=UTC LC_ALL=C 'LOCPATH=" TAQ_TEST_LOCALES
                                             "' 'PATH=" TAQ_COMMAND_FOLDER ":/usr/bin:/bin'" +
                                             _environment + " sh script </dev/null >out 2>err")
                                                .c_str());
