@@ -15,7 +15,7 @@ protected:
     }
     // A log for the rest of the process whose first write does something else before.
     static Log& log_that(const std::function<void()>& call) {
-        static Log log;
+        static auto& log = *new Log; // the end of a static one would write what is queued
         static auto* const stream = new CallingStream([call, is_first = true](std::string_view) mutable {
             if (std::exchange(is_first, false)) call();
         });
@@ -38,6 +38,11 @@ TEST_F(LogProcessTest, ExitWritesWhatIsQueued) {
                 put_all(log, MANY);
                 exit(0);
             }).join();
+        },
+        [](Log& log) { // while another thread stops the logger
+            put_all(log, MANY);
+            std::thread(Log::stop_logger).detach();
+            while (Log::run_thread()) std::this_thread::yield();
         },
         [](Log& log) { // of the logger thread
             Log& exiting = log_that([&] {
@@ -142,6 +147,7 @@ TEST_F(LogProcessTest, AForkedChildRotatesNothingAndFollowsItsParent) {
     put(*log, "first");
     log->write_dbg(DBG_1, "f", "g", 1, BARE, 25, 1, "not yet flushed");
     put_in_child("child");
+    EXPECT_EQ(1, record_count());
     put(*log, "second");
     EXPECT_EQ("before the parent's first line\nfirst\nchild\nnot yet flushed\nsecond\n", body());
 
