@@ -123,7 +123,7 @@ void Log::_write_message(LogMessage& m) {
     _file.begin();
     const bool flush = _write_line(m);
     if (!m.is_debug && !_on_standard_stream()) {
-        if (m.is_recorded && !_is_inherited()) _copy.add(m);
+        if (m.is_recorded) _copy.add(m);
         if (!m.leaves_out(ULOG_NO_EVENT) && QENIsEvent(m.logical_sev))
             LogAdmin::mirror(m.logical_sev, static_cast<int>(m.number()), m.text);
     }
