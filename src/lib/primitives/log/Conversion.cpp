@@ -221,7 +221,7 @@ size_t Conversion::format(const ArgValue& value, int error, char* out, size_t si
     case ArgType::NOTHING:
         _write_specifier(specifier, "");
         errno = error;
-        full = snprintf(out, size, specifier);
+        full = snprintf(out, size, specifier, 0); // %m takes no argument
         break;
     default:
         _write_specifier(specifier, letter == 'c' ? "" : "j");

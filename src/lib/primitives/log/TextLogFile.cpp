@@ -71,7 +71,7 @@ bool TextLogFile::_use(int fd, off_t size) {
     if (_stream != nullptr) fclose(_stream);
     _stream = stream;
     _bytes = QENSaturatedFileSize(size);
-    _full_at = QENFileSizeLimit() - LineBuffer::CAPACITY;
+    _full_at = QENFileSizeLimit() - static_cast<off_t>(LineBuffer::CAPACITY);
     _flushed = size;
     _pending = 0;
     _forks = QENForkCount();

@@ -184,7 +184,7 @@ TEST_F(LdfWriterTest, SetsAsideWhatItCannotContinue) {
 TEST_F(LdfWriterTest, ShortageOfDescriptorsCostsNoFile) {
     LdfBuilder().record().write(path(A));
     const std::string before = temp.read("ldf/log_A.ldf");
-    for (const rlim_t left : {0, 1}) {
+    for (const rlim_t left : {0U, 1U}) {
         rlimit limit;
         ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &limit));
         const int next = dup(0);
