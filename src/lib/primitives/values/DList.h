@@ -163,6 +163,7 @@ inline void DList::_link_before(DLink* place, DLink* dlink) {
 inline void DLink::_leave() {
     if (_prev != nullptr) _prev->_next = _next;
     if (_next != nullptr) _next->_prev = _prev;
+    // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): only a link that is in a list leaves it
     if (_dlist->_head == this) _dlist->_head = _next;
     if (_dlist->_tail == this) _dlist->_tail = _prev;
     if (--_dlist->_count == 0)
