@@ -1,5 +1,5 @@
-// The log: one destination of messages, under the names that programs use. The operations are described in
-// the headers that are named beside them, those of MessageBuilder are inherited.
+// The log: one destination of messages, under the names that programs use. The headers that are named beside
+// the operations describe them; those of MessageBuilder are inherited.
 #pragma once
 
 #include <atomic>
@@ -19,6 +19,7 @@
 #include "primitives/log/LogIdentity.h"
 #include "primitives/log/LogLine.h"
 #include "primitives/log/LogLock.h"
+#include "primitives/log/LogLoss.h"
 #include "primitives/log/LoggerThread.h"
 #include "primitives/log/MessageBuilder.h"
 #include "primitives/log/ShownRecord.h"
@@ -36,20 +37,17 @@ class RecordDisplay;
 //     if (log->open("engine", /*fp=*/nullptr, /*flags=*/0, nullptr) != ULOG_OK) ...
 //
 // Threads: without the logger thread each write waits for the one in progress. After start_logger a call
-// appends to a queue and returns, and one thread writes. Either way the messages of a thread keep their
-// order. A message from within the write of the same log, by a stream of the program's, is dropped.
+// appends to a queue and returns, and one thread writes. Each thread's messages keep their order. A message
+// from within the write of the same log, by a stream of the program's, is dropped.
 //
 // The end: what was queued is written before a log is deleted and when the program calls exit; not before
-// _exit or a fatal signal. exit is called by a thread, one that waits for signals with sigwait for instance,
-// not within a signal handler: the thread that the handler interrupted may hold what the logger thread needs.
-// A class derived from Log that overrides write_log is deleted after stop_logger.
+// _exit or a fatal signal. A thread calls exit (one in sigwait, say), never a signal handler: the interrupted
+// thread may hold what the logger thread needs. A class derived from Log that overrides write_log is deleted
+// after stop_logger.
 //
-// Forks: a forked child has no logger thread until it starts one, and the parent's queue is the parent's. The
-// child may write to the logs that it inherits: lines are appended to the current file, but no record is
-// written and nothing is rotated. For a log of its own it opens another name. A log that a thread of the
-// parent had been writing to for more than a second at the fork is closed in the child.
+// Forks: a child appends lines to the logs that it inherits and writes no records: LogFork.h.
 //
-// Logging never stops the program. What cannot be written is dropped.
+// Logging never stops the program. What cannot be written is dropped, counted and told: LogLoss.h.
 class Log : public ILog, public MessageBuilder, public Pooled<MEM_LOG> {
 public:
     // --- The process: LogIdentity.h. init also names the process in the system log: modulep, or null for the
@@ -88,7 +86,7 @@ public:
     void get_all_set_dbg_tags(char* set_dbgtag, int size_setdbgtag) override;
 
     // --- Writing: ILog.h. write_packed: a message that a site packed. write_buf: as write_app, from a text
-    // and up to six arguments, which end at the first null one.
+    // and arguments up to the first null one.
     void write_app(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
                    int id, MsgStruct* ipm_msg_in) override;
     void write_packed(const LogCall& call, const PackedMessage& message);
@@ -101,6 +99,9 @@ public:
     void write_log(time_t timet, int sev, const char* whop, const char* filep, int line, int flags, int cat,
                    int id, const char* msgp, MsgStruct* msg_structp) override;
 
+    // --- Lost messages: LogLoss.h.
+    const LogLoss& losses() const { return _loss; }
+
     // --- Messages for the administrator: LogAdmin.h. admin_msg takes the message over.
     static void admin_msg(int sev, const char* whop, const char* filep, int line, int cat, int id,
                           MsgStruct* msg_structp);
@@ -110,17 +111,16 @@ public:
     static int get_adminlog_facility() { return LogAdmin::facility(); }
     static int verify_facility(const char* facility) { return LogAdmin::verify_facility(facility); }
 
-    // --- The cache: LogCache.h.
+    // --- The cache: LogCache.h. notify_add is called after each addition; a place for a breakpoint.
     void set_cache_enabled() override { _cache.enable(); }
     void set_cache_disabled() override;
     void reset_cache() override;
     VList* cache_vlistp() override { return _cache.list(); }
-    void notify_add(MsgStruct*) {} // called after each addition to the cache; a place for a breakpoint
+    void notify_add(MsgStruct*) {}
 
-    // --- Showing records: ILog.h, RecordDisplay.h. display_ldf_record takes views instead of a list; one
-    // with null data ends them. The line goes to `out`, which the caller sends to the log's stream: many
-    // lines leave together, and whatever else goes to that stream meanwhile must go through `out` as well. A
-    // changed time zone or locale shows with the next record of another second.
+    // --- Showing records: ILog.h, RecordDisplay.h. display_ldf_record takes views; one with null data ends
+    // them. The line goes to `out`, which the caller sends to the log's stream; whatever else goes there
+    // meanwhile must go through `out` as well. A changed time zone or locale shows with another second.
     void display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_id, VList* vlistp,
                            int flags) override;
     void display_ldf_record(const ShownRecord& record, ArgViews args, int flags, LineBuffer& out);
@@ -188,11 +188,12 @@ private:
     bool _is_file_log = false;    // else on a given stream
     int _open_flags = 0;
     std::unique_ptr<char[]> _namep;
+    LogLoss _loss; // needs no lock
     LogCache _cache;
     LogCatalog _catalog; // closed unless the stream is a standard one
     LogLine _line{_catalog};
-    std::unique_ptr<char[]> _line_roomp;      // for the line in progress, made for the first one
-    std::unique_ptr<RecordDisplay> _displayp; // made for the first record that is shown
+    std::unique_ptr<char[]> _line_roomp; // for the line in progress; this and the next made when needed
+    std::unique_ptr<RecordDisplay> _displayp;
 };
 
 // The open log of that name, or null.

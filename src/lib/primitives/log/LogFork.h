@@ -8,6 +8,10 @@ class Log;
 // the first-failure capture and the system log, in this order, which is the order in which a thread that
 // writes a message takes their locks. A write that takes longer than a second is not waited for: the child
 // then has its log closed.
+//
+// A forked child has no logger thread until it starts one, and the parent's queue is the parent's. The child
+// may write to the logs that it inherits: lines are appended to the current file, but no record is written
+// and nothing is rotated. For a log of its own it opens another name.
 
 // From now on. Before the first of the locks is used.
 void log_prepare_for_forks();
