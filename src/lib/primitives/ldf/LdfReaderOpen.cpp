@@ -104,19 +104,6 @@ void LdfReader::_delete_short_file(int fd) {
         (void)QENDeleteFile(_pathp.get(), nullptr); // the result of open is the same either way
 }
 
-namespace {
-
-// Whether the counters by object type make up the total.
-bool adds_up(const ldf_header_t& h) {
-    int64_t sum = 0;
-    for (int32_t total : {h.total_res_msg, h.total_agt_msg, h.total_grp_msg, h.total_sys_msg, h.total_clu_msg,
-                          h.total_hmx_msg, h.total_qen_msg})
-        sum += total;
-    return sum == h.total_msgs;
-}
-
-} // namespace
-
 // Beside a writer, a read may find the start of one header and the end of the next. When the parts do not fit
 // together they are read again; after some attempts the header is taken as it is.
 int LdfReader::_read_header() {
@@ -124,7 +111,7 @@ int LdfReader::_read_header() {
     int rc = LDF_EFAIL;
     for (int i = 0; i < ATTEMPTS; ++i) {
         rc = _read_header_once();
-        if (rc == LDF_OK ? adds_up(_ldf_header)
+        if (rc == LDF_OK ? ldf_adds_up(_ldf_header)
                          : _ldf_header.signature != LDF_SIGNATURE || rc == LDF_EVERSION)
             break;
     }

@@ -69,6 +69,14 @@ int ldf_decode_header(const unsigned char* in, int64_t filesize, ldf_header_t& h
     return h.offset_end <= filesize ? LDF_OK : LDF_EFAIL;
 }
 
+bool ldf_adds_up(const ldf_header_t& h) {
+    int64_t sum = 0;
+    for (int32_t total : {h.total_res_msg, h.total_agt_msg, h.total_grp_msg, h.total_sys_msg, h.total_clu_msg,
+                          h.total_hmx_msg, h.total_qen_msg})
+        sum += total;
+    return sum == h.total_msgs;
+}
+
 namespace {
 
 // Appends field and separator at `used`; false when they and a closing NUL do not fit.

@@ -133,6 +133,10 @@ void ldf_encode_header(const ldf_header_t& h, unsigned char* out);
 // With a wrong signature or version the fields behind it are zero: their layout is not known.
 int ldf_decode_header(const unsigned char* in, int64_t filesize, ldf_header_t& h);
 
+// Whether the counters by object type make up the total. If not, the header may be a mixture of two, read
+// while it was written.
+bool ldf_adds_up(const ldf_header_t& h);
+
 // Writes the fixed part of a record, 23 bytes, to `out`.
 inline void ldf_encode_record(const ldf_msg_header_t& m, unsigned char* out) {
     put_be32(out, m.data_size);
