@@ -11,16 +11,13 @@
 // a folder of the session's own; $DATA is the folder data/. A session of taqmsg runs without catalogs and
 // with the English ones, unless it sets TAQ_MESSAGES_DIR.
 #include "support/LdfBuilder.h"
+#include "support/Prelude.h"
 #include "support/TempDir.h"
 
-#include <gtest/gtest.h>
-#include <map>
 #include <regex>
 #include <sys/wait.h>
 
 namespace {
-
-namespace fs = std::filesystem;
 
 const std::map<std::string, size_t> header_words = {{"signature", 0}, {"major", 4},  {"platform", 45},
                                                     {"created", 49},  {"total", 57}, {"flags", 109},

@@ -2,8 +2,7 @@
 #include "cmd/taqgencat/CatalogLister.h"
 #include "cmd/taqgencat/SourceParser.h"
 #include "support/Bytes.h"
-
-#include <gtest/gtest.h>
+#include "support/Prelude.h"
 
 using namespace gencat;
 

@@ -3,9 +3,8 @@
 #include "cmd/taqgencat/MapFile.h"
 #include "cmd/taqgencat/ModuleWriter.h"
 #include "i18n/common/i18n.h"
+#include "support/Prelude.h"
 #include "support/TempDir.h"
-
-#include <gtest/gtest.h>
 
 using namespace gencat;
 

@@ -1,5 +1,4 @@
-#include <gtest/gtest.h>
-
+#include "support/Prelude.h"
 #include "taqmsg.h"
 
 TEST(DiscardExt, NameWithoutExtension) {

@@ -1,8 +1,7 @@
-#include <gtest/gtest.h>
-
 #include "commoncmd/commoncmd.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/MessageSite.h"
+#include "support/Prelude.h"
 
 TEST(Commoncmd, PairOfLogsCanBeReplacedAndIsDroppedOnce) {
     setenv("TAQ_MESSAGES_DIR", "/nowhere", 1);

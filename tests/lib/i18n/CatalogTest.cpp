@@ -2,8 +2,6 @@
 
 #include "I18nFixture.h"
 
-using namespace std::string_literals;
-
 namespace {
 
 using Catalog = I18nTest;

@@ -1,8 +1,6 @@
 #include "I18nFixture.h"
 #include "i18n/unix/i18n_conv.h"
 
-using namespace std::string_literals;
-
 namespace {
 
 constexpr char HIRAGANA_A[] = "\xE3\x81\x82";

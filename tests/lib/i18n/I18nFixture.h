@@ -2,14 +2,10 @@
 #pragma once
 
 #include <clocale>
-#include <cstdlib>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "i18n/common/i18n.h"
 #include "support/CatalogBuilder.h"
+#include "support/Prelude.h"
 #include "support/TempDir.h"
 
 class I18nTest : public ::testing::Test {

@@ -1,6 +1,4 @@
-#include <fcntl.h>
 #include <set>
-#include <unistd.h>
 
 #include "I18nFixture.h"
 

@@ -1,7 +1,5 @@
 #include "i18n/common/bmcmap.h"
 
-#include <sys/stat.h>
-
 #include "I18nFixture.h"
 
 namespace {

@@ -1,6 +1,5 @@
 // Each allocation of an open and a lookup fails once. The room must use the nothrow operators only: the plain
 // ones of a service end its process.
-#include <cstdlib>
 #include <new>
 
 #include "I18nFixture.h"

@@ -1,14 +1,8 @@
 // A buffer beside a string, and the chain of buffers.
 #include "network/NetBuffer.h"
 
-#include <algorithm>
-#include <climits>
-#include <gtest/gtest.h>
-#include <random>
-#include <string>
-#include <tuple>
-
 #include "support/FailingMalloc.h"
+#include "support/Prelude.h"
 
 namespace {
 

@@ -3,12 +3,7 @@
 #include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
 #include "support/ChildProcess.h"
-
-#include <cerrno>
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <string>
-#include <vector>
+#include "support/Prelude.h"
 
 // Stands in for write() in the library (linked with --wrap=write): the next results, -errno for a failure.
 static std::vector<ssize_t> write_results;

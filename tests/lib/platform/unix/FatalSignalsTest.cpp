@@ -1,17 +1,9 @@
 // Each case runs in a child process, which must end by the fatal signal itself.
 #include "platform/unix/QENHooks.h"
 #include "platform/unix/QENPlatform.h"
-
-#include <chrono>
-#include <csignal>
-#include <cstdlib>
-#include <gtest/gtest.h>
-#include <thread>
-#include <unistd.h>
+#include "support/Prelude.h"
 
 namespace {
-
-using namespace std::chrono_literals;
 
 volatile int zero = 0;
 

@@ -1,15 +1,8 @@
 // Owner-checked locks and condition variables.
 #include "platform/unix/QENThread.h"
-
-#include <cerrno>
-#include <chrono>
-#include <climits>
-#include <gtest/gtest.h>
-#include <thread>
+#include "support/Prelude.h"
 
 namespace {
-
-using namespace std::chrono_literals;
 
 struct LockTest : testing::Test {
     LockTest() { QENLockInit(&lock), QENCondCvinit(&cond, nullptr); }

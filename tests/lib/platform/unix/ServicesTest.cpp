@@ -1,14 +1,7 @@
 // Files, directories, and time.
 #include "platform/unix/QENPlatform.h"
+#include "support/Prelude.h"
 #include "support/TempDir.h"
-
-#include <cerrno>
-#include <csignal>
-#include <ctime>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-namespace fs = std::filesystem;
 
 namespace {
 

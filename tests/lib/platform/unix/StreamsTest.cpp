@@ -1,11 +1,5 @@
 #include "platform/unix/QENStreams.h"
-
-#include <csignal>
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <string>
-#include <thread>
-#include <unistd.h>
+#include "support/Prelude.h"
 
 namespace {
 

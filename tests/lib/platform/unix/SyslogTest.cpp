@@ -2,10 +2,9 @@
 #include "platform/unix/QENAssert.h"
 #include "platform/unix/QENHooks.h"
 #include "platform/unix/QENPlatform.h"
+#include "support/Prelude.h"
 #include "support/SyslogTrap.h"
 
-#include <gtest/gtest.h>
-#include <string>
 #include <syslog.h>
 
 namespace {

@@ -2,12 +2,8 @@
 #include "platform/unix/QENThread.h"
 
 #include "platform/unix/QENHooks.h"
+#include "support/Prelude.h"
 #include "support/SyslogTrap.h"
-
-#include <cerrno>
-#include <gmock/gmock.h>
-#include <string>
-#include <vector>
 
 namespace {
 

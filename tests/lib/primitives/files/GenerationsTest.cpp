@@ -1,14 +1,8 @@
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <string>
-#include <unistd.h>
-
 #include "primitives/files/Generations.h"
 #include "support/ChildProcess.h"
+#include "support/Prelude.h"
 #include "support/SystemCalls.h"
 #include "support/TempDir.h"
-
-namespace fs = std::filesystem;
 
 class GenerationsTest : public testing::Test {
 protected:

@@ -1,15 +1,8 @@
-#include <fcntl.h>
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <string>
-#include <unistd.h>
-#include <vector>
-
 #include "primitives/files/NameLock.h"
 #include "support/ChildProcess.h"
+#include "support/Prelude.h"
 #include "support/TempDir.h"
 
-namespace fs = std::filesystem;
 using Holder = NameLock::Holder;
 
 class NameLockTest : public testing::Test {

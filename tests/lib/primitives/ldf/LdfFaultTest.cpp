@@ -1,9 +1,6 @@
 // Calls that fail, come up short or are the last of a process, and what stands in a writer's way.
-#include <cerrno>
 
 #include "LdfFixture.h"
-
-namespace fs = std::filesystem;
 
 // What happens to the next calls of one name, in order: bytes that are transferred, or an error. More pass.
 static void plan(std::string_view name, std::vector<ssize_t> steps) {

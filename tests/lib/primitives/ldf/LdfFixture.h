@@ -1,16 +1,11 @@
 // A data root of its own for each test, with verbs to put files there and to read them back.
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <string>
-#include <vector>
-
 #include "primitives/ldf/LdfReader.h"
 #include "primitives/ldf/LdfWriter.h"
 #include "support/ChildProcess.h"
 #include "support/LdfBuilder.h"
+#include "support/Prelude.h"
 #include "support/SyslogTrap.h"
 #include "support/SystemCalls.h"
 #include "support/TempDir.h"

@@ -1,11 +1,8 @@
 // The format itself, and the names of object types.
-#include <random>
 #include <sstream>
 
 #include "LdfFixture.h"
 #include "primitives/ldf/QENObjTags.h"
-
-using namespace std::string_literals;
 
 // The format spelled out, which the other tests' builder must meet: an empty header and one record.
 TEST(LdfFormat, BuilderAgreesWithTheBytes) {

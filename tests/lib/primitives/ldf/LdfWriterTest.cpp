@@ -1,10 +1,5 @@
-#include <functional>
-#include <sys/resource.h>
-#include <sys/stat.h>
-
 #include "LdfFixture.h"
 
-namespace fs = std::filesystem;
 using LdfWriterTest = LdfFixture;
 
 static const std::string A = "log_A";
@@ -58,51 +53,60 @@ TEST_F(LdfWriterTest, CountersAndTextsHaveTheirLimits) {
 }
 
 TEST_F(LdfWriterTest, SizeOfTheFileDecidesAboutRotation) {
-    const struct {
-        int64_t size;
-        int limit; // 0: not set
-        bool rotated;
-        uint32_t offset_end = 0;       // 0: behind the record
-    } cases[] = {{65535, 1000, false}, // the smallest limit
-                 {65536, 65535, true},
-                 {65536, 65537, false},
-                 {LDF_DEFAULT_MAXLEN - 1, 0, false},
-                 {LDF_DEFAULT_MAXLEN, 0, true},
-                 {5ll << 30, INT32_MAX, true},
-                 // A record more would lie where no reader goes; the file never reaches its limit.
-                 {INT32_MAX - 100, INT32_MAX, true, INT32_MAX - 100}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.size);
+    const std::tuple<int64_t, int, bool, uint32_t> cases[] = {
+        // size, limit (0: not set), whether the next record goes to a new file, offset_end (0: behind the
+        // record)
+        {65535, 1000, false, 0}, // the smallest limit
+        {65536, 65535, true, 0},
+        {65536, 65537, false, 0},
+        {LDF_DEFAULT_MAXLEN - 1, 0, false, 0},
+        {LDF_DEFAULT_MAXLEN, 0, true, 0},
+        {5ll << 30, INT32_MAX, true, 0},
+        // A record more would lie where no reader goes; the file never reaches its limit.
+        {INT32_MAX - 100, INT32_MAX, true, INT32_MAX - 100}};
+    for (const auto& [size, limit, rotated, end] : cases) {
+        SCOPED_TRACE(size);
         LdfBuilder file = LdfBuilder().record({.seq = 1});
-        if (c.offset_end) file.offset_end(c.offset_end);
+        if (end) file.offset_end(end);
         file.write(path(A));
-        ASSERT_EQ(0, truncate(path(A).c_str(), c.size));
+        ASSERT_EQ(0, truncate(path(A).c_str(), size));
         LdfWriter w;
         ASSERT_EQ(LDF_OK, w.open("log", 0));
-        if (c.limit) w.set_maxlen(c.limit);
+        if (limit) w.set_maxlen(limit);
         write(w, 2);
-        EXPECT_EQ(c.rotated ? Seqs{2} : (Seqs{1, 2}), seqs_in(A));
+        EXPECT_EQ(rotated ? Seqs{2} : (Seqs{1, 2}), seqs_in(A));
+        EXPECT_TRUE(!rotated || seqs_in("log_B") == Seqs{1}); // however large it is
     }
 }
 
-TEST_F(LdfWriterTest, OneWriterPerLog) {
-    LdfWriter first, second;
-    EXPECT_EQ(LDF_ENONAME, first.open(nullptr, 0));
-    EXPECT_EQ(LDF_OK, first.open("log", 0));
-    EXPECT_EQ(LDF_EREGISTERED, second.open("LOG", 0));
-    EXPECT_EQ(LDF_EFAIL, second.open("a/b", 0));
+// The names of readers and of writers, each kind for itself.
+template <class Object>
+static void expect_one_per_name(int (*open)(Object&, const char*), Object* (*find)(const char*)) {
+    Object first, second;
+    EXPECT_EQ(LDF_ENONAME, open(first, nullptr));
+    EXPECT_EQ(LDF_OK, open(first, "f"));
+    EXPECT_EQ(LDF_EREGISTERED, open(second, "F"));
+    EXPECT_EQ(LDF_OK, open(first, "g")); // moves on
+    EXPECT_TRUE(find("f") == nullptr && find("G") == &first);
+    Object::destroy();
+    EXPECT_EQ(LDF_ENOINIT, open(second, "h"));
+    Object::init();
+    EXPECT_EQ(LDF_OK, open(second, "g"));
+    EXPECT_EQ(LDF_OK, open(first, "f")); // gives up a name that by now is another's
+    EXPECT_EQ(&second, find("g"));
+}
+
+TEST_F(LdfWriterTest, OneObjectPerName) {
+    for (const char* name : {"f", "g"}) LdfBuilder().write(path(name));
+    expect_one_per_name<LdfReader>([](LdfReader& r, const char* name) { return r.open(nullptr, name); },
+                                   LdfReader_obj);
+    expect_one_per_name<LdfWriter>([](LdfWriter& w, const char* name) { return w.open(name, 0); }, Ldf_obj);
+    LdfWriter w;
+    EXPECT_EQ(LDF_EFAIL, w.open("a/b", 0));
     setenv("TAQ_LDF", (root + "/none").c_str(), 1);
-    EXPECT_EQ(LDF_EROOT, second.open("b", 0));
+    EXPECT_EQ(LDF_EROOT, w.open("b", 0));
     EXPECT_EQ(nullptr, Ldf_obj("b"));
-    write(second, 0); // closed: nothing happens
-    setenv("TAQ_LDF", root.c_str(), 1);
-    write(first, 7);
-    EXPECT_EQ(Seqs{7}, seqs_in(A));
-    EXPECT_EQ(LDF_OK, second.open("next", 0));
-    EXPECT_EQ(LDF_OK, second.open("third", 0)); // moves on
-    EXPECT_EQ(nullptr, Ldf_obj("next"));
-    LdfWriter::destroy();
-    EXPECT_EQ(LDF_ENOINIT, second.open("c", 0));
+    write(w, 0); // closed: nothing happens
 }
 
 TEST_F(LdfWriterTest, OneProcessPerLog) {
@@ -118,61 +122,73 @@ TEST_F(LdfWriterTest, OneProcessPerLog) {
                   LdfWriter::init(); // as if it were another program
                   clear_syslog();
                   LdfWriter own;
-                  if (own.open("log", 0) != LDF_EREGISTERED || own.is_opened() || Ldf_obj("log") != nullptr)
-                      return 1;
-                  if (syslog_texts() != std::vector{told}) return 2;
-                  if (own.open("childs", 0) != LDF_OK) return 3;
+                  EXPECT_EQ(LDF_EREGISTERED, own.open("log", 0));
+                  EXPECT_TRUE(!own.is_opened() && Ldf_obj("log") == nullptr);
+                  EXPECT_EQ(std::vector{told}, syslog_texts());
+                  EXPECT_EQ(LDF_OK, own.open("childs", 0));
                   write(own, 5);
-                  return w.open("other", 0) == LDF_OK ? 0 : 4;
+                  EXPECT_EQ(LDF_OK, w.open("other", 0));
+                  return HasFailure() ? 1 : 0;
               }));
     write(w, 3);
     EXPECT_EQ((Seqs{1, 3}), seqs_in(A));
     EXPECT_FALSE(exists(path("log_B")));
-    LdfWriter again; // the lock of the dead is free
-    EXPECT_EQ(LDF_OK, again.open("childs", 0));
-    write(again, 6);
+    EXPECT_EQ(LDF_OK, w.open("childs", 0)); // the lock of the dead is free
+    write(w, 6);
     EXPECT_EQ((Seqs{5, 6}), seqs_in("childs_A"));
 }
 
+// What stands where the current file belongs: what a reader says of it, and whether a writer keeps it aside.
 TEST_F(LdfWriterTest, SetsAsideWhatItCannotContinue) {
-    const auto file = [](const LdfBuilder& content) {
-        return [=](const std::string& p) { content.write(p); };
-    };
-    const auto link = [](const std::string& to) {
-        return [=](const std::string& p) { fs::create_symlink(to, p); };
+    using Step = std::function<void(const std::string&)>;
+    const auto file = [](const LdfBuilder& content) -> Step { return [=](auto& p) { content.write(p); }; };
+    const auto link = [](const std::string& to) -> Step {
+        return [=](auto& p) { fs::create_symlink(to, p); };
     };
     const std::string precious = temp.write("precious", "short");
-    const std::pair<std::function<void(const std::string&)>, bool> cases[] = {
-        // and whether it is kept
-        {file(LdfBuilder().version(2, 0)), true},
-        {file(LdfBuilder().record().offset_end(116)), true},
-        {file(LdfBuilder().record().total_msgs(-1)), true},
-        {[](auto& p) { fs::create_directory(p); }, true},
-        {[](auto& p) { ASSERT_EQ(0, mkfifo(p.c_str(), 0600)); }, true},
-        {link("/tmp"), true},
-        {file(LdfBuilder().truncate(116)), false},
-        {[](auto&) {}, false},
-        {link("nothing"), false},
-        {link(precious), false}, // the target of a link is not ours
+    const std::tuple<Step, int, bool> cases[] = {
+        {file(LdfBuilder().signature(0).version(4, 0)), LDF_EFAIL, true},
+        {file(LdfBuilder().version(4, 0)), LDF_EVERSION, true},
+        {file(LdfBuilder().version(3, 1)), LDF_EVERSION, true},
+        {file(LdfBuilder().offset_end(118)), LDF_EFAIL, true},
+        {file(LdfBuilder().offset_end(0x80000000u)), LDF_EFAIL, true},
+        {file(LdfBuilder().record().offset_end(116)), LDF_OK, true},
+        {file(LdfBuilder().record().total_msgs(-1)), LDF_OK, true},
+        {[](auto& p) { fs::create_directory(p); }, LDF_EFAIL, true},
+        {[](auto& p) { ASSERT_EQ(0, mkfifo(p.c_str(), 0600)); }, LDF_EFAIL, true}, // not waited for
+        {link("/tmp"), LDF_EFAIL, true},
+        {file(LdfBuilder().truncate(116)), LDF_EFAIL, false},
+        {[](auto&) {}, LDF_EFAIL, false},
+        {link("nothing"), LDF_EFAIL, false},
+        {link(precious), LDF_EFAIL, false}, // the target of a link is not ours
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
+        const auto& [lay, result, kept] = c;
+        fs::remove(path(A));
+        lay(path(A));
+        const bool stays = kept || fs::is_symlink(path(A));
+        {
+            LdfReader reader;
+            EXPECT_EQ(result, reader.open(nullptr, A.c_str()));
+            EXPECT_EQ(result == LDF_OK ? &reader : nullptr, LdfReader_obj(A.c_str()));
+        }
+        EXPECT_EQ(stays, exists(path(A))) << "a reader removes a file without room for a header";
         fs::remove_all(path(A));
         fs::remove_all(path(A) + ".err");
         temp.write("ldf/log_A.ldf.err", "older");
-        c.first(path(A));
+        lay(path(A));
         LdfWriter w;
         ASSERT_EQ(LDF_OK, w.open("log", 0));
         write(w, 5);
         EXPECT_EQ(Seqs{5}, seqs_in(A));
-        EXPECT_EQ(c.second,
-                  !fs::is_regular_file(path(A) + ".err") || temp.read("ldf/log_A.ldf.err") != "older");
+        EXPECT_EQ(kept, !fs::is_regular_file(path(A) + ".err") || temp.read("ldf/log_A.ldf.err") != "older");
     }
     EXPECT_EQ("short", temp.read("precious"));
 
     fs::remove_all(path(A) + ".err");
     LdfBuilder().version(9, 0).write(path(A)); // and it cannot be set aside
-    fs::create_directories(path(A) + ".err/full");
+    temp.make("ldf/log_A.ldf.err/full");
     LdfWriter w;
     EXPECT_EQ(LDF_EFAIL, w.open("log", 0));
     EXPECT_TRUE(!w.is_opened() && Ldf_obj("log") == &w);
@@ -183,18 +199,17 @@ TEST_F(LdfWriterTest, SetsAsideWhatItCannotContinue) {
 // The descriptors of the process are used up: the file that cannot be opened is as good as before.
 TEST_F(LdfWriterTest, ShortageOfDescriptorsCostsNoFile) {
     LdfBuilder().record().write(path(A));
-    const std::string before = temp.read("ldf/log_A.ldf");
+    rlimit limit;
+    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &limit));
     for (const rlim_t left : {0U, 1U}) {
-        rlimit limit;
-        ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &limit));
         const int next = dup(0);
         const rlimit none = {static_cast<rlim_t>(next) + left, limit.rlim_max};
         close(next);
-        ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &none));
+        setrlimit(RLIMIT_NOFILE, &none);
         LdfWriter w;
         EXPECT_EQ(LDF_EFAIL, w.open("log", 0)) << left;
-        ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
-        EXPECT_EQ(before, temp.read("ldf/log_A.ldf")) << left;
+        setrlimit(RLIMIT_NOFILE, &limit);
+        EXPECT_EQ(LdfBuilder().record().bytes(), temp.read("ldf/log_A.ldf")) << left;
     }
 }
 

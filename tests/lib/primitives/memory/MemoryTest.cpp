@@ -4,18 +4,7 @@
 
 #include "primitives/values/NVList.h"
 #include "support/FailingMalloc.h"
-
-#include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <gtest/gtest.h>
-#include <latch>
-#include <memory>
-#include <thread>
-#include <unistd.h>
-#include <vector>
-
-using namespace std::string_literals;
+#include "support/Prelude.h"
 
 namespace {
 

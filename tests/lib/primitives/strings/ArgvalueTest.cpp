@@ -1,9 +1,6 @@
 // The words of the command line and their abbreviations.
 #include "primitives/strings/argvalue.h"
-
-#include <gtest/gtest.h>
-#include <string>
-#include <vector>
+#include "support/Prelude.h"
 
 namespace {
 

@@ -1,11 +1,6 @@
 // A string buffer beside a string that says what must come out.
 #include "primitives/strings/QENStrBuffer.h"
-
-#include <climits>
-#include <cstring>
-#include <gtest/gtest.h>
-#include <random>
-#include <string>
+#include "support/Prelude.h"
 
 namespace {
 

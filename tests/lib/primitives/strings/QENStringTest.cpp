@@ -1,11 +1,6 @@
 // Bounded copying, formatting, tokens and escapes.
 #include "primitives/strings/QENString.h"
-
-#include <cstring>
-#include <gtest/gtest.h>
-#include <memory>
-#include <string>
-#include <vector>
+#include "support/Prelude.h"
 
 namespace {
 

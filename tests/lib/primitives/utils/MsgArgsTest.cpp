@@ -1,17 +1,10 @@
 // Arguments of printf as message elements, and the log message built from them.
 #include <cfloat>
-#include <climits>
-#include <cstdio>
-#include <memory>
-#include <random>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
 
 #include "primitives/message/MsgStruct.h"
 #include "primitives/utils/QENUtils.h"
 #include "primitives/utils/msg_log_add.h"
+#include "support/Prelude.h"
 
 using testing::ElementsAre;
 

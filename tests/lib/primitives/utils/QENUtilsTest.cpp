@@ -1,19 +1,10 @@
 // The system's name, local time, and tests for plain ASCII.
 #include "primitives/utils/QENUtils.h"
 
-#include <climits>
-#include <cstdlib>
-#include <cstring>
-#include <ctime>
-#include <gtest/gtest.h>
-#include <memory>
-#include <string>
-#include <sys/stat.h>
 #include <sys/utsname.h>
 
+#include "support/Prelude.h"
 #include "support/TempDir.h"
-
-using namespace std::string_literals;
 
 namespace {
 

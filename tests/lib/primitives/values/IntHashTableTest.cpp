@@ -1,9 +1,5 @@
 #include "primitives/values/IntHashTable.h"
 
-#include <atomic>
-#include <latch>
-#include <thread>
-
 #include "ValuesSupport.h"
 
 namespace {

@@ -1,7 +1,5 @@
 #include "primitives/values/NVList.h"
 
-#include <iterator>
-
 #include "ValuesSupport.h"
 
 namespace {

@@ -1,7 +1,5 @@
 #include "primitives/values/VList.h"
 
-#include <tuple>
-
 #include "ValuesSupport.h"
 
 namespace {

@@ -1,8 +1,5 @@
 #include "primitives/values/ValueElem.h"
 
-#include <functional>
-#include <tuple>
-
 #include "ValuesSupport.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/values/HashTable.h"

@@ -1,20 +1,12 @@
 // What the tests of lists and values share.
 #pragma once
 
-#include <cstring>
-#include <map>
-#include <memory>
-#include <random>
-#include <string>
 #include <strings.h>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "primitives/values/BusinessObject.h"
 #include "primitives/values/NVList.h"
 #include "primitives/values/VList.h"
+#include "support/Prelude.h"
 
 // Repeatable throws: dice(n) is below n.
 class Dice {
