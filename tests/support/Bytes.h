@@ -11,7 +11,7 @@
 #include <vector>
 
 // The lowest `size` bytes of a number, the highest first.
-inline std::string be(uint32_t number, int size) {
+inline std::string be(uint32_t number, int size = 4) {
     std::string bytes;
     while (size-- > 0) bytes += static_cast<char>(number >> (8 * size));
     return bytes;
@@ -39,7 +39,7 @@ public:
         return damage([=](std::string& b) { b.at(at) = static_cast<char>(b.at(at) ^ mask); });
     }
     Builder& put32(size_t at, uint32_t number) {
-        return damage([=](std::string& b) { b.replace(at, 4, be(number, 4)); });
+        return damage([=](std::string& b) { b.replace(at, 4, be(number)); });
     }
     Builder& append(std::string bytes) {
         return damage([bytes = std::move(bytes)](std::string& b) { b += bytes; });

@@ -21,7 +21,7 @@ class CatalogBuilder : public Damageable<CatalogBuilder> {
 public:
     // A message; the record gets the text's NUL and its true length.
     CatalogBuilder& text(uint32_t number, const std::string& text) {
-        return record(number, be32(static_cast<uint32_t>(text.size() + 1)) + text + '\0');
+        return record(number, be(static_cast<uint32_t>(text.size() + 1)) + text + '\0');
     }
     // A message record as it stands, length word included.
     CatalogBuilder& record(uint32_t number, std::string bytes) {
@@ -41,23 +41,21 @@ public:
         const size_t records_at = slots_at + 4 * _records.size();
         std::string table, slots, records;
         for (const auto& [first, last] : ranges) {
-            table += be32(first) + be32(last) + be32(static_cast<uint32_t>(slots_at + slots.size()));
+            table += be(first) + be(last) + be(static_cast<uint32_t>(slots_at + slots.size()));
             for (auto it = _records.find(first); it != _records.end() && it->first <= last; ++it) {
-                slots += it->second.empty() ? be32(0xFFFFFFFF)
-                                            : be32(static_cast<uint32_t>(records_at + records.size()));
+                slots += it->second.empty() ? be(0xFFFFFFFF)
+                                            : be(static_cast<uint32_t>(records_at + records.size()));
                 records += it->second;
             }
         }
         const std::string file =
-            be32(0x4795) + std::string(28, '\0') + be32(static_cast<uint32_t>(ranges.size())) +
-            be32(static_cast<uint32_t>(_records.size())) + std::string(8, '\0') + be32(64) +
-            be32(static_cast<uint32_t>(slots_at)) + be32(static_cast<uint32_t>(records_at)) + be32(0);
+            be(0x4795) + std::string(28, '\0') + be(static_cast<uint32_t>(ranges.size())) +
+            be(static_cast<uint32_t>(_records.size())) + std::string(8, '\0') + be(64) +
+            be(static_cast<uint32_t>(slots_at)) + be(static_cast<uint32_t>(records_at)) + be(0);
         return file + table + slots + records;
     }
 
 private:
-    static std::string be32(uint32_t number) { return be(number, 4); }
-
     std::map<uint32_t, std::string> _records; // "" for an empty slot
 };
 
@@ -83,8 +81,8 @@ public:
         return "# catalogs of " + _module + "\nlanguage=" + _language + "\n" + _module + "=" + _names + "\n" +
                _groups;
     }
+    // With the map file that belongs to the catalogs, or one of the caller's making.
     const CatalogTree& write() const { return write(map()); }
-    // With a map file of the caller's making.
     const CatalogTree& write(const std::string& map_text) const {
         std::filesystem::create_directories(dir());
         std::ofstream(map_path(), std::ios::binary | std::ios::trunc) << map_text;

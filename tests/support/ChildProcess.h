@@ -1,9 +1,15 @@
-// Runs a piece of a test in a forked child.
+// Runs a piece of a test in a forked child, which exits with what the piece returns.
 #pragma once
 
 #include <functional>
 #include <sys/wait.h>
 #include <unistd.h>
+
+inline pid_t start_child(const std::function<int()>& run) {
+    const pid_t pid = fork();
+    if (pid == 0) _exit(run());
+    return pid;
+}
 
 // The exit status of a child; a signal's number as a negative value.
 inline int wait_for(pid_t pid) {
@@ -12,18 +18,6 @@ inline int wait_for(pid_t pid) {
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-// The child exits with what the piece returns.
-class ChildProcess {
-public:
-    explicit ChildProcess(const std::function<int()>& run) : _pid(fork()) {
-        if (_pid == 0) _exit(run());
-    }
-    int wait() const { return wait_for(_pid); }
-
-private:
-    pid_t _pid;
-};
-
 inline int in_child(const std::function<int()>& run) {
-    return ChildProcess(run).wait();
+    return wait_for(start_child(run));
 }

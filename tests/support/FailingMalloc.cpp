@@ -2,12 +2,7 @@
 
 #include <cstddef>
 
-namespace {
-
-constexpr int NO_LIMIT = -1;
-int calls_left = NO_LIMIT;
-
-} // namespace
+static int calls_left = -1; // until all fail; negative: none does
 
 extern "C" void* __real_malloc(size_t size);
 extern "C" void* __wrap_malloc(size_t size) {
@@ -21,5 +16,5 @@ FailingMalloc::FailingMalloc(int calls) {
 }
 
 FailingMalloc::~FailingMalloc() {
-    calls_left = NO_LIMIT;
+    calls_left = -1;
 }

@@ -30,16 +30,17 @@ struct LdfTestRecord {
 
 class LdfBuilder : public Damageable<LdfBuilder> {
 public:
-    // Header fields.
-    LdfBuilder& signature(int32_t v) { return _set(_signature, v); }
-    LdfBuilder& version(int32_t major, int32_t minor) { return _set(_major, major)._set(_minor, minor); }
-    LdfBuilder& system(std::string name) { return _set(_system, std::move(name)); }
-    LdfBuilder& platform(int32_t v) { return _set(_platform, v); }
-    LdfBuilder& created(int32_t v) { return _set(_created, v); }
-    LdfBuilder& modified(int32_t v) { return _set(_modified, v); }
-    LdfBuilder& flags(int32_t v) { return _set(_flags, v); }
-    // Counters and offset_end follow from the records unless they are told.
+    // Header fields. Counters and offset_end follow from the records unless they are told.
+    LdfBuilder& signature(uint32_t v) { return put32(0, v); }
+    LdfBuilder& version(uint32_t major, uint32_t minor) { return put32(4, major).put32(8, minor); }
+    LdfBuilder& system(std::string name) {
+        name.resize(33);
+        return damage([=](std::string& b) { b.replace(12, 33, name); });
+    }
+    LdfBuilder& created(int32_t v) { return put32(49, static_cast<uint32_t>(v)); }
+    LdfBuilder& modified(int32_t v) { return put32(53, static_cast<uint32_t>(v)); }
     LdfBuilder& total_msgs(int32_t v) { return put32(57, static_cast<uint32_t>(v)); }
+    LdfBuilder& flags(uint32_t v) { return put32(109, v); }
     LdfBuilder& offset_end(uint32_t v) { return put32(113, v); }
 
     LdfBuilder& record(const LdfTestRecord& r = {}) {
@@ -64,37 +65,25 @@ public:
         text += '\0';
         if (r.text) text = *r.text;
         const auto size = static_cast<uint32_t>(text.size());
-        return be(r.data_size.value_or(size), 4) + be(r.version, 1) + be(r.sev, 1) +
-               be(static_cast<uint32_t>(r.time), 4) + be(r.cat, 2) + be(r.num, 2) + be(r.obj, 1) +
-               be(r.line, 4) + be(r.seq, 4) + text;
+        return be(r.data_size.value_or(size)) + be(r.version, 1) + be(r.sev, 1) +
+               be(static_cast<uint32_t>(r.time)) + be(r.cat, 2) + be(r.num, 2) + be(r.obj, 1) + be(r.line) +
+               be(r.seq) + text;
     }
 
 private:
-    template <class T, class V>
-    LdfBuilder& _set(T& field, V&& value) {
-        field = std::forward<V>(value);
-        return *this;
-    }
     uint32_t _count(uint8_t LdfTestRecord::*field, int value) const {
         uint32_t n = 0;
         for (const auto& r : _records) n += r.*field == value;
         return n;
     }
     std::string _header(uint32_t offset_end) const {
-        std::string h = be(static_cast<uint32_t>(_signature), 4) + be(static_cast<uint32_t>(_major), 4) +
-                        be(static_cast<uint32_t>(_minor), 4);
-        std::string name = _system;
-        name.resize(33);
-        h += name;
-        for (int32_t v : {_platform, _created, _modified}) h += be(static_cast<uint32_t>(v), 4);
-        h += be(static_cast<uint32_t>(_records.size()), 4);
-        for (int sev : {0, 1, 2, 3, 4}) h += be(_count(&LdfTestRecord::sev, sev), 4);
-        for (int obj : {6, 5, 3, 4, 2, 1, 0}) h += be(_count(&LdfTestRecord::obj, obj), 4);
-        return h + be(static_cast<uint32_t>(_flags), 4) + be(offset_end, 4);
+        std::string h = be(22900) + be(3) + be(0) + "node1" + std::string(28, '\0'); // signature ... system
+        for (const uint32_t v : {6, 1794854290, 1794854299}) h += be(v); // platform, created, modified
+        h += be(static_cast<uint32_t>(_records.size()));
+        for (int sev : {0, 1, 2, 3, 4}) h += be(_count(&LdfTestRecord::sev, sev));
+        for (int obj : {6, 5, 3, 4, 2, 1, 0}) h += be(_count(&LdfTestRecord::obj, obj));
+        return h + be(0) + be(offset_end); // flags, end
     }
 
-    int32_t _signature = 22900, _major = 3, _minor = 0;
-    std::string _system = "node1";
-    int32_t _platform = 6, _created = 1794854290, _modified = 1794854299, _flags = 0;
     std::vector<LdfTestRecord> _records;
 };

@@ -54,10 +54,8 @@ private:
     explicit MsgDecoder(std::string_view bytes) : _bytes(bytes) {}
 
     std::string_view take(size_t n) {
-        if (n > _bytes.size() - _pos) {
-            _bad = true;
-            return {};
-        }
+        _bad |= n > _bytes.size() - _pos;
+        if (_bad) return {};
         _pos += n;
         return _bytes.substr(_pos - n, n);
     }
@@ -74,27 +72,17 @@ private:
 
     void element(DecodedMsg& msg) {
         const char type = byte();
-        if (type == 'H') {
-            msg.eom = true;
-            return;
-        }
+        msg.eom = type == 'H';
+        if (msg.eom) return;
         const auto id = static_cast<int>(number(2));
-        DecodedElems found;
-        found.vector = type == 'P';
-        found.segments = 1;
-        if (!found.vector) found.items.push_back(item(type));
-        while (found.vector && !_bad) {
-            const char next = byte();
-            if (next == 0) break;
-            found.items.push_back(item(next));
-        }
+        const bool vector = type == 'P';
+        DecodedElems deleted, &elems = id == 0xFFFF ? deleted : msg.elems[id];
+        _bad |= type == 0 || (elems.segments != 0 && !(elems.vector && vector)); // a scalar stands once
+        elems.vector = vector;
+        ++elems.segments;
+        for (char next = vector ? byte() : type; next != 0 && !_bad; next = vector ? byte() : '\0')
+            elems.items.push_back(item(next));
         msg.order.push_back(id);
-        if (id == 0xFFFF) return;
-        auto [it, fresh] = msg.elems.try_emplace(id, std::move(found));
-        if (fresh) return;
-        if (!it->second.vector || !found.vector) _bad = true; // a scalar stands once
-        ++it->second.segments;
-        for (auto& more : found.items) it->second.items.push_back(std::move(more));
     }
 
     DecodedItem item(char type) {
@@ -106,7 +94,7 @@ private:
         case 'G': it.bytes = take(number(4)); break;
         case 'S':
             it.nested.push_back(body());
-            if (!it.nested[0].eom) _bad = true;
+            _bad |= !it.nested[0].eom;
             break;
         default: _bad = true;
         }

@@ -11,32 +11,26 @@ int openlog_options = 0, openlog_facility = 0;
 namespace {
 
 std::mutex lock;
-std::vector<SyslogLine> lines;
+std::vector<std::string> texts;
 
 void keep(int priority, const char* format, va_list args) {
     static char text[16384]; // not on the stack, which a test measures
     const std::lock_guard guard(lock);
     std::vsnprintf(text, sizeof text, format, args);
     if (syslog_echo) std::fprintf(stderr, "[%d %s]", priority, text);
-    lines.push_back({priority, text});
+    texts.push_back(std::to_string(priority) + text);
 }
 
 } // namespace
 
-std::vector<SyslogLine> syslog_lines() {
-    const std::lock_guard guard(lock);
-    return lines;
-}
-
 std::vector<std::string> syslog_texts() {
-    std::vector<std::string> texts;
-    for (const SyslogLine& line : syslog_lines()) texts.push_back(std::to_string(line.priority) + line.text);
+    const std::lock_guard guard(lock);
     return texts;
 }
 
 void clear_syslog() {
     const std::lock_guard guard(lock);
-    lines.clear();
+    texts.clear();
 }
 
 extern "C" {

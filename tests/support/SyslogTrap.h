@@ -6,13 +6,7 @@
 #include <string>
 #include <vector>
 
-struct SyslogLine {
-    int priority;
-    std::string text;
-};
-
-std::vector<SyslogLine> syslog_lines();  // a copy
-std::vector<std::string> syslog_texts(); // the same as "3text"
+std::vector<std::string> syslog_texts(); // a copy, each line as "3text" with its priority in front
 void clear_syslog();
 
 extern std::atomic<bool> syslog_echo; // show each line on standard error as "[priority text]"

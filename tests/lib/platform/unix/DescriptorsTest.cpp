@@ -18,47 +18,42 @@ extern "C" ssize_t __wrap_write(int fd, const void* data, size_t n) {
     return result < 0 ? -1 : result;
 }
 
-namespace {
-
 TEST(WriteAll, GoesOnAfterShortWritesAndEndsWhenNothingIsTaken) {
-    const struct {
-        std::vector<ssize_t> results;
-        int error; // 0: all was written
-        const char* arrived;
-    } cases[] = {{{2, -EINTR, 3, 5}, 0, "0123456789"}, {{4, -ENOSPC}, ENOSPC, "0123"}, {{3, 0}, EIO, "012"}};
-    for (const auto& c : cases) {
+    const std::tuple<std::vector<ssize_t>, int, const char*> cases[] = {
+        {{2, -EINTR, 3, 5}, 0, "0123456789"}, {{4, -ENOSPC}, ENOSPC, "0123"}, {{3, 0}, EIO, "012"}};
+    for (const auto& [results, error, arrived] : cases) {
         written.clear();
-        write_results = c.results;
+        write_results = results;
         errno = 0;
-        EXPECT_EQ(c.error == 0, QENWriteAll(-1, "0123456789", 10));
-        EXPECT_TRUE(c.error == 0 || c.error == errno) << errno;
-        EXPECT_EQ(c.arrived, written);
+        EXPECT_EQ(error == 0, QENWriteAll(-1, "0123456789", 10));
+        EXPECT_TRUE(error == 0 || error == errno) << errno;
+        EXPECT_EQ(arrived, written);
     }
 }
 
-// In a process without its standard streams, as a daemon may be started: 0 when each kept descriptor is at
-// least 3 and ends with exec, else a number that tells what failed.
-int keep_without_standard_streams() {
-    const auto is_kept = [](int fd) { return fd >= 3 && (fcntl(fd, F_GETFD) & FD_CLOEXEC) != 0; };
-    for (const int fd : {99, 2, 1, 0}) {
-        close(fd);
-        if (!is_kept(QENOpenDescriptor("/dev/null", O_RDONLY))) return 1;
-    }
-    for (const std::string mode : {"r", "r+", "w", "w+", "a", "a+"}) {
-        FILE* fp = QENOpenStream("/dev/null", mode.c_str());
-        if (fp == nullptr || !is_kept(fileno(fp))) return 2;
-        const int access = mode.size() > 1 ? O_RDWR : mode == "r" ? O_RDONLY : O_WRONLY;
-        const int append = mode[0] == 'a' ? O_APPEND : 0;
-        if ((fcntl(fileno(fp), F_GETFL) & (O_ACCMODE | O_APPEND)) != (access | append)) return 3;
-    }
-    const int fd = QENOpenDescriptor("/dev/null", O_RDONLY);
-    if (QENStreamOver(fd, "w") != nullptr || fcntl(fd, F_GETFD) != -1) return 4; // closed after the failure
-    if (QENOpenStream("/dev/null", "x") != nullptr || errno != EINVAL) return 5;
-    return fcntl(0, F_GETFD) == -1 && fcntl(2, F_GETFD) == -1 ? 0 : 6; // the low ones were not left open
-}
-
-TEST(Descriptors, KeptOnesAreNeverTheStandardStreams) {
-    EXPECT_EQ(0, in_child(keep_without_standard_streams));
+// In a process without its standard streams, as a daemon may be started.
+TEST(Descriptors, KeptOnesAreNeverTheStandardStreamsAndEndWithExec) {
+    EXPECT_EQ(0, in_child([] {
+                  const auto is_kept = [](int fd) {
+                      return fd >= 3 && (fcntl(fd, F_GETFD) & FD_CLOEXEC) != 0;
+                  };
+                  for (const int fd : {99, 2, 1, 0}) {
+                      close(fd);
+                      EXPECT_TRUE(is_kept(QENOpenDescriptor("/dev/null", O_RDONLY)));
+                  }
+                  for (const std::string mode : {"r", "r+", "w", "w+", "a", "a+"}) {
+                      FILE* fp = QENOpenStream("/dev/null", mode.c_str());
+                      EXPECT_TRUE(is_kept(fileno(fp)));
+                      const int access = mode.size() > 1 ? O_RDWR : mode == "r" ? O_RDONLY : O_WRONLY;
+                      const int append = mode[0] == 'a' ? O_APPEND : 0;
+                      EXPECT_EQ(access | append, fcntl(fileno(fp), F_GETFL) & (O_ACCMODE | O_APPEND));
+                  }
+                  const int fd = QENOpenDescriptor("/dev/null", O_RDONLY);
+                  EXPECT_TRUE(QENStreamOver(fd, "w") == nullptr && fcntl(fd, F_GETFD) == -1) << "closed";
+                  EXPECT_TRUE(QENOpenStream("/dev/null", "x") == nullptr && errno == EINVAL);
+                  EXPECT_TRUE(fcntl(0, F_GETFD) == -1 && fcntl(2, F_GETFD) == -1) << "not left open";
+                  return testing::Test::HasFailure() ? 1 : 0;
+              }));
 }
 
 TEST(ForkCount, AChildSeesAGreaterNumberThanItsParent) {
@@ -66,5 +61,3 @@ TEST(ForkCount, AChildSeesAGreaterNumberThanItsParent) {
     EXPECT_EQ(0, in_child([&] { return QENForkCount() == parent + 1 ? 0 : 1; }));
     EXPECT_EQ(parent, QENForkCount());
 }
-
-} // namespace

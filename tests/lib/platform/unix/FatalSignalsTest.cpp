@@ -3,21 +3,19 @@
 #include "platform/unix/QENPlatform.h"
 #include "support/Prelude.h"
 
-namespace {
+static volatile int zero = 0;
 
-volatile int zero = 0;
-
-void mark(char c) { // the dump's trace, which the parent reads
+static void mark(char c) { // the dump's trace, which the parent reads
     (void)QENWriteAll(STDERR_FILENO, &c, 1);
 }
 
-[[gnu::noinline]] int overflow_stack(int depth) {
+[[gnu::noinline]] static int overflow_stack(int depth) {
     volatile char frame[4096];
     frame[0] = static_cast<char>(depth);
     return depth < 1 << 30 ? overflow_stack(depth + 1) + frame[0] : 0;
 }
 
-void crash_with_dump(void (*dump)(int), void (*crash)()) {
+static void crash_with_dump(void (*dump)(int), void (*crash)()) {
     QENSetHooks({.dump_first_failure = dump});
     if (QENInstallFatalSignalHandlers() == 0) crash();
 }
@@ -57,5 +55,3 @@ TEST(FatalSignalsDeathTest, DumpRunsOnceAndTheFirstSignalEndsTheProcess) {
         EXPECT_LT(std::chrono::steady_clock::now() - start, 6s); // the watchdog's five, and a slow machine
     }
 }
-
-} // namespace

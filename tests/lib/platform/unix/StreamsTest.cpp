@@ -1,9 +1,7 @@
 #include "platform/unix/QENStreams.h"
 #include "support/Prelude.h"
 
-namespace {
-
-bool put(FILE* fp, const std::string& bytes, bool at_once) {
+static bool put(FILE* fp, const std::string& bytes, bool at_once) {
     return QENStreamWrite(fp, bytes.data(), bytes.size(), at_once) == bytes.size();
 }
 
@@ -47,5 +45,3 @@ TEST(Streams, TakeTheirBytesInOrderAndTellWhatTheyRefuse) {
     EXPECT_FALSE(put(stream, "too much for it", /*at_once=*/false) && QENStreamFlush(stream));
     fclose(stream);
 }
-
-} // namespace

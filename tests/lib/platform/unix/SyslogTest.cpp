@@ -7,8 +7,6 @@
 
 #include <syslog.h>
 
-namespace {
-
 TEST(Syslog, PriorityAndTextArriveUnderTheNameThatWasGiven) {
     clear_syslog();
     QENSyslog(0, "%s", "100% %s %n");
@@ -36,7 +34,7 @@ TEST(AssertDeathTest, ReportsReasonThenPositionHereAndInTheSystemLog) {
     EXPECT_DEATH(QEN_CHECK(1 == 2), "SyslogTest.cpp, line [0-9]+, expression \\(1 == 2\\)");
 }
 
-std::string events;
+static std::string events;
 
 TEST(Events, OnlySeriousOnesReachTheHook) {
     auto* msg = reinterpret_cast<MsgStruct*>(0x40);
@@ -49,5 +47,3 @@ TEST(Events, OnlySeriousOnesReachTheHook) {
     QENReportEvent(0, 1, msg);
     EXPECT_EQ("0:50878:1489 1:50878:1489 41:50878:1489 ", events);
 }
-
-} // namespace

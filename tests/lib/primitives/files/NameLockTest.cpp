@@ -62,9 +62,9 @@ TEST_F(NameLockTest, OfAnotherUserIsSeenAndItsRemainsGiveWay) {
 // Whoever locks a file that its holder removed meanwhile must not believe that the name is his.
 TEST_F(NameLockTest, ManyProcessesNeverHoldItTogether) {
     const std::string witness = folder + "witness";
-    std::vector<ChildProcess> processes;
+    std::vector<pid_t> processes;
     for (int i = 0; i < 4; ++i)
-        processes.emplace_back([&] {
+        processes.push_back(start_child([&] {
             for (int round = 0; round < 500;) {
                 NameLock lock;
                 if (take(lock) != Holder::NOBODY) continue;
@@ -75,8 +75,8 @@ TEST_F(NameLockTest, ManyProcessesNeverHoldItTogether) {
                 ++round;
             }
             return 0;
-        });
-    for (const ChildProcess& process : processes) EXPECT_EQ(0, process.wait());
+        }));
+    for (const pid_t process : processes) EXPECT_EQ(0, wait_for(process));
 }
 
 TEST_F(NameLockTest, NamesThatCannotBeLockedMayBeWritten) {

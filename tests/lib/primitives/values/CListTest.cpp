@@ -4,10 +4,8 @@
 
 #include "ValuesSupport.h"
 
-namespace {
-
 // Walks the ring once round: it must be closed and hold exactly these strings, the oldest first.
-void expect_ring(const CList& ring, const std::deque<std::string>& texts) {
+static void expect_ring(const CList& ring, const std::deque<std::string>& texts) {
     std::deque<std::string> found;
     const CElem* cell = ring.head();
     for (int i = 0; i < ring.count(); ++i, cell = cell->next()) {
@@ -48,5 +46,3 @@ TEST(CList, PositionsReplaceAddedCellsExtendAndDeletedCellsLeave) {
     delete ring.head();
     EXPECT_EQ(ring.write(mine), nullptr);
 }
-
-} // namespace

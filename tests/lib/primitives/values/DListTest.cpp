@@ -2,35 +2,30 @@
 
 #include "ValuesSupport.h"
 
-namespace {
-
 using Links = std::vector<DLink*>;
 
 // Walks the list both ways and checks its invariants.
-void expect_links(const DList& list, const Links& expected) {
+static void expect_links(const DList& list, const Links& expected) {
     ASSERT_EQ(list.count(), static_cast<int32_t>(expected.size()));
-    DLink* forward = list.head();
-    DLink* backward = list.tail();
-    for (size_t i = 0; i < expected.size(); ++i) {
+    DLink *forward = list.head(), *backward = list.tail();
+    for (size_t i = 0; i < expected.size(); ++i, forward = forward->next(), backward = backward->prev()) {
         ASSERT_EQ(forward, expected[i]);
         ASSERT_EQ(backward, expected[expected.size() - 1 - i]);
         ASSERT_EQ(forward->dlist(), &list);
-        forward = forward->next();
-        backward = backward->prev();
     }
-    ASSERT_EQ(forward, nullptr);
-    ASSERT_EQ(backward, nullptr);
+    ASSERT_TRUE(forward == nullptr && backward == nullptr);
 }
 
 // Every operation at random places of two lists, beside two vectors that say what must come out.
 TEST(DList, BehavesLikeAModelUnderRandomOperations) {
     for (unsigned seed = 1; seed <= 20; ++seed) {
         SCOPED_TRACE(seed);
-        Dice dice(seed);
+        std::mt19937 random(seed);
+        const auto dice = [&](size_t n) { return random() % n; };
         DList lists[2];
         Links models[2];
         for (int step = 0; step < 300; ++step) {
-            const unsigned which = dice(2);
+            const size_t which = dice(2);
             DList& list = lists[which];
             Links& model = models[which];
             Links& source = models[1 - which];
@@ -75,5 +70,3 @@ TEST(DListDeath, MisuseNamesTheBrokenRule) {
     other.append(&alone);
     EXPECT_EQ(other.count(), 1);
 }
-
-} // namespace

@@ -2,8 +2,6 @@
 
 #include "ValuesSupport.h"
 
-namespace {
-
 TEST(HashTable, HashFunctionsPlaceKnownKeys) {
     EXPECT_EQ(ht_func(1023, "Web1"), 360);
     EXPECT_EQ(ht_func_cs(1023, "Web1"), 200);
@@ -11,7 +9,7 @@ TEST(HashTable, HashFunctionsPlaceKnownKeys) {
     EXPECT_EQ(ht_func_cs(1000, "\xff"), 0x0FFFFF0F % 1000);
 }
 
-int32_t first_letter(int32_t size, const char* key) {
+static int32_t first_letter(int32_t size, const char* key) {
     return (static_cast<unsigned char>(*key) | 0x20) % size;
 }
 
@@ -20,8 +18,8 @@ TEST(HashTable, BehavesLikeAMapUnderRandomOperations) {
         HashTable table;
         ASSERT_EQ(table.init(7, hashf), MSG_SOK);
         Map model(Order{false});
-        const auto add = [&](bool front, const char* key, int value, NVElem** out) {
-            return (front ? table.insert(key, value, out) : table.append(key, value, out)) == MSG_SOK;
+        const auto add = [&](bool front, auto... entry) {
+            return (front ? table.insert(entry...) : table.append(entry...)) == MSG_SOK;
         };
         walk_as_map(table, model, MSG_SOK, add, [](auto&&...) {});
         int32_t total = 0;
@@ -57,5 +55,3 @@ TEST(HashTable, RegistryFollowsTheTables) {
     astray.init(2, [](int32_t size, const char*) { return size; });
     EXPECT_DEATH(astray.inquire("x"), "bucket >= 0 && bucket < _size");
 }
-
-} // namespace

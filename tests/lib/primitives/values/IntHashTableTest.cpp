@@ -2,17 +2,15 @@
 
 #include "ValuesSupport.h"
 
-namespace {
-
 TEST(IntHashTable, HashMixesWithSignedShifts) {
     EXPECT_EQ(iht_func(1023, 1), 731u);
     EXPECT_EQ(iht_func(1023, INT32_MIN), 1002u);
 }
 
-std::atomic<int> inside{0}, overlaps{0};
+static std::atomic<int> inside{0}, overlaps{0};
 
 // Runs within the table's lock: two threads never meet here.
-uint32_t slow_hash(uint32_t size, int32_t key) {
+static uint32_t slow_hash(uint32_t size, int32_t key) {
     overlaps += inside.fetch_add(1) != 0;
     std::this_thread::yield();
     --inside;
@@ -49,5 +47,3 @@ TEST(IntHashTable, ThreadsKeepTheirOwnEntriesAndOneWinsTheShared) {
     EXPECT_EQ(wins, 1);
     EXPECT_EQ(table.remove(SHARED), IHT_OK);
 }
-
-} // namespace

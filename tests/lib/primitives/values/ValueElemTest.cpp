@@ -5,8 +5,6 @@
 #include "primitives/values/HashTable.h"
 #include "primitives/values/ValueArray.h"
 
-namespace {
-
 static_assert(!CellValue<long> && !CellValue<unsigned> && !CellValue<double>, "no silent narrowing");
 static_assert(!CellValue<std::nullptr_t, int> && !CellValue<const char*>, "no guessing");
 
@@ -18,7 +16,8 @@ TEST(ValueElem, OwnedValuesEndOnceAndReferredToOnesStay) {
     for (const bool renewed : {false, true}) {
         SCOPED_TRACE(renewed);
         ends = 0;
-        auto *list = new VList, *outer = new VList;
+        auto* outer = new VList;
+        auto* list = new VList;
         auto* names = new NVList;
         auto* array = new ValueArray(3);
         auto* hash = new HashTable;
@@ -26,9 +25,8 @@ TEST(ValueElem, OwnedValuesEndOnceAndReferredToOnesStay) {
         list->append(new Probe(&ends), 0), names->append("n", new Probe(&ends), 0);
         array->value(2)->set(new Probe(&ends), 0), hash->append("k", new Probe(&ends), 0);
         outer->append(list, 0), outer->append(names, 0), outer->append(array, 0), outer->append(hash, 0);
-        outer->append(heap_str("s"), 0), outer->append(::operator new(10), 0),
-            outer->append(new MsgStruct, 0);
-        outer->append(&mine, 1);
+        outer->append(heap_str("s"), 0), outer->append(::operator new(10), 0);
+        outer->append(new MsgStruct, 0), outer->append(&mine, 1);
         for (VElem* e = outer->head(); renewed && e != nullptr; e = e->next()) e->set(5);
         EXPECT_EQ(outer->tail()->ref(), 1) << "numbers keep the flag";
         EXPECT_EQ(ends, renewed ? 4 : 0);
@@ -39,10 +37,10 @@ TEST(ValueElem, OwnedValuesEndOnceAndReferredToOnesStay) {
 
 // Its end ends another element too.
 struct Chained : BusinessObject {
-    explicit Chained(std::function<void()> end) : _end(std::move(end)) {}
-    ~Chained() override { _end(); }
+    explicit Chained(std::function<void()> step) : end(std::move(step)) {}
+    ~Chained() override { end(); }
     const char* object_label() const override { return "Chained"; }
-    std::function<void()> _end;
+    const std::function<void()> end;
 };
 
 TEST(ValueElem, TheEndOfAnElementMayEndOthersOfItsContainer) {
@@ -109,5 +107,3 @@ TEST(ValueElem, Compare) {
         EXPECT_EQ(a.compare(&b, true), same_case) << int{a.vtype()};
     }
 }
-
-} // namespace

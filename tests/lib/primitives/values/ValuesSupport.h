@@ -8,16 +8,6 @@
 #include "primitives/values/VList.h"
 #include "support/Prelude.h"
 
-// Repeatable throws: dice(n) is below n.
-class Dice {
-public:
-    explicit Dice(unsigned seed) : _random(seed) {}
-    unsigned operator()(size_t n) { return static_cast<unsigned>(_random() % n); }
-
-private:
-    std::mt19937 _random;
-};
-
 // The order of names in a sorted list.
 struct Order {
     bool sensitive;
@@ -33,10 +23,11 @@ using Map = std::map<std::string, int, Order>;
 // value, out) tells whether it was added; check(name, found, map) looks at the container before each step.
 template <class Container, class Add, class Check>
 void walk_as_map(Container& container, Map& model, int removed, Add add, Check check) {
-    Dice dice(42);
+    std::mt19937 random(42);
+    const auto dice = [&](size_t n) { return random() % n; };
     for (int step = 0; step < 5000; ++step) {
         std::string name;
-        for (unsigned n = 1 + dice(3); n > 0; --n) name += "aAbBzZ\xc4\xe4*"[dice(9)];
+        for (auto n = 1 + dice(3); n > 0; --n) name += "aAbBzZ\xc4\xe4*"[dice(9)];
         const std::string padded = name + "tail"; // the view has no NUL behind it
         NVElem *found = container.inquire(name.c_str()), *out = nullptr;
         ASSERT_EQ(found != nullptr, model.count(name) == 1);
@@ -73,14 +64,17 @@ inline std::string taken(char* s) {
     return s != nullptr ? s : "(null)";
 }
 
-inline std::vector<std::string> strings_of(const VList& list) {
-    std::vector<std::string> out;
-    for (const VElem* e = list.head(); e != nullptr; e = e->next()) out.push_back(e->getstr());
-    return out;
+inline const char* text_of(const VElem& elem) {
+    return elem.getstr();
 }
-
-inline std::vector<std::string> names_of(const NVList& list) {
-    std::vector<std::string> out;
-    for (const NVElem* e = list.head(); e != nullptr; e = e->next()) out.push_back(e->name());
-    return out;
+inline const char* text_of(const NVElem& elem) {
+    return elem.name();
+}
+// The strings or the names of a list, with a blank between them.
+template <class List>
+std::string texts_of(const List& list) {
+    std::string texts;
+    for (const auto* e = list.head(); e != nullptr; e = e->next())
+        texts += (e == list.head() ? "" : " ") + std::string(text_of(*e));
+    return texts;
 }
