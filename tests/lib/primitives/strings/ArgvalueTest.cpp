@@ -2,8 +2,6 @@
 #include "primitives/strings/argvalue.h"
 #include "support/Prelude.h"
 
-namespace {
-
 // Every prefix of every word stands for the one word that it begins, and for none when there are more.
 TEST(Argvalue, WordsAndTheirUnambiguousPrefixesHaveCodes) {
     std::vector<std::string> words;
@@ -24,5 +22,3 @@ TEST(Argvalue, WordsAndTheirUnambiguousPrefixesHaveCodes) {
         EXPECT_EQ(ARG_ERROR, argvalue(word));
     EXPECT_TRUE(is_blank("   ") && is_blank(nullptr) && !is_blank("\t") && !is_blank(" a "));
 }
-
-} // namespace

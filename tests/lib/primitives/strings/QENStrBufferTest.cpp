@@ -2,9 +2,7 @@
 #include "primitives/strings/QENStrBuffer.h"
 #include "support/Prelude.h"
 
-namespace {
-
-constexpr unsigned LIMIT = 262144;
+static constexpr unsigned LIMIT = 262144;
 
 // Every way of adding; the text may be the buffer's own.
 TEST(QENStrBuffer, BehavesLikeAStringUnderRandomOperations) {
@@ -71,5 +69,3 @@ TEST(QENStrBuffer, AttachTakesOverAndDetachHandsBack) {
         EXPECT_STREQ("again", buffer.str());
     }
 }
-
-} // namespace

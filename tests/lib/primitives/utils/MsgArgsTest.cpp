@@ -8,9 +8,7 @@
 
 using testing::ElementsAre;
 
-namespace {
-
-std::vector<std::string> encode(const char* format, ...) {
+static std::vector<std::string> encode(const char* format, ...) {
     QENVaList args;
     va_start(args.list, format);
     std::unique_ptr<MsgStruct> msg(QENUtils::msgargs_to_msgstruct(format, args, nullptr));
@@ -26,7 +24,7 @@ std::vector<std::string> encode(const char* format, ...) {
 }
 
 // The C library's own idea of one conversion, cut at 4095 bytes.
-std::string printed(const char* format, ...) {
+static std::string printed(const char* format, ...) {
     std::vector<char> text(4096);
     va_list args;
     va_start(args, format);
@@ -74,7 +72,7 @@ TEST(MsgArgs, SpecialCases) {
     EXPECT_THAT(encode("%.99999999999Lf", LDBL_MAX), ElementsAre(printed("%.0Lf", LDBL_MAX).substr(0, 4095)));
 }
 
-std::string text_of(const MsgStruct& msg, int id) {
+static std::string text_of(const MsgStruct& msg, int id) {
     const MsgElem* elem = msg.find(static_cast<int16_t>(id));
     if (elem == nullptr) return "absent ";
     return elem->gettype() == 'C' ? std::to_string(elem->gets32()) + " "
@@ -82,24 +80,20 @@ std::string text_of(const MsgStruct& msg, int id) {
 }
 
 TEST(MsgLogAdd, StoresWhatTheFlagsAskForAndKeepsWhatIsThere) {
-    const struct {
-        int logflags, cat;
-        const char* texts; // of the elements 40, 21, 42, 27, 23
-        size_t args;
-        int32_t flag;
-    } cases[] = {{0, 5, "1 '%s is %d' 4 1234 327687 ", 0, 0x1000},
-                 {2, 10000, "'ERROR' '%s is %d' 4 1234 '7' ", 0, 0},
-                 {1, 10000, "1 'disk is 9' 4 1234 7 ", 2, 0},
-                 {3, 65535, "'ERROR' 'disk is 9' 4 1234 -65529 ", 2, 0x1000}};
-    for (const auto& c : cases) {
+    const std::tuple<int, int, const char*, size_t, int32_t> cases[] = {
+        // flags, category; the elements 40, 21, 42, 27, 23; the count of arguments, and the header's flag
+        {0, 5, "1 '%s is %d' 4 1234 327687 ", 0, 0x1000},
+        {2, 10000, "'ERROR' '%s is %d' 4 1234 '7' ", 0, 0},
+        {1, 10000, "1 'disk is 9' 4 1234 7 ", 2, 0},
+        {3, 65535, "'ERROR' 'disk is 9' 4 1234 -65529 ", 2, 0x1000}};
+    for (const auto& [logflags, cat, texts, args, flag] : cases) {
         std::unique_ptr<MsgStruct> msg(
-            mk_msg_log_add(nullptr, c.logflags, 1, 4, 1234, c.cat, 7, "%s is %d", "disk", 9));
-        std::string texts;
-        for (const int id : {40, 21, 42, 27, 23}) texts += text_of(*msg, id);
-        EXPECT_EQ(c.texts, texts);
-        EXPECT_EQ(c.args, msg->getcount(22));
-        EXPECT_EQ(c.flag, msg->gethdr()->getFlags());
-        EXPECT_EQ(2056, msg->gethdr()->getMessage());
+            mk_msg_log_add(nullptr, logflags, 1, 4, 1234, cat, 7, "%s is %d", "disk", 9));
+        std::string found;
+        for (const int id : {40, 21, 42, 27, 23}) found += text_of(*msg, id);
+        EXPECT_EQ(texts, found);
+        EXPECT_EQ(args, msg->getcount(22));
+        EXPECT_TRUE(flag == msg->gethdr()->getFlags() && 2056 == msg->gethdr()->getMessage());
     }
     MsgStruct msg;
     msg.add_elem(21, "mine", 0);
@@ -107,5 +101,3 @@ TEST(MsgLogAdd, StoresWhatTheFlagsAskForAndKeepsWhatIsThere) {
     EXPECT_EQ("'mine' '' ", text_of(msg, 21) + text_of(msg, 40)) << "no severity of that number";
     EXPECT_EQ(4096, msg.find(22)->getnwsize());
 }
-
-} // namespace

@@ -6,9 +6,7 @@
 #include "support/Prelude.h"
 #include "support/TempDir.h"
 
-namespace {
-
-constexpr char WORD[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";
+static constexpr char WORD[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";
 
 TEST(SystemName, ComesFromTheEnvironmentThenTheFileThenTheNode) {
     const TempDir dir;
@@ -59,5 +57,3 @@ TEST(QENUtils, LocalTimeIsOfTheEnvironmentAndTakesNoMoreThanItsBuffer) {
     EXPECT_STREQ("Fri Nov 27 20:52:00 2026", QENUtils::i18n_localtime(&t, buf, 25));
     EXPECT_STREQ("", QENUtils::i18n_localtime(&beyond, buf, sizeof buf)) << "a year no int can hold";
 }
-
-} // namespace
