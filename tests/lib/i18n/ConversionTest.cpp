@@ -1,18 +1,15 @@
 #include "I18nFixture.h"
 #include "i18n/unix/i18n_conv.h"
 
-namespace {
+static constexpr char HIRAGANA_A[] = "\xE3\x81\x82";
 
-constexpr char HIRAGANA_A[] = "\xE3\x81\x82";
-
-std::string times(int n, const std::string& s) {
+static std::string times(int n, const std::string& s) {
     std::string all;
     while (n-- > 0) all += s;
     return all;
 }
 
-class Conversion : public I18nTest {
-protected:
+struct Conversion : I18nTest {
     // Opens the catalogs of a locale's language and codeset.
     void open_in(const char* locale, const CatalogBuilder& file) {
         i18nClose(&handle);
@@ -23,9 +20,7 @@ protected:
 };
 
 TEST_F(Conversion, TextsComeInTheCodesetOfTheLocale) {
-    const struct {
-        const char *locale, *text, *arg, *expect;
-    } cases[] = {
+    const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
         {"ja_JP.eucJP", "%s \xE3\x81\x82", "x", "x \xA4\xA2"},
         {"ja_JP.SJIS", "%s \xE3\x81\x82", "x", "x \x82\xA0"},
         {"ja_JP.UTF-8", "%s \xE3\x81\x82", HIRAGANA_A, "\xE3\x81\x82 \xE3\x81\x82"},
@@ -33,12 +28,12 @@ TEST_F(Conversion, TextsComeInTheCodesetOfTheLocale) {
         {"de_DE.UTF-8", "%s", "\xFF", "<2>"},
         {"en_US.UTF-8", "%s \xC3\xBC", "\xFF", "\xFF \xC3\xBC"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.locale);
-        open_in(c.locale, CatalogBuilder().text(1, c.text).text(2, "after"));
-        EXPECT_EQ(c.expect, text(25, 1, {c.arg}));
+    for (const auto& [locale, format, arg, expect] : cases) {
+        SCOPED_TRACE(locale);
+        open_in(locale, CatalogBuilder().text(1, format).text(2, "after"));
+        EXPECT_EQ(expect, text(25, 1, {arg}));
         EXPECT_EQ("after", text(25, 2)) << "a failure must leave the handle usable";
-        EXPECT_EQ(c.expect, text(25, 1, {c.arg})) << "kept";
+        EXPECT_EQ(expect, text(25, 1, {arg})) << "kept";
     }
 }
 
@@ -90,22 +85,17 @@ TEST_F(Conversion, ConvertedTextMustFitTheBuffer) {
 }
 
 TEST_F(Conversion, GeneralConverterTellsHowFarItCame) {
-    const struct {
-        const char *to, *text;
-        size_t room;
-        int expect;
-        size_t written;
-    } cases[] = {
+    const std::tuple<const char*, const char*, size_t, int, size_t> cases[] = {
         {"EUC-JP", "a\xE3\x81\x82", 4, I18N_SOK, 4}, // one of them is the NUL
         {"EUC-JP", "a\xE3\x81\x82", 3, I18N_EBUFSIZE, 3},   {"EUC-JP", "ab\xFF", 10, I18N_EBADSEQUENCE, 2},
         {"EUC-JP", "ab\xE3\x81", 10, I18N_EBADSEQUENCE, 2}, {"no-such", "ab", 10, I18N_ECONVOPEN, 0},
         {"utf-8", "ab", 10, I18N_ESAMECODESET, 10},         {"", "ab", 10, I18N_ENOCODESET, 10},
     };
-    for (const auto& c : cases) {
+    for (const auto& [to, text, room, expect, written] : cases) {
         char out[16];
-        size_t size = c.room;
-        EXPECT_EQ(c.expect, i18nConvertMsg("UTF-8", c.to, c.text, out, &size)) << c.to << c.room;
-        EXPECT_EQ(c.written, size) << c.to << c.room;
+        size_t size = room;
+        EXPECT_EQ(expect, i18nConvertMsg("UTF-8", to, text, out, &size)) << to << room;
+        EXPECT_EQ(written, size) << to << room;
     }
 }
 
@@ -125,5 +115,3 @@ TEST_F(Conversion, Utf8IsJudgedAsByIconv) {
                           std::string(more, tail));
     EXPECT_EQ(I18N_FALSE, i18nIsValidUTFString(nullptr));
 }
-
-} // namespace

@@ -44,13 +44,9 @@ protected:
         return result;
     }
     static std::string shown(int rc, const char* p, int32_t size) {
-        if (rc == I18N_SOK) {
-            EXPECT_EQ('\0', p[size - 1]);
-            return std::string(p, static_cast<size_t>(size) - 1);
-        }
-        EXPECT_EQ(nullptr, p);
-        EXPECT_EQ(0, size);
-        return "<" + std::to_string(rc) + ">";
+        EXPECT_TRUE(rc == I18N_SOK ? p[size - 1] == '\0' : p == nullptr && size == 0);
+        if (rc != I18N_SOK) return "<" + std::to_string(rc) + ">";
+        return {p, static_cast<size_t>(size) - 1};
     }
 
     const TempDir dir;

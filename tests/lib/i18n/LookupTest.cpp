@@ -2,19 +2,13 @@
 
 #include "I18nFixture.h"
 
-namespace {
-
 using Lookup = I18nTest;
 
 TEST_F(Lookup, TextsTakeTheirArgumentsWithin4096Bytes) {
     std::string percents; // too many pieces for the cache
     for (int i = 0; i < 40; ++i) percents += "%%";
     const std::string b4093(4093, 'b'), fits(4091, 'a'), exceeds(4092, 'a'), a3000(3000, 'a');
-    const struct {
-        std::string text;
-        std::vector<const char*> args;
-        std::string expect;
-    } cases[] = {
+    const std::tuple<std::string, std::vector<const char*>, std::string> cases[] = {
         {"%s on %s", {"a"}, "??? on ???"},
         {"%s on %s", {"%s", "%n"}, "%s on %n"}, // an argument is never taken for a text
         {"%2$s, %1$s", {"a", "b"}, "b, a"},
@@ -35,11 +29,12 @@ TEST_F(Lookup, TextsTakeTheirArgumentsWithin4096Bytes) {
     };
     CatalogBuilder file;
     uint32_t number = 0;
-    for (const auto& c : cases) file.text(++number, c.text);
+    for (const auto& row : cases) file.text(++number, std::get<0>(row));
     tree().catalog("core", 25, file).write();
     ASSERT_EQ(I18N_SOK, open());
     number = 0;
-    for (const auto& c : cases) EXPECT_EQ(c.expect, text(25, ++number, c.args)) << c.text << c.args.size();
+    for (const auto& [format, args, expect] : cases)
+        EXPECT_EQ(expect, text(25, ++number, args)) << format << args.size();
     char* p;
     int32_t size;
     ASSERT_EQ(I18N_SOK, i18nGetSafeMsg(&handle, 25, 1, &p, &size, "a", nullptr, "b"));
@@ -86,7 +81,7 @@ TEST_F(Lookup, OtherFormsReturnTheTextTheirWay) {
 }
 
 // Base names of the catalogs that the process has open.
-std::set<std::string> open_catalogs() {
+static std::set<std::string> open_catalogs() {
     std::set<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code gone;
@@ -162,5 +157,3 @@ TEST_F(Lookup, LanguageChangesAndComesBack) {
     EXPECT_EQ(nullptr, handle);
     EXPECT_EQ("<4>", text(25, 1));
 }
-
-} // namespace

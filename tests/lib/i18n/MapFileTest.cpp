@@ -2,21 +2,16 @@
 
 #include "I18nFixture.h"
 
-namespace {
-
 // Eight lines of 509 characters with what ends each, and a last one: 8 * 510 + last bytes of a value.
-std::string nine_lines(const char* end, size_t last) {
+static std::string nine_lines(const char* end, size_t last) {
     std::string text;
     for (int i = 0; i < 8; ++i) text += std::string(509, 'v') + end;
     return text + std::string(last, 'v');
 }
 
 TEST(MapEntry, IsReadFromItsLines) {
-    const struct {
-        const char* name;
-        std::string text;
-        std::string expect; // "name|value", or "<result code>"
-    } cases[] = {
+    const std::tuple<const char*, std::string, std::string> cases[] = {
+        // and "name|value", or "<result code>"
         {"blanks beside the separator stay", " \tn = v \r\n", "n | v"},
         {"second separator ends the value", "n=v:w\n", "n|v"},
         {"leading separators are skipped", "=:n=v\n", "n|v"},
@@ -31,13 +26,13 @@ TEST(MapEntry, IsReadFromItsLines) {
         {"4095 bytes", "n=\\\n" + nine_lines("\\\n", 15) + "\n", "n|" + nine_lines(" ", 15)},
         {"4096 bytes", "n=\\\n" + nine_lines("\\\n", 16) + "\n", "<6>"},
     };
-    for (const auto& c : cases) {
-        FILE* fp = fmemopen(const_cast<char*>(c.text.data()), c.text.size(), "rb");
+    for (const auto& [trace, text, expect] : cases) {
+        FILE* fp = fmemopen(const_cast<char*>(text.data()), text.size(), "rb");
         i18n_string name, value;
         const int rc = get_next_entry(fp, &name, &value);
         fclose(fp);
         const std::string entry = std::string(name.c_str()) + "|" + value.c_str();
-        EXPECT_EQ(c.expect, rc == I18N_SOK ? entry : "<" + std::to_string(rc) + ">") << c.name;
+        EXPECT_EQ(expect, rc == I18N_SOK ? entry : "<" + std::to_string(rc) + ">") << trace;
     }
 }
 
@@ -45,11 +40,7 @@ using MapFile = I18nTest;
 
 TEST_F(MapFile, WrongContentsAreRefused) {
     const std::string head = "language=en\nKORE=a\n", group = "a.v=1\na.c=7\na.l=1\na.h=2\n";
-    const struct {
-        const char* name;
-        std::string map;
-        int expect;
-    } cases[] = {
+    const std::tuple<const char*, std::string, int> cases[] = {
         {"good", head + group, I18N_SOK},
         {"upper case, colons, signs and blanks in numbers", "LANGUAGE:EN\nkore:a\na:1\n1:7x\n2: +1\n3:2\n",
          I18N_SOK},
@@ -60,11 +51,11 @@ TEST_F(MapFile, WrongContentsAreRefused) {
         {"no final newline", head + "a.v=1\na.c=7\na.l=1\na.h=2", I18N_EBMC},
         {"base name leaves the directory", head + "below/a.v=1\na.c=7\na.l=1\na.h=2\n", I18N_EBMC},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        tree().write(c.map);
-        EXPECT_EQ(c.expect, open());
-        EXPECT_EQ(c.expect == I18N_SOK, handle != nullptr);
+    for (const auto& [trace, map, expect] : cases) {
+        SCOPED_TRACE(trace);
+        tree().write(map);
+        EXPECT_EQ(expect, open());
+        EXPECT_EQ(expect == I18N_SOK, handle != nullptr);
         i18nClose(&handle);
     }
 }
@@ -85,5 +76,3 @@ TEST_F(MapFile, MissingPlacesHaveTheirCodes) {
     EXPECT_EQ(I18N_EBMC, open());
     EXPECT_EQ(nullptr, handle);
 }
-
-} // namespace

@@ -4,17 +4,13 @@
 
 #include "I18nFixture.h"
 
-namespace {
+static long allocations_left = -1; // until one fails; negative: none does
 
-long allocations_left = -1; // until one fails; negative: none does
-
-void* allocate(size_t size) noexcept {
+static void* allocate(size_t size) noexcept {
     if (allocations_left == 0) return nullptr;
     if (allocations_left > 0) --allocations_left;
     return std::malloc(size);
 }
-
-} // namespace
 
 [[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept {
     return allocate(size);
@@ -42,8 +38,6 @@ void* allocate(size_t size) noexcept {
     std::free(p);
 }
 
-namespace {
-
 TEST_F(I18nTest, EveryAllocationMayFail) {
     setenv("QENI18N_LANG", "ja", 1);
     std::setlocale(LC_ALL, "ja_JP.eucJP");
@@ -61,12 +55,8 @@ TEST_F(I18nTest, EveryAllocationMayFail) {
         done = rc == I18N_SOK && allocations_left > 0;
         allocations_left = -1;
         EXPECT_TRUE(rc == I18N_SOK || rc == I18N_ENOMEM) << rc;
-        if (handle != nullptr) {
-            EXPECT_LE(2002u, text(25, 1).size()) << "usable after a failure";
-        }
+        EXPECT_TRUE(handle == nullptr || text(25, 1).size() >= 2002) << "usable after a failure";
         i18nClose(&handle);
     }
     EXPECT_GT(failed, 20);
 }
-
-} // namespace
