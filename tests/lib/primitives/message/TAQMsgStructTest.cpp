@@ -3,10 +3,7 @@
 #include "primitives/message/severity.h"
 
 #include <climits>
-#include <cstring>
 #include <gtest/gtest.h>
-#include <string>
-#include <tuple>
 
 using namespace std::string_literals;
 
@@ -17,8 +14,8 @@ TEST(TAQMsgStruct, TakesOverOnlyATextOfTheToldLength) {
         {"hello\0"s, 9, true}, {"\0"s, 4, true},  {"hello\0"s, 10, false}, {"hello\0"s, 8, false},
         {"hello!"s, 9, false}, {"\0"s, 3, false}, {"\0"s, INT_MIN, false}, {"hello\0"s, INT_MAX, false}};
     for (const auto& [bytes, len, fits] : cases) {
-        char* buf = new char[bytes.size()]; // exactly the bytes, so that a sanitizer sees a read too far
-        std::memcpy(buf, bytes.data(), bytes.size());
+        auto* buf = new char[bytes.size()]; // exactly the bytes, so that a sanitizer sees a read too far
+        bytes.copy(buf, bytes.size());
         TAQMsgStruct* out = reinterpret_cast<TAQMsgStruct*>(1);
         EXPECT_EQ(fits ? MSG_SOK : MSG_EBUFLEN, TAQMsgStruct::from_nwbuffer(out, buf, len)) << len;
         EXPECT_EQ(fits ? len - 4 : -1, out != nullptr ? out->getnwmessagesize() : -1) << len;
