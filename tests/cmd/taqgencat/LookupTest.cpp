@@ -8,8 +8,6 @@
 
 using namespace gencat;
 
-namespace {
-
 class Catalogs {
 public:
     // Writes the module and opens it.
@@ -33,7 +31,7 @@ private:
     void* _handle = nullptr;
 };
 
-Messages categories(uint32_t count) {
+static Messages categories(uint32_t count) {
     Messages messages;
     for (uint32_t category = 1; category <= count; ++category)
         for (uint32_t number = 0; number < 65536; number = number * 8 + category % 7 + 1)
@@ -76,5 +74,3 @@ TEST(CompiledCatalogs, LongestAcceptedTextIsShown) {
         EXPECT_EQ(size > 4088, faults.has_faults());
     }
 }
-
-} // namespace

@@ -115,29 +115,27 @@ TEST(MemoryDeathTest, DamageAndRefusedRequestsEndTheProcess) {
 std::vector<int> pauses;
 
 TEST(Memory, ThrottleCallsBackAboveTheThresholdAndNotFromWithin) {
-    const struct {
-        const char *threshold, *time;
-        int calls; // of release
-        std::vector<int> pauses;
-    } cases[] = {{"3", "7", 12, {7, 7, 7}},
-                 {"4294967297", "7", 9, {}},
-                 {"1", "", 2, {400}},
-                 {"1", "5", 6, {5, 5, 5, 5, 5}}};
+    const std::tuple<const char*, const char*, int, std::vector<int>> cases[] = {
+        // threshold, time, calls of release, and the pauses
+        {"3", "7", 12, {7, 7, 7}},
+        {"4294967297", "7", 9, {}},
+        {"1", "", 2, {400}},
+        {"1", "5", 6, {5, 5, 5, 5, 5}}};
     static Memory memory;
     pauses.reserve(64); // so that noting one allocates nothing
-    for (const auto& c : cases) {
+    for (const auto& [threshold, time, calls, expected] : cases) {
         setenv("QEN_BLOCK_THRESHOLD", "0", 1); // use up the count that is left over
         Memory::block([](int) {}), memory.release(nullptr, MEM_MISC);
-        setenv("QEN_BLOCK_THRESHOLD", c.threshold, 1);
-        *c.time != '\0' ? setenv("QEN_BLOCK_TIME", c.time, 1) : unsetenv("QEN_BLOCK_TIME");
+        setenv("QEN_BLOCK_THRESHOLD", threshold, 1);
+        *time != '\0' ? setenv("QEN_BLOCK_TIME", time, 1) : unsetenv("QEN_BLOCK_TIME");
         pauses.clear();
-        Memory::block([](int time) {
-            pauses.push_back(time);
-            if (time == 5) memory.release(memory.get(0, 8, MEM_MISC), MEM_MISC);
+        Memory::block([](int pause) {
+            pauses.push_back(pause);
+            if (pause == 5) memory.release(memory.get(0, 8, MEM_MISC), MEM_MISC);
         });
-        for (int n = 0; n < c.calls; ++n) memory.release(nullptr, MEM_MISC);
+        for (int n = 0; n < calls; ++n) memory.release(nullptr, MEM_MISC);
         Memory::block(nullptr);
-        EXPECT_EQ(c.pauses, pauses) << c.threshold << " " << c.calls;
+        EXPECT_EQ(expected, pauses) << threshold << " " << calls;
     }
 }
 
