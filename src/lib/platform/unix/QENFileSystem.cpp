@@ -78,6 +78,19 @@ bool QENWriteAllAt(int fd, const void* data, size_t n, int64_t offset) {
     return true;
 }
 
+size_t QENAppend(int fd, const void* data, size_t n) {
+    const char* from = static_cast<const char*>(data);
+    size_t done = 0;
+    while (done < n) {
+        const ssize_t written = write(fd, from + done, n - done);
+        if (written < 0 && errno == EINTR) continue;
+        if (written == 0) errno = EIO; // to try again might never end
+        if (written <= 0) break;
+        done += static_cast<size_t>(written);
+    }
+    return done;
+}
+
 bool QENTruncateFile(int fd, int64_t size) {
     return ftruncate(fd, size) == 0;
 }

@@ -36,6 +36,10 @@ bool QENReadAt(int fd, void* buffer, size_t n, int64_t offset);
 // descriptor opened for appending.
 bool QENWriteAllAt(int fd, const void* data, size_t n, int64_t offset);
 
+// Writes n bytes at the end of a file that is open for appending, with one call unless the system takes only
+// a part. Returns the bytes that it took; fewer than n with errno set.
+size_t QENAppend(int fd, const void* data, size_t n);
+
 bool QENTruncateFile(int fd, int64_t size);
 
 // Bytes that a file of this process may have (ulimit -f). Writing beyond them ends most programs by a signal.

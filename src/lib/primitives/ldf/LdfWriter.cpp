@@ -1,4 +1,4 @@
-// Appends records: builds the bytes, writes the record, then the header. LdfWriterFiles.cpp opens and
+// Appends records: builds the bytes, writes the records, then the header. LdfWriterFiles.cpp opens and
 // rotates.
 #include "primitives/ldf/LdfWriter.h"
 
@@ -40,6 +40,16 @@ void count_record(ldf_header_t& h, unsigned char sev, unsigned char obj_tag) {
     count_one(h.total_msgs);
 }
 
+// Encodes into room for LDF_RECORD_MAX bytes.
+LdfPart encode(ldf_msg_header_t& fixed, std::string_view file, std::string_view func,
+               std::span<const std::string_view> args, unsigned char* record) {
+    char* text = reinterpret_cast<char*>(record) + LDF_RECORD_HEADER_SIZE;
+    fixed.data_size = static_cast<uint32_t>(ldf_encode_text(file, func, args, text, LDF_TEXT_MAX) + 1);
+    fixed.version = LDF_RECORD_VERSION;
+    ldf_encode_record(fixed, record);
+    return {static_cast<uint32_t>(LDF_RECORD_HEADER_SIZE) + fixed.data_size, fixed.sev, fixed.obj_type};
+}
+
 } // namespace
 
 void LdfWriter::write(char sev, int time_stamp, char obj_tag, unsigned msgcatID, const char* filep,
@@ -58,47 +68,94 @@ void LdfWriter::write(char sev, int time_stamp, char obj_tag, unsigned msgcatID,
            view_of(filep), view_of(func), args);
 }
 
+// Whether a record may be written now. Then a write is in progress.
+bool LdfWriter::_begin(int8_t obj_tag) {
+    if (_active || !_opened) return false;
+    QEN_CHECK(obj_tag >= OBJTAG_QEN && obj_tag <= OBJTAG_RES);
+    if (_forks != QENForkCount()) return false;
+    _active = 1;
+    return true;
+}
+
 void LdfWriter::append(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
                        std::span<const std::string_view> args) {
-    if (_active || !_opened) return;
-    const int8_t obj_tag = fixed.obj_type;
-    QEN_CHECK(obj_tag >= OBJTAG_QEN && obj_tag <= OBJTAG_RES);
-    if (_forks != QENForkCount()) return;
-    _active = 1;
-    if (!_has_room() && _pause.is_due()) _next();
-    if (_ldf_header.offset_end <= _last_start) {
-        unsigned char record[LDF_RECORD_MAX];
-        char* text = reinterpret_cast<char*>(record) + LDF_RECORD_HEADER_SIZE;
-        fixed.data_size = static_cast<uint32_t>(ldf_encode_text(file, func, args, text, LDF_TEXT_MAX) + 1);
-        fixed.version = LDF_RECORD_VERSION;
-        ldf_encode_record(fixed, record);
-        _put_record(record, LDF_RECORD_HEADER_SIZE + fixed.data_size, fixed.sev, obj_tag);
+    if (!_begin(fixed.obj_type)) return;
+    _put_gathered();
+    if (_make_room()) {
+        unsigned char bytes[LDF_RECORD_MAX];
+        const LdfPart record = encode(fixed, file, func, args, bytes);
+        (void)_put(bytes, {&record, 1}); // one that cannot be written is dropped
     }
     _active = 0;
 }
 
-// Whether one more record fits: the file is below its size limit, and the record ends where readers and the
-// system still allow it.
-bool LdfWriter::_has_room() const {
-    return _count < _maxlen && _ldf_header.offset_end <= _last_start;
+void LdfWriter::gather(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
+                       std::span<const std::string_view> args) {
+    if (_batch == nullptr) _batch.reset(new (std::nothrow) LdfBatch);
+    if (_batch == nullptr) return append(fixed, file, func, args);
+    if (!_begin(fixed.obj_type)) return;
+    if (!_batch->has_room() || !_has_room()) _put_gathered();
+    if (_make_room()) _batch->add(encode(fixed, file, func, args, _batch->room()));
+    _active = 0;
 }
 
-// Record first, header after: whatever happens in between, the header on disk describes whole records only.
-// The header in memory changes last, so after a failure the next record takes the place of this one.
-void LdfWriter::_put_record(const unsigned char* record, size_t size, int8_t sev, int8_t obj_tag) {
-    if (!QENWriteAllAt(fileno(_fp), record, size, _ldf_header.offset_end)) return;
+// A forked child leaves them to its parent.
+void LdfWriter::write_gathered() {
+    if (_batch == nullptr || _active || !_opened || _forks != QENForkCount()) return;
+    _active = 1;
+    _put_gathered();
+    _active = 0;
+}
 
+void LdfWriter::_put_gathered() {
+    if (_batch == nullptr || _batch->parts().empty()) return;
+    if (!_put(_batch->bytes(), _batch->parts())) {
+        const unsigned char* bytes = _batch->bytes();
+        for (const LdfPart& record : _batch->parts()) {
+            (void)_put(bytes, {&record, 1}); // the next one may be shorter
+            bytes += record.size;
+        }
+    }
+    _batch->clear();
+}
+
+// Whether one more record fits behind those that wait: the file is below its size limit, and the record ends
+// where readers and the system still allow it.
+bool LdfWriter::_has_room() const {
+    const size_t waiting = _batch != nullptr ? _batch->size() : 0;
+    return static_cast<int64_t>(_count) + static_cast<int64_t>(waiting) < _maxlen &&
+           _ldf_header.offset_end + waiting <= _last_start;
+}
+
+// Starts a new file if the next record belongs there. False: it fits nowhere. No records wait when there is
+// no room.
+bool LdfWriter::_make_room() {
+    if (!_has_room() && _pause.is_due()) _next();
+    return _ldf_header.offset_end <= _last_start;
+}
+
+// Records first, header after: whatever happens in between, the header on disk describes whole records only.
+// The header in memory changes last, so after a failure the next record takes the place of these.
+bool LdfWriter::_put(const unsigned char* bytes, std::span<const LdfPart> records) {
     ldf_header_t updated = _ldf_header;
-    count_record(updated, static_cast<unsigned char>(sev), static_cast<unsigned char>(obj_tag));
-    updated.offset_end += static_cast<uint32_t>(size);
+    uint32_t size = 0;
+    for (const LdfPart& record : records) {
+        count_record(updated, static_cast<unsigned char>(record.sev),
+                     static_cast<unsigned char>(record.obj_tag));
+        size += record.size;
+    }
+    if (!QENWriteAllAt(fileno(_fp), bytes, size, _ldf_header.offset_end)) return false;
+
+    updated.offset_end += size;
     if (_write_header(updated) != LDF_OK) {
         ldf_header_t old = _ldf_header;
         (void)_write_header(old); // in case the failed write reached the disk in part
-        return;
+        return false;
     }
     _ldf_header = updated;
     _count =
         _count > COUNT_MAX - static_cast<int32_t>(size) ? COUNT_MAX : _count + static_cast<int32_t>(size);
+    return true;
 }
 
 int LdfWriter::_write_header(ldf_header_t& header) {

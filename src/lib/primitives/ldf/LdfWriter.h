@@ -5,6 +5,7 @@
 
 #include "primitives/files/Generations.h"
 #include "primitives/files/NameLock.h"
+#include "primitives/ldf/LdfBatch.h"
 #include "primitives/ldf/ldf_format.h"
 #include "primitives/memory/Pooled.h"
 
@@ -17,7 +18,8 @@ inline constexpr int LDF_MIN_MAXLEN = 65536;
 //
 // After every completed write the file is consistent: the header describes exactly the records before
 // offset_end. The record goes to the file first and the header after, each with one call, so a process
-// that dies in between leaves a record that no reader sees and the next write overwrites.
+// that dies in between leaves a record that no reader sees and the next write overwrites. Gathered records go
+// the same way together: all with one call, then the header once.
 //
 // One writer per log and machine; a writer is used by one thread at a time. The registry of writers is
 // process-wide and not locked. In a forked child an inherited writer writes nothing; a writer of its own, for
@@ -59,6 +61,17 @@ public:
     void append(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
                 std::span<const std::string_view> args);
 
+    // The same, but the record waits in memory until write_gathered(): for a caller that has more of them. It
+    // is lost when the process dies before. At most LdfBatch::RECORDS wait: append and the end of the writer
+    // write them first, a full batch and a rotation too. When the disk refuses them together, they are
+    // written one by one, so that those that do not fit are lost and no others.
+    void gather(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
+                std::span<const std::string_view> args);
+    void write_gathered();
+
+    // Whether the next record begins a new file, as far as the file's size tells.
+    bool is_full() const { return _opened != 0 && !_has_room(); }
+
     // Sets the size in bytes at which the file is rotated, at least LDF_MIN_MAXLEN. Only while open.
     void set_maxlen(int maxlen);
 
@@ -83,8 +96,11 @@ private:
     int _read_header();
     int _write_header(ldf_header_t& header);
     bool _has_room() const;
+    bool _make_room();
     void _next();
-    void _put_record(const unsigned char* record, size_t size, int8_t sev, int8_t obj_tag);
+    bool _begin(int8_t obj_tag);
+    bool _put(const unsigned char* bytes, std::span<const LdfPart> records);
+    void _put_gathered();
     void _unregister();
     void _close();
 
@@ -97,12 +113,13 @@ private:
     PathText _namep;     // key in the registry
     PathText _dirp;
     Generations _files;
-    RetryPause _pause;              // between attempts at a rotation that is blocked
-    NameLock _lock;                 // as long as the name is registered
-    unsigned _forks = 0;            // QENForkCount() of the process that opened the log
-    int32_t _starting_filesize = 0; // size of file A when it was last prepared
-    uint32_t _last_start = 0;       // greatest offset at which any record still fits
-    ldf_header_t _ldf_header = {};  // identical to the one on disk after the last write
+    RetryPause _pause;                // between attempts at a rotation that is blocked
+    NameLock _lock;                   // as long as the name is registered
+    unsigned _forks = 0;              // QENForkCount() of the process that opened the log
+    int32_t _starting_filesize = 0;   // size of file A when it was last prepared
+    uint32_t _last_start = 0;         // greatest offset at which any record still fits
+    ldf_header_t _ldf_header = {};    // identical to the one on disk after the last write
+    std::unique_ptr<LdfBatch> _batch; // records that wait; made for the first one
     FILE* _debug_fp = nullptr;
 };
 

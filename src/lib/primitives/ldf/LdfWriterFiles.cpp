@@ -32,6 +32,7 @@ LdfWriter* Ldf_obj(const char* name) {
 }
 
 LdfWriter::~LdfWriter() {
+    write_gathered();
     _close();
     _unregister();
     if (_debug_fp) std::fclose(_debug_fp);
@@ -58,6 +59,7 @@ int LdfWriter::open(const char* namep, int flags) {
         writers.remove(name.get(), this);
         return LDF_EFAIL;
     }
+    write_gathered();
     _close();
     _unregister();
     _flags = flags;

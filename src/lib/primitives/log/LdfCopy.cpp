@@ -33,7 +33,7 @@ void LdfCopy::_open(const char* namep) {
 }
 
 // A message without a number is recorded with its text, any other with the arguments of its text.
-void LdfCopy::_append(const LogMessage& m) {
+void LdfCopy::_put(const LogMessage& m, decltype(&LdfWriter::append) put) {
     ldf_msg_header_t fixed = {};
     fixed.sev = one_byte(m.logical_sev);
     fixed.timestamp = static_cast<int32_t>(m.time);
@@ -43,7 +43,7 @@ void LdfCopy::_append(const LogMessage& m) {
     fixed.seq = LDF_NO_SEQ;
     const std::string_view whop = view_of(m.call.whop);
     if (m.number() == 0)
-        _ldfp->append(fixed, view_of(m.call.filep), whop, {&m.text, 1});
+        (_ldfp.get()->*put)(fixed, view_of(m.call.filep), whop, {&m.text, 1});
     else
-        _ldfp->append(fixed, m.source, whop, m.arguments().span());
+        (_ldfp.get()->*put)(fixed, m.source, whop, m.arguments().span());
 }

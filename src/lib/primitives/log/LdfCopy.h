@@ -21,12 +21,21 @@ public:
     void close() { _ldfp.reset(); }
 
     void add(const LogMessage& m) {
-        if (_ldf_enabled && _ldfp != nullptr && _ldfp->is_opened()) _append(m);
+        if (_writes()) _put(m, &LdfWriter::append);
     }
+    // The same later, by write_gathered(): see LdfWriter.
+    void gather(const LogMessage& m) {
+        if (_writes()) _put(m, &LdfWriter::gather);
+    }
+    void write_gathered() {
+        if (_writes()) _ldfp->write_gathered();
+    }
+    bool is_full() const { return _writes() && _ldfp->is_full(); } // the next record begins a new file
 
 private:
     void _open(const char* namep);
-    void _append(const LogMessage& m);
+    bool _writes() const { return _ldf_enabled && _ldfp != nullptr && _ldfp->is_opened(); }
+    void _put(const LogMessage& m, decltype(&LdfWriter::append) put);
 
     std::unique_ptr<LdfWriter> _ldfp; // null when no copy is written
     bool _ldf_enabled = false;

@@ -66,6 +66,7 @@ Log::~Log() {
 // Back to the state before open, the settings apart.
 void Log::_release() {
     const LogLock::Guard inside(_lock);
+    _write_gathered();
     if (_namep != nullptr) LogIdentity::remove(_namep.get(), this);
     _namep.reset();
     if (_fp != nullptr && !_is_file_log) (void)QENStreamFlush(_fp); // nobody to tell

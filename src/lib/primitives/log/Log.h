@@ -36,8 +36,9 @@ class RecordDisplay;
 //     auto* log = new Log;
 //     if (log->open("engine", /*fp=*/nullptr, /*flags=*/0, nullptr) != ULOG_OK) ...
 //
-// Threads: without the logger thread each write waits for the one in progress. After start_logger a call
-// appends to a queue and returns, and one thread writes. Each thread's messages keep their order. A message
+// Threads: without the logger thread each write waits for the one in progress, and a message is in the files
+// when its call returns. After start_logger a call appends to a queue and returns, and one thread writes, up
+// to 64 messages together (LoggerThread.h). Either way the messages of a thread keep their order. A message
 // from within the write of the same log, by a stream of the program's, is dropped.
 //
 // The end: what was queued is written before a log is deleted and when the program calls exit; not before
@@ -148,30 +149,30 @@ public:
                            const MsgStruct* msgp);
 
 private:
-    friend void write_record(vlog_msg_t* record);
+    friend class RecordWriter;
     friend struct LogFork;
     void _continue_in_child(bool is_whole);
     bool _is_inherited() const; // by a forked child
-
-    // Log.cpp
-    void _release();
+    void _release();            // this and the next ones in Log.cpp
     int _open_as(PathText name, FILE* fp, int flags);
     void _open_stream(FILE* fp);
     int _open_file_log();
     int _make_paths();
     int _lock_name(const char* directory, bool hidden);
     bool _on_standard_stream() const { return _fp == stdout || _fp == stderr; }
-
     // LogWrite.cpp
     bool _is_queued() const { return LoggerThread::is_on() && !_lock.is_mine(); } // a nested one is dropped
     void _queue(vlog_msg_t* record);
     bool _accepts(int sev, int flags) const;
-    void _log(LogMessage& m);
+    void _log(LogMessage& m, bool may_gather);
     bool _has_stream();
     void _next();
-    void _write_message(LogMessage& m);
-    bool _write_line(const LogMessage& m);
-
+    void _write_message(LogMessage& m, bool gathers);
+    bool _is_flushed(const LogMessage& m) const;
+    void _write_at_once(const LogMessage& m, bool is_recorded);
+    bool _gather(const LogMessage& m, bool is_recorded);
+    void write_gathered();
+    void _write_gathered();
     // LogDisplay.cpp
     RecordDisplay* _display_for(int sev);
     RecordDisplay* _make_display();

@@ -62,6 +62,7 @@ void Log::display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_
     const LogLock::Guard inside(_lock);
     RecordDisplay* const display = inside ? _display_for(sev) : nullptr;
     if (display == nullptr) return;
+    _write_gathered();
     const ShownRecord record = {sev, obj_tag, time_stamp, static_cast<uint32_t>(msgcat_id)};
     std::array<std::string_view, ULOG_MAX_ARGS> args;
     size_t count = 0;

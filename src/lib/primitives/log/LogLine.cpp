@@ -2,6 +2,7 @@
 #include "primitives/log/LogLine.h"
 
 #include <charconv>
+#include <cstring>
 
 #include "platform/unix/QENNullText.h"
 #include "primitives/log/LogIdentity.h"
@@ -12,13 +13,23 @@
 namespace {
 
 constexpr size_t UMI_SIZE = 255;
+constexpr size_t SMALL_PARTS = 128; // time stamp, debug level, line number, blanks and newlines
 
 } // namespace
 
-void LogLine::put(const LogMessage& m, LineBuffer& line) {
+size_t LogLine::size_at_most(const LogMessage& m) {
+    const size_t word = m.is_debug ? 0 : _catalog.severity_word(m.logical_sev).size();
+    return SMALL_PARTS + UMI_SIZE + LogIdentity::mnemonic().size() + word + m.text.size() + m.source.size() +
+           strlen(QENTextOf(m.call.whop));
+}
+
+size_t LogLine::put(const LogMessage& m, LineBuffer& line) {
     _put_head(m, line);
     _put_text(m, line);
     if (!m.leaves_out(ULOG_NO_NEWLINE)) line.append('\n');
+    const size_t counted = line.size();
+    _put_source(m, line);
+    return counted;
 }
 
 // Time stamp, mnemonic, severity word and identifier.
@@ -71,7 +82,7 @@ bool LogLine::_put_format(uint32_t msgcat_id, ArgViews args, LineBuffer& line) {
     return true;
 }
 
-void LogLine::put_source(const LogMessage& m, LineBuffer& line) {
+void LogLine::_put_source(const LogMessage& m, LineBuffer& line) {
     if (m.leaves_out(ULOG_NO_SOURCE) || m.type == MSG_LOG_ADD || m.source.empty()) return;
     if (!m.is_debug && (m.line_flags & ULOG_SOURCE) == 0) return;
     line.append('\t');

@@ -21,12 +21,15 @@ public:
     }
     bool is_on_terminal() const { return _on_terminal; }
 
-    // Appends the line with its newline.
-    void put(const LogMessage& m, LineBuffer& line);
-    // Appends the second line, "\tfile.cpp:function[12]", where the message has one.
-    static void put_source(const LogMessage& m, LineBuffer& line);
+    // Bytes that the message's lines have at most, as long as their text is the English one.
+    size_t size_at_most(const LogMessage& m);
+
+    // Appends the line with its newline and, where the message has one, the second line,
+    // "\tfile.cpp:function[12]". Returns the bytes that count as the file's size: those of the first line.
+    size_t put(const LogMessage& m, LineBuffer& line);
 
 private:
+    static void _put_source(const LogMessage& m, LineBuffer& line);
     void _put_head(const LogMessage& m, LineBuffer& line);
     void _put_severity(const LogMessage& m, LineBuffer& line);
     void _put_text(const LogMessage& m, LineBuffer& line);

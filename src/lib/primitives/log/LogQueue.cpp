@@ -2,27 +2,50 @@
 #include "primitives/log/LogQueue.h"
 
 #include <memory>
+#include <utility>
 
 #include "primitives/log/Log.h"
 #include "primitives/log/LogAdmin.h"
 #include "primitives/log/LogMessage.h"
 #include "primitives/message/MsgStruct.h"
 
-void write_record(vlog_msg_t* record) {
+namespace {
+
+constexpr unsigned LOOK_EVERY = 8; // messages, at the clock
+
+} // namespace
+
+void RecordWriter::write(vlog_msg_t* record) {
     const std::unique_ptr<vlog_msg_t> r(record);
     const std::unique_ptr<char[]> text(r->en_msgp);
     std::unique_ptr<MsgStruct> msgp(r->msg_structp);
-    if (r->logp == nullptr) return LogAdmin::write(r->sev, message_text(msgp.get()));
     if (r->packed_args >= 0) { // only a Log packs
         const PackedView packed = PackedMessage::view_of(r->packed(), r->packed_args);
         LogMessage m(*r, packed);
-        return static_cast<Log*>(r->logp)->_log(m);
+        return _gather(m, static_cast<Log*>(r->logp));
     }
     if (r->is_to_log) {
         LogMessage m(*r, text.get(), msgp.get());
-        return static_cast<Log*>(r->logp)->_log(m);
+        return _gather(m, static_cast<Log*>(r->logp));
     }
+    flush();
+    if (r->logp == nullptr) return LogAdmin::write(r->sev, message_text(msgp.get()));
     const bool is_handed_over = (r->flags & ULOG_HAND_OVER) != 0; // write_log deletes it, or we do
     r->logp->write_log(r->timet, r->sev, r->whop, r->filep, r->line, r->flags, r->cat, r->id, text.get(),
                        is_handed_over ? msgp.release() : msgp.get());
+}
+
+void RecordWriter::_gather(LogMessage& m, Log* log) {
+    if (_log != log) flush();
+    if (_log == nullptr) {
+        _log = log;
+        _deadline = Clock::now() + _longest;
+    }
+    log->_log(m, /*may_gather=*/true);
+    if (++_count % LOOK_EVERY == 0 && Clock::now() >= _deadline) flush();
+}
+
+void RecordWriter::flush() {
+    _count = 0;
+    if (Log* log = std::exchange(_log, nullptr)) log->write_gathered();
 }

@@ -1,13 +1,17 @@
 // The record in which a message travels from its site to the logger thread (LoggerThread.h).
 #pragma once
 
+#include <chrono>
+
 #include "primitives/log/LogCall.h"
 #include "primitives/log/PackedMessage.h"
 #include "primitives/memory/Pooled.h"
 #include "primitives/values/DList.h"
 
 class ILog;
+class Log;
 class MsgStruct;
+struct LogMessage;
 
 // A call and what it says: a debug text, a structure, or packed bytes behind the record. Made by the producer
 // with new; belongs to the queue, then to the logger thread, which writes and deletes it with what it owns.
@@ -39,5 +43,25 @@ struct vlog_msg_t : Pooled<MEM_MISC>, LogCall {
 };
 using vlog_msg = vlog_msg_t;
 
-// Writes the record to its log, or to the system log, and deletes it.
-void write_record(vlog_msg_t* record);
+// Writes records to their logs, or to the system log, and deletes them. Those that come one after the other
+// for one file log are written together: at most LineBatch::MESSAGES, or those of the time given. A record of
+// another destination waits for that.
+class RecordWriter {
+public:
+    using Clock = std::chrono::steady_clock;
+    explicit RecordWriter(Clock::duration longest = std::chrono::milliseconds(1)) : _longest(longest) {}
+    ~RecordWriter() { flush(); }
+    RecordWriter(const RecordWriter&) = delete;
+    RecordWriter& operator=(const RecordWriter&) = delete;
+
+    void write(vlog_msg_t* record);
+    void flush(); // afterwards all is written
+
+private:
+    void _gather(LogMessage& m, Log* log);
+
+    const Clock::duration _longest; // that a message waits for others
+    Log* _log = nullptr;            // whose messages wait
+    unsigned _count = 0;            // of them
+    Clock::time_point _deadline;
+};

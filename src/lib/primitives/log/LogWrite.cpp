@@ -34,7 +34,7 @@ void Log::write_packed(const LogCall& call, const PackedMessage& message) {
     if (_is_queued()) return _queue(new (message) vlog_msg_t(this, call, message));
     const PackedView packed = message.view();
     LogMessage m(call, packed);
-    _log(m);
+    _log(m, /*may_gather=*/false);
 }
 
 void Log::write_dbg(ulog_dbg_lev lev, const char* whop, const char* filep, int line, int flags, int cat,
@@ -71,7 +71,7 @@ void Log::write_log(time_t timet, int sev, const char* whop, const char* filep, 
     const std::unique_ptr<MsgStruct> ours((flags & ULOG_HAND_OVER) != 0 ? msg_structp : nullptr);
     const LogCall call(timet, sev, whop, filep, line, flags, cat, id);
     LogMessage m(call, msgp, msg_structp);
-    _log(m);
+    _log(m, /*may_gather=*/false);
 }
 
 // ---- The write
@@ -86,14 +86,16 @@ bool Log::_accepts(int sev, int flags) const {
     return !LogIdentity::is_verifying() || (flags & (ULOG_DEBUG | ULOG_MERGE)) != 0;
 }
 
-void Log::_log(LogMessage& m) {
+void Log::_log(LogMessage& m, bool may_gather) {
     if (!_accepts(m.call.sev, m.call.flags)) return;
     const LogLock::Guard inside(_lock);
     if (!inside) return; // within a write or display of this log
+    const bool gathers = may_gather && _is_file_log && !_is_inherited();
+    if (!gathers || _file.is_full() || _copy.is_full()) _write_gathered();
     if (!_has_stream())
         QENSyslog(SEV_ERR, "Log File Pointer is NULL");
     else if (m.classify(_open_flags, _tags))
-        _write_message(m);
+        _write_message(m, gathers);
 }
 
 // Whether there is a stream to write to. In a forked child it is that of the file which the parent writes
@@ -113,34 +115,68 @@ void Log::_next() {
         (void)QENStreamFlush(_fp);
         return;
     }
+    _write_gathered();
     _file.start_new();
     _fp = _file.stream();
     if (!_is_inherited()) _copy.open(_namep.get());
 }
 
-void Log::_write_message(LogMessage& m) {
+// The administrator hears of a message that is in the files.
+void Log::_write_message(LogMessage& m, bool gathers) {
     if (_cache.is_enabled() && m.cache_args_id != 0) notify_add(_cache.add(m));
-    _file.begin();
-    const bool flush = _write_line(m);
-    if (!m.is_debug && !_on_standard_stream()) {
-        if (m.is_recorded) _copy.add(m);
-        if (!m.leaves_out(ULOG_NO_EVENT) && QENIsEvent(m.logical_sev))
-            LogAdmin::mirror(m.logical_sev, static_cast<int>(m.number()), m.text);
+    const bool is_recorded = !m.is_debug && !_on_standard_stream() && m.is_recorded;
+    if (!gathers || !_gather(m, is_recorded)) {
+        _write_gathered();
+        _write_at_once(m, is_recorded);
     }
+    if (m.is_debug || _on_standard_stream() || m.leaves_out(ULOG_NO_EVENT) || !QENIsEvent(m.logical_sev))
+        return;
+    _write_gathered();
+    LogAdmin::mirror(m.logical_sev, static_cast<int>(m.number()), m.text);
+}
+
+// Debug messages wait in the stream's buffer unless their tag flushes.
+bool Log::_is_flushed(const LogMessage& m) const {
+    return !m.is_debug || _tags.has(m.level, LOG_DBG_FLUSH);
+}
+
+void Log::_write_at_once(const LogMessage& m, bool is_recorded) {
+    const bool flush = _is_flushed(m);
+    _file.begin();
+    LineBuffer line(_fp, _line_room(), _is_file_log ? LineBuffer::A_FILE : LineBuffer::ANY_STREAM);
+    const size_t counted = _line.put(m, line);
+    const size_t size = line.size();
+    if (line.send(/*at_once=*/flush) == size) _file.count(counted, size);
+    if (is_recorded) _copy.add(m);
     if (flush && !_is_file_log) (void)QENStreamFlush(_fp); // as other write errors
     _file.settle(flush);
 }
 
-// Debug messages wait in the stream's buffer unless their tag flushes. Returns whether the message is
-// flushed.
-bool Log::_write_line(const LogMessage& m) {
-    const bool flush = !m.is_debug || _tags.has(m.level, LOG_DBG_FLUSH);
-    LineBuffer line(_fp, _line_room(), _is_file_log ? LineBuffer::A_FILE : LineBuffer::ANY_STREAM);
-    _line.put(m, line);
-    const size_t counted = line.size();
-    LogLine::put_source(m, line);
+// ---- Gathering: what the logger thread has before it in its list is written together
 
-    const size_t size = line.size();
-    if (line.send(/*at_once=*/flush) == size) _file.count(counted, size);
-    return flush;
+// False: the message is too long.
+bool Log::_gather(const LogMessage& m, bool is_recorded) {
+    const size_t size = _line.size_at_most(m);
+    std::span<char> room = _file.room_for(size);
+    if (room.data() == nullptr) {
+        _write_gathered();
+        room = _file.room_for(size);
+    }
+    if (room.data() == nullptr) return false;
+    LineBuffer line(_fp, room, LineBuffer::A_FILE);
+    const size_t counted = _line.put(m, line);
+    _file.gather(counted, line.size(), _is_flushed(m));
+    if (is_recorded) _copy.gather(m);
+    return true;
+}
+
+void Log::write_gathered() {
+    const LogLock::Guard inside(_lock);
+    if (inside) _write_gathered();
+}
+
+// The records and their header first: then a line that is there has its record.
+void Log::_write_gathered() {
+    _copy.write_gathered();
+    _file.write_gathered();
 }

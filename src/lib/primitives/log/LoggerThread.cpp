@@ -1,4 +1,4 @@
-// Takes queued records in order and writes them. Producers come before it, write_record (LogQueue.cpp) after.
+// Takes queued records in order and writes them. Producers come before it, RecordWriter (LogQueue.cpp) after.
 #include "primitives/log/LoggerThread.h"
 
 #include <cerrno>
@@ -161,7 +161,7 @@ void LoggerThread::post(vlog_msg_t* record) {
             QENCondCvwait(&_written_cond, &_lock, FOR_EVER);
         if (is_on() && (is_running() || !is_writer)) return _append_locked(record);
     }
-    write_record(record);
+    RecordWriter().write(record);
 }
 
 void LoggerThread::finish() {
@@ -221,11 +221,16 @@ bool LoggerThread::_next_batch(int ms) {
 // The write of a record may come here again: it may delete a log, or call exit.
 void LoggerThread::_write_batch() {
     const bool was_in_batch = std::exchange(_in_batch, true);
-    int written = 0;
-    while (DLink* link = _batch->head()) {
-        link->unlink();
-        write_record(static_cast<vlog_msg_t*>(link->object()));
-        if (++written % YIELD_EVERY == 0) QENThreadYield();
+    {
+        RecordWriter writer;
+        int written = 0;
+        while (DLink* link = _batch->head()) {
+            link->unlink();
+            writer.write(static_cast<vlog_msg_t*>(link->object()));
+            if (++written % YIELD_EVERY != 0) continue;
+            writer.flush();
+            QENThreadYield();
+        }
     }
     _in_batch = was_in_batch;
 }

@@ -12,7 +12,11 @@ struct vlog_msg_t;
 
 // Producers append records under one lock. The thread takes the whole queue at once and writes it without the
 // lock, so no producer waits for writing. Records are written in the order in which they were appended. All
-// that was appended is written: by the thread, or at its end by the thread that stops it.
+// that was appended is written: by the thread, or at its end by the thread that stops it. What comes together
+// for one file log is written together (RecordWriter, LogQueue.h): when the process is killed, at most 64
+// messages that the thread had taken from the queue are lost with the queue. An error message is in the files
+// before the administrator hears of it. After 1,000 messages the thread pauses for a millisecond, with
+// nothing gathered.
 //
 // There is one object in a process, logger_thread(). Any thread may call any function.
 class LoggerThread {

@@ -4,8 +4,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "platform/unix/QENDescriptors.h"
+#include "platform/unix/QENFileSystem.h"
 #include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
 #include "platform/unix/QENStreams.h"
@@ -51,6 +53,7 @@ bool TextLogFile::open() {
 }
 
 void TextLogFile::close() {
+    write_gathered();
     if (_stream != nullptr) {
         begin(); // nothing of a parent's is written a second time
         if (fflush(_stream) != 0) _mend();
@@ -89,6 +92,7 @@ bool TextLogFile::_may_start_new() {
 }
 
 void TextLogFile::start_new() {
+    write_gathered();
     if (_stream == nullptr) {
         _start();
         return;
@@ -160,6 +164,7 @@ void TextLogFile::follow_parent() {
 
 void TextLogFile::forget_unflushed() {
     if (_stream != nullptr) QENStreamPurge(_stream);
+    if (_lines != nullptr) _lines->clear();
     _pending = 0;
 }
 
@@ -189,6 +194,47 @@ void TextLogFile::settle(bool flush) {
     } else if (flush) {
         _flushed += _pending;
         _pending = 0;
+    }
+}
+
+// ---- Gathered lines
+
+std::span<char> TextLogFile::room_for(size_t size) {
+    if (_lines == nullptr) _lines.reset(new (std::nothrow) LineBatch);
+    return _lines != nullptr && _stream != nullptr ? _lines->room(size) : std::span<char>();
+}
+
+// Debug messages may have waited in the stream's buffer since before.
+void TextLogFile::_write_gathered() {
+    begin();
+    const size_t size = _lines->size();
+    if (!_lines->wants_flush()) {
+        _pending += static_cast<off_t>(fwrite_unlocked(_lines->bytes(), 1, size, _stream));
+        settle(/*flush=*/false);
+    } else {
+        settle(/*flush=*/true);
+        const size_t written = QENAppend(fileno(_stream), _lines->bytes(), size);
+        if (written == size)
+            _flushed += static_cast<off_t>(size);
+        else
+            _write_rest(written);
+    }
+    _lines->clear();
+}
+
+// The system has taken `written` bytes. The message that was cut there loses its last line, as it would have
+// alone; there may be room for the ones behind it.
+void TextLogFile::_write_rest(size_t written) {
+    const std::span<const uint16_t> sizes = _lines->sizes();
+    size_t i = 0, at = 0;
+    while (at + sizes[i] <= written) at += sizes[i++];
+    _flushed += static_cast<off_t>(at);
+    _mend();
+    if (at < written) at += sizes[i++];
+    for (; i < sizes.size(); at += sizes[i++]) {
+        begin();
+        count(sizes[i], fwrite_unlocked(_lines->bytes() + at, 1, sizes[i], _stream));
+        settle(/*flush=*/true);
     }
 }
 

@@ -4,8 +4,10 @@
 #include <climits>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 
 #include "primitives/files/Generations.h"
+#include "primitives/log/LineBatch.h"
 
 inline constexpr int LOG_DEFAULT_MAXLEN = 33554432; // bytes at which a text log is rotated
 inline constexpr int LOG_MIN_MAXLEN = 65536;
@@ -57,15 +59,28 @@ public:
     // Whether the next message belongs in a new file: the size is reached, or what the system lets a file of
     // this process have, or one was asked for. While that cannot be had, yes only now and then. Never in a
     // forked child.
-    bool wants_new() {
-        return (_bytes >= _maxlen || _flushed + _pending > _full_at || _requested) && _may_start_new();
+    bool wants_new() { return (is_full() || _requested) && _may_start_new(); }
+    bool is_full() const { // the size is reached
+        return _bytes >= _maxlen || _flushed + _pending + _gathered() > _full_at;
     }
 
     // A line of `written` bytes went to the stream, of which `counted` count as the file's size.
     void count(size_t counted, size_t written) {
-        const size_t room = static_cast<size_t>(INT_MAX - _bytes);
-        _bytes = counted < room ? _bytes + static_cast<int>(counted) : INT_MAX;
+        _count_size(counted);
         _pending += static_cast<off_t>(written);
+    }
+
+    // Gathering: a line is composed into room_for(), counted with gather() in place of count() and settle(),
+    // and written with the others by write_gathered(), with one call. It is lost when the process dies
+    // before. When the disk refuses a part of them, those behind the line that it cut are written one by one.
+    // room_for: room for a line of up to `size` bytes; null data when there is none, or none any more.
+    std::span<char> room_for(size_t size);
+    void gather(size_t counted, size_t size, bool flush) {
+        _count_size(counted);
+        _lines->add(size, flush);
+    }
+    void write_gathered() {
+        if (_lines != nullptr && !_lines->is_empty()) _write_gathered();
     }
 
     // Before a message: a forked child drops what its parent had not flushed; behind a line that was cut, by
@@ -82,6 +97,13 @@ public:
 private:
     static constexpr off_t NEVER = INT64_MAX;
 
+    void _count_size(size_t counted) {
+        const size_t room = static_cast<size_t>(INT_MAX - _bytes);
+        _bytes = counted < room ? _bytes + static_cast<int>(counted) : INT_MAX;
+    }
+    off_t _gathered() const { return _lines != nullptr ? static_cast<off_t>(_lines->size()) : 0; }
+    void _write_gathered();
+    void _write_rest(size_t written);
     bool _may_start_new();
     bool _is_inherited() const;
     void _begin_anew();
@@ -100,12 +122,13 @@ private:
     FILE* _stream = nullptr; // owned
     int _bytes = 0;          // in the current file; saturates
     int _maxlen = 0;
-    bool _requested = false; // a new file was asked for
-    bool _is_cut = false;    // the file ends within a line
-    unsigned _forks = 0;     // QENForkCount() of the process whose lines the stream holds
-    unsigned _owner = 0;     // of the process that named the log
-    off_t _flushed = 0;      // file offset up to which this process wrote whole messages
-    off_t _pending = 0;      // bytes given to the stream since
-    off_t _full_at = NEVER;  // size beyond which the file may not have room for another line
-    RetryPause _pause;       // between attempts at a rotation that is blocked
+    bool _requested = false;           // a new file was asked for
+    bool _is_cut = false;              // the file ends within a line
+    unsigned _forks = 0;               // QENForkCount() of the process whose lines the stream holds
+    unsigned _owner = 0;               // of the process that named the log
+    off_t _flushed = 0;                // file offset up to which this process wrote whole messages
+    off_t _pending = 0;                // bytes given to the stream since
+    std::unique_ptr<LineBatch> _lines; // gathered; made for the first one
+    off_t _full_at = NEVER;            // size beyond which the file may not have room for another line
+    RetryPause _pause;                 // between attempts at a rotation that is blocked
 };
