@@ -21,11 +21,11 @@ bool is_plain_name(std::string_view name, size_t max) {
 
 // The names in the module's entry. The reader only counts them: when the real names do not fit one value,
 // single letters stand for them.
-std::vector<std::string> names_of(const std::string& module, const Messages& messages) {
+std::vector<std::string> names_of(const MapEntries& entries) {
     std::vector<std::string> names;
     size_t value = 0;
-    for (const auto& [category, set] : messages) {
-        names.push_back(catalog_base_name(module, category));
+    for (const auto& [category, entry] : entries) {
+        names.push_back(entry.base);
         value += names.back().size() + (names.size() > 1 ? 1 : 0);
     }
     if (value > BMCMAP_VALUE_MAX) names.assign(names.size(), SHORT_NAME);
@@ -53,11 +53,18 @@ void append_names(const std::vector<std::string>& names, std::string& map) {
     map += '\n';
 }
 
-void append_group(const std::string& base, uint32_t category, const MessageSet& set, std::string& map) {
-    map += base + ".version=" + CATALOG_VERSION + "\n";
-    map += base + ".category=" + std::to_string(category) + "\n";
-    map += base + ".first=" + std::to_string(set.begin()->first) + "\n";
-    map += base + ".last=" + std::to_string(set.rbegin()->first) + "\n";
+void append_group(uint32_t category, const MapEntry& entry, std::string& map) {
+    map += entry.base + ".version=" + entry.version + "\n";
+    map += entry.base + ".category=" + std::to_string(category) + "\n";
+    map += entry.base + ".first=" + std::to_string(entry.first) + "\n";
+    map += entry.base + ".last=" + std::to_string(entry.last) + "\n";
+}
+
+// The name of a catalog's file without folder and suffix.
+std::string base_of(const bmc_t& catalog) {
+    const std::string path(catalog._pathp);
+    const size_t start = path.rfind('/') + 1; // npos + 1 is the start
+    return path.substr(start, path.size() - start - std::string_view(BMC_EXTENSION).size());
 }
 
 } // namespace
@@ -73,14 +80,34 @@ std::string catalog_base_name(const std::string& module, uint32_t category) {
     return module + "_" + std::to_string(category);
 }
 
-bool write_map(const std::string& module, const std::string& language, const Messages& messages,
-               std::string& map) {
-    if (messages.size() > MAX_CATEGORIES) return false;
-    map = std::string(BMCMAP_LANGUAGE) + "=" + language + "\n" + module + "=";
-    append_names(names_of(module, messages), map);
+MapEntries map_entries(const std::string& module, const Messages& messages) {
+    MapEntries entries;
     for (const auto& [category, set] : messages)
-        append_group(catalog_base_name(module, category), category, set, map);
+        entries[category] = {catalog_base_name(module, category), CATALOG_VERSION, set.begin()->first,
+                             set.rbegin()->first};
+    return entries;
+}
+
+bool write_map(const std::string& module, const std::string& language, const MapEntries& entries,
+               std::string& map) {
+    if (entries.size() > MAX_CATEGORIES) return false;
+    map = std::string(BMCMAP_LANGUAGE) + "=" + language + "\n" + module + "=";
+    append_names(names_of(entries), map);
+    for (const auto& [category, entry] : entries) append_group(category, entry, map);
     return true;
+}
+
+const char* read_map(std::FILE* file, const std::string& module, const std::string& language,
+                     MapEntries& entries) {
+    bmc_table table;
+    const int result = bmcmap_read(file, /*lang_dir=*/"", language.c_str(), module.c_str(), &table);
+    if (result == I18N_ELANGMISMATCH) return "is the map of another language";
+    if (result != I18N_SOK) return "is not the map of this module";
+    entries.clear();
+    for (const bmc_t& catalog : table)
+        entries[catalog._category] = {base_of(catalog), std::string(catalog._versionp), catalog._msg_id_min,
+                                      catalog._msg_id_max};
+    return entries.size() == table.size() ? nullptr : "names a category twice";
 }
 
 } // namespace gencat

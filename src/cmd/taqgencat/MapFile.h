@@ -5,6 +5,8 @@
 
 #include "i18n/common/bmcmap.h"
 
+#include <cstdio>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -23,8 +25,25 @@ bool is_language_name(std::string_view name);
 // Base name of a category's catalog file, for instance "KORE_25". A folder may stand before the module.
 std::string catalog_base_name(const std::string& module, uint32_t category);
 
-// The text of the map for the sets of messages, none of which is empty. False for more than MAX_CATEGORIES.
-bool write_map(const std::string& module, const std::string& language, const Messages& messages,
+// What the map says of one catalog.
+struct MapEntry {
+    std::string base, version; // the file is base + ".bmc"
+    uint32_t first = 0, last = 0;
+
+    bool operator==(const MapEntry&) const = default;
+};
+using MapEntries = std::map<uint32_t, MapEntry>; // by category
+
+// The entries of sets of messages, none of which is empty.
+MapEntries map_entries(const std::string& module, const Messages& messages);
+
+// The text of the map for at least one entry. The same entries always give the same text. False for more than
+// MAX_CATEGORIES.
+bool write_map(const std::string& module, const std::string& language, const MapEntries& entries,
                std::string& map);
+
+// Reads an open map as the catalog lookup does. Returns null, or what is wrong with it.
+const char* read_map(std::FILE* file, const std::string& module, const std::string& language,
+                     MapEntries& entries);
 
 } // namespace gencat

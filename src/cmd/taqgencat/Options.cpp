@@ -2,14 +2,22 @@
 #include "Options.h"
 
 #include "MapFile.h"
+#include "Owners.h"
 #include "SourceFiles.h"
 
+#include "platform/unix/QENDefaults.h"
+
 #include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <utility>
 
 namespace gencat {
 
 const char USAGE_TEXT[] =
     "Usage: taqgencat [checks] --module NAME --lang LANGUAGE --out ROOT source...\n"
+    "       taqgencat [checks] --add OWNER [--module NAME] [--lang LANGUAGE] [--out ROOT] source...\n"
+    "       taqgencat --remove OWNER [--module NAME] [--lang LANGUAGE] [--out ROOT] [category...]\n"
     "       taqgencat [checks] catfile source...\n"
     "       taqgencat [checks] --check source...\n"
     "       taqgencat --list catfile\n"
@@ -22,6 +30,9 @@ const char USAGE_TEXT[] =
     "  --module NAME      module of the catalogs, for instance KORE\n"
     "  --lang LANGUAGE    language of the texts, for instance de\n"
     "  --out ROOT         write ROOT/messages/LANGUAGE/NAME.bmcmap and the catalogs beside it\n"
+    "  --add OWNER        put categories into an installed module; without --lang: into all its\n"
+    "                     languages, from the folders of that name in the one source\n"
+    "  --remove OWNER     take the owner's categories out again\n"
     "  --list             print a catalog as a source (\"-\": standard input)\n"
     "  --help, --version\n"
     "\n"
@@ -43,7 +54,7 @@ struct Flag {
 constexpr Flag MODE_FLAGS[] = {{"--help", Mode::Help}, {"--version", Mode::Version}, {"--list", Mode::List}};
 
 struct Values {
-    std::vector<std::string> modules, languages, roots, references, fill_from, operands;
+    std::vector<std::string> modules, languages, roots, adders, removers, references, fill_from, operands;
     bool check = false;
 };
 
@@ -52,11 +63,10 @@ struct ValueOption {
     std::vector<std::string> Values::*values;
 };
 
-constexpr ValueOption VALUE_OPTIONS[] = {{"--module", &Values::modules},
-                                         {"--lang", &Values::languages},
-                                         {"--out", &Values::roots},
-                                         {"--reference", &Values::references},
-                                         {"--fill-from", &Values::fill_from}};
+constexpr ValueOption VALUE_OPTIONS[] = {
+    {"--module", &Values::modules},     {"--lang", &Values::languages},  {"--out", &Values::roots},
+    {"--add", &Values::adders},         {"--remove", &Values::removers}, {"--reference", &Values::references},
+    {"--fill-from", &Values::fill_from}};
 
 bool find_mode(const std::string& argument, Mode& mode) {
     for (const Flag& flag : MODE_FLAGS) {
@@ -117,16 +127,54 @@ std::string collect(const std::vector<std::string>& arguments, Values& values, O
     return "";
 }
 
+// The parts of the target that are given; each at most once.
+std::string take_target(const Values& values, Options& options) {
+    if (!values.modules.empty()) options.module = values.modules[0];
+    if (!values.languages.empty()) options.language = values.languages[0];
+    if (!values.roots.empty()) options.root = values.roots[0];
+    if (!is_module_name(options.module)) return "a module name has up to 64 letters, digits, '-' and '_'";
+    if (!values.languages.empty() && !is_language_name(options.language))
+        return "a language has up to 31 letters, digits, '-' and '_'";
+    return "";
+}
+
 std::string settle_module(const Values& values, Options& options) {
     if (values.modules.size() != 1 || values.languages.size() != 1 || values.roots.size() != 1)
         return "--module, --lang and --out go together, each once";
-    if (!is_module_name(values.modules[0])) return "a module name has up to 64 letters, digits, '-' and '_'";
-    if (!is_language_name(values.languages[0])) return "a language has up to 31 letters, digits, '-' and '_'";
     options.mode = Mode::Module;
-    options.module = values.modules[0];
-    options.language = values.languages[0];
-    options.root = values.roots[0];
+    return take_target(values, options);
+}
+
+std::string take_categories(Options& options) {
+    for (const std::string& source : std::exchange(options.sources, {})) {
+        uint32_t category = 0;
+        const char* const end = source.data() + source.size();
+        const auto [behind, failure] = std::from_chars(source.data(), end, category);
+        if (failure != std::errc() || behind != end || category < MIN_CATEGORY || category > MAX_CATEGORY)
+            return "--remove takes categories from 1 to 65535";
+        options.categories.push_back(category);
+    }
     return "";
+}
+
+// --add and --remove go to the catalogs that the programs of this machine read, unless told otherwise.
+std::string settle_installed(const Values& values, Options& options) {
+    const bool adds = !values.adders.empty();
+    const auto& owners = adds ? values.adders : values.removers;
+    const char* const root = std::getenv(QEN_ENV_MESSAGES_ROOT);
+    if (values.adders.size() + values.removers.size() != 1) return "--add or --remove is given once";
+    if (std::max({values.modules.size(), values.languages.size(), values.roots.size()}) > 1)
+        return "--module, --lang and --out are given once";
+    if (!is_owner_name(owners[0])) return "an owner has up to 64 letters, digits, '+', '-', '.' and '_'";
+    options.mode = adds ? Mode::Add : Mode::Remove;
+    options.owner = owners[0];
+    options.module = QEN_MESSAGES_MODULE;
+    options.root = root != nullptr && *root != '\0' ? root : QEN_DEFAULT_MESSAGES_ROOT;
+    if (std::string wrong = take_target(values, options); !wrong.empty()) return wrong;
+    if (!adds) return values.check ? "--check needs sources" : take_categories(options);
+    const bool is_folder = options.sources.size() == 1 && options.sources[0] != STANDARD_STREAM;
+    if (!options.language.empty() || is_folder) return "";
+    return "--add without --lang takes one folder, with a folder for each language";
 }
 
 std::string settle_catalog(Options& options) {
@@ -137,6 +185,7 @@ std::string settle_catalog(Options& options) {
 }
 
 std::string settle_mode(const Values& values, Options& options) {
+    if (!values.adders.empty() || !values.removers.empty()) return settle_installed(values, options);
     if (!values.modules.empty() || !values.languages.empty() || !values.roots.empty())
         return settle_module(values, options);
     const bool names_catalog = !options.sources.empty() && options.sources.front().ends_with(BMC_EXTENSION);
@@ -151,7 +200,8 @@ std::string settle_mode(const Values& values, Options& options) {
 
 std::string settle_list(const Values& values, Options& options) {
     const bool alone = !values.check && values.modules.empty() && values.languages.empty() &&
-                       values.roots.empty() && values.references.empty() && values.fill_from.empty();
+                       values.roots.empty() && values.references.empty() && values.fill_from.empty() &&
+                       values.adders.empty() && values.removers.empty();
     if (!alone || values.operands.size() != 1) return "--list takes one catalog file and no other option";
     options.catalog = values.operands.front();
     return "";
@@ -178,7 +228,7 @@ std::string parse_options(const std::vector<std::string>& arguments, Options& op
     options.sources = values.operands;
     if (!values.references.empty() && !values.check) return "--reference needs --check";
     if (std::string wrong = settle_mode(values, options); !wrong.empty()) return wrong;
-    if (options.sources.empty()) return "no source is named";
+    if (options.sources.empty() && options.mode != Mode::Remove) return "no source is named";
     if (reads_stdin_twice(options)) return "standard input can be read only once";
     return "";
 }

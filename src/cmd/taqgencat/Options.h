@@ -1,6 +1,7 @@
 // Command line of taqgencat.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -13,12 +14,16 @@ enum class Mode {
     Check,   // sources only, nothing is written
     Module,  // catalogs and map of a module and language
     Catalog, // one catalog file
+    Add,     // categories into an installed module
+    Remove,  // categories out of it
 };
 
 struct Options {
     Mode mode = Mode::Catalog;
     bool check = false;
-    std::string module, language, root; // mode Module
+    std::string module, language, root; // modes Module, Add and Remove; language empty: all installed ones
+    std::string owner;                  // modes Add and Remove
+    std::vector<uint32_t> categories;   // mode Remove; empty: all of the owner
     std::string catalog;                // modes List (input) and Catalog (output)
     std::vector<std::string> references, fill_from, sources;
 };

@@ -24,11 +24,11 @@ bool read_stream(std::FILE* stream, std::string& bytes) {
 
 // The sources that path stands for, in name order.
 bool expand(const std::string& path, std::vector<std::string>& files, std::string& error) {
-    std::error_code failure;
-    if (path == STANDARD_STREAM || !fs::is_directory(path, failure)) {
+    if (path == STANDARD_STREAM || !is_folder(path)) {
         files.push_back(path);
         return true;
     }
+    std::error_code failure;
     std::vector<std::string> found;
     for (fs::directory_iterator it(path, failure), end; !failure && it != end; it.increment(failure))
         if (it->path().extension() == SOURCE_SUFFIX) found.push_back(it->path().string());
@@ -40,6 +40,11 @@ bool expand(const std::string& path, std::vector<std::string>& files, std::strin
 }
 
 } // namespace
+
+bool is_folder(const std::string& path) {
+    std::error_code failure;
+    return fs::is_directory(path, failure);
+}
 
 bool read_file(const std::string& path, std::string& bytes, std::string& error) {
     bytes.clear();

@@ -14,6 +14,8 @@ inline constexpr char SOURCE_SUFFIX[] = ".msg";
 // Reads a whole file, or standard input for "-". On failure false, with the reason in error.
 bool read_file(const std::string& path, std::string& bytes, std::string& error);
 
+bool is_folder(const std::string& path);
+
 // Parses the sources in the order given; a folder stands for its files *.msg in name order. Faults go to
 // faults, the files read to inputs. False when a file cannot be read or a folder holds no source; the reason
 // is in error.

@@ -1,6 +1,8 @@
 // The last step of a compilation: the encoded catalogs become files.
 #include "StagedFiles.h"
 
+#include "i18n/unix/i18n_file.h"
+
 #include <cerrno>
 #include <cstring>
 
@@ -19,8 +21,9 @@ std::string temporary_name(const std::string& target, unsigned number) {
 
 } // namespace
 
-bool write_and_close(std::FILE* stream, std::string_view bytes) {
-    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
+bool write_and_close(std::FILE* stream, std::string_view bytes, StagedFiles::Mode mode) {
+    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size() &&
+                         (mode == StagedFiles::Mode::PLAIN || i18n_flush_to_disk(stream));
     const int write_errno = errno;
     if (std::fclose(stream) != 0) return false;
     errno = write_errno;
@@ -29,7 +32,8 @@ bool write_and_close(std::FILE* stream, std::string_view bytes) {
 
 StagedFiles::~StagedFiles() {
     for (const Entry& entry : _entries)
-        (void)std::remove(entry.temporary.c_str()); // nothing to do about a failure
+        if (!entry.temporary.empty())
+            (void)std::remove(entry.temporary.c_str()); // nothing to do about a failure
 }
 
 bool StagedFiles::_fail(const std::string& path) {
@@ -52,16 +56,19 @@ bool StagedFiles::stage(const std::string& path, std::string_view bytes) {
     std::FILE* const stream = _create_beside(path, entry.temporary);
     if (stream == nullptr) return _fail(path);
     _entries.push_back(std::move(entry));
-    return write_and_close(stream, bytes) || _fail(path);
+    return write_and_close(stream, bytes, _mode) || _fail(path);
+}
+
+bool StagedFiles::Entry::take_effect() const {
+    if (!temporary.empty()) return std::rename(temporary.c_str(), target.c_str()) == 0;
+    return std::remove(target.c_str()) == 0 || errno == ENOENT;
 }
 
 bool StagedFiles::commit() {
-    size_t renamed = 0;
-    while (renamed < _entries.size() &&
-           std::rename(_entries[renamed].temporary.c_str(), _entries[renamed].target.c_str()) == 0)
-        ++renamed;
-    const bool complete = renamed == _entries.size() || _fail(_entries[renamed].target);
-    _entries.erase(_entries.begin(), _entries.begin() + static_cast<std::ptrdiff_t>(renamed));
+    size_t done = 0;
+    while (done < _entries.size() && _entries[done].take_effect()) ++done;
+    const bool complete = done == _entries.size() || _fail(_entries[done].target);
+    _entries.erase(_entries.begin(), _entries.begin() + static_cast<std::ptrdiff_t>(done));
     return complete;
 }
 

@@ -12,7 +12,11 @@ namespace gencat {
 // failure while staging leaves every target as it was.
 class StagedFiles {
 public:
-    StagedFiles() = default;
+    // WAIT_FOR_DISK: a file's bytes reach the disk before it is renamed, so that a power cut leaves it old or
+    // new as well.
+    enum class Mode { PLAIN, WAIT_FOR_DISK };
+
+    explicit StagedFiles(Mode mode = Mode::PLAIN) : _mode(mode) {}
     StagedFiles(const StagedFiles&) = delete;
     StagedFiles& operator=(const StagedFiles&) = delete;
     ~StagedFiles();
@@ -20,25 +24,33 @@ public:
     // Writes bytes to a temporary file in the folder of path. False with the reason in error().
     bool stage(const std::string& path, std::string_view bytes);
 
-    // Renames all to their targets, in the order staged, and stops at the first failure.
+    // Lets commit() remove the file at path, which may be absent.
+    void stage_removal(const std::string& path) { _entries.push_back({{}, path}); }
+
+    // Renames all to their targets and removes, in the order staged, and stops at the first failure.
     bool commit();
 
     const std::string& error() const { return _error; }
 
 private:
     struct Entry {
-        std::string temporary, target;
+        std::string temporary, target; // temporary empty: the target is to be removed
+
+        bool take_effect() const;
     };
 
     std::FILE* _create_beside(const std::string& target, std::string& name);
     bool _fail(const std::string& path);
 
-    std::vector<Entry> _entries; // not yet renamed
+    Mode _mode;
+    std::vector<Entry> _entries; // not yet in effect
     unsigned _number = 0;        // of the next temporary name
     std::string _error;
 };
 
-// Writes all bytes to a stream and closes it. False with errno set; the stream is closed then, too.
-bool write_and_close(std::FILE* stream, std::string_view bytes);
+// Writes all bytes to a stream, waits for the disk in that mode, and closes it. False with errno set; the
+// stream is closed then, too.
+bool write_and_close(std::FILE* stream, std::string_view bytes,
+                     StagedFiles::Mode mode = StagedFiles::Mode::PLAIN);
 
 } // namespace gencat

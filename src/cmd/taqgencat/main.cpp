@@ -13,6 +13,8 @@ namespace {
 
 using namespace gencat;
 
+constexpr char REFERENCE_LANGUAGE[] = "en"; // in which the lookup looks when a language has no catalogs
+
 enum ExitStatus { DONE = 0, FAULTY = 1, FAILED = 2 };
 
 ExitStatus fail(const std::string& reason) {
@@ -42,7 +44,8 @@ struct Compilation {
 };
 
 bool load(const Options& options, Compilation& all, std::string& error) {
-    const DefaultSet default_set = options.mode == Mode::Module ? DefaultSet::None : DefaultSet::First;
+    const bool is_module = options.mode == Mode::Module || options.mode == Mode::Add;
+    const DefaultSet default_set = is_module ? DefaultSet::None : DefaultSet::First;
     const auto read = [&](const std::vector<std::string>& paths, Messages& messages) {
         return load_sources(paths, default_set, messages, all.diagnostics, all.inputs, error);
     };
@@ -65,10 +68,11 @@ ExitStatus write(const Options& options, Compilation& all) {
     drop_empty_sets(all.messages);
     if (all.messages.empty()) return fail("the sources hold no messages");
     std::string error;
-    if (options.mode == Mode::Module) {
-        const ModuleTarget target{options.root, options.module, options.language};
+    const ModuleTarget target{options.root, options.module, options.language};
+    if (options.mode == Mode::Module)
         return write_module(target, all.messages, all.inputs, error) ? DONE : fail(error);
-    }
+    if (options.mode == Mode::Add)
+        return add_to_module(target, options.owner, all.messages, all.inputs, error) ? DONE : fail(error);
     if (all.messages.size() > 1) return fail("a catalog holds one set; write several with --module");
     const MessageSet& set = all.messages.begin()->second;
     return write_catalog(options.catalog, set, all.inputs, error) ? DONE : fail(error);
@@ -84,6 +88,38 @@ ExitStatus compile(const Options& options) {
     return options.mode == Mode::Check ? DONE : write(options, all);
 }
 
+std::vector<std::string> languages_of(const Options& options) {
+    if (!options.language.empty()) return {options.language};
+    return installed_languages(options.root, options.module);
+}
+
+// Adds to every language in which the module is installed, the reference's texts where the service has no
+// others.
+ExitStatus add(const Options& options) {
+    if (!options.language.empty()) return compile(options);
+    const std::vector<std::string> languages = languages_of(options);
+    if (languages.empty()) return fail(options.root + ": holds no catalogs of " + options.module);
+    const std::string& folder = options.sources.front();
+    for (const std::string& language : languages) {
+        Options one = options;
+        const bool is_translated = is_folder(folder + "/" + language);
+        one.language = language;
+        one.sources = {folder + "/" + (is_translated ? language : REFERENCE_LANGUAGE)};
+        one.fill_from.push_back(folder + "/" + REFERENCE_LANGUAGE);
+        if (const ExitStatus status = compile(one); status != DONE) return status;
+    }
+    return DONE;
+}
+
+ExitStatus remove(const Options& options) {
+    std::string error;
+    for (const std::string& language : languages_of(options))
+        if (!remove_from_module({options.root, options.module, language}, options.owner, options.categories,
+                                error))
+            return fail(error);
+    return DONE;
+}
+
 ExitStatus run(const std::vector<std::string>& arguments) {
     Options options;
     const std::string wrong = parse_options(arguments, options);
@@ -92,6 +128,8 @@ ExitStatus run(const std::vector<std::string>& arguments) {
     case Mode::Help: return print(USAGE_TEXT);
     case Mode::Version: return print("taqgencat " TAQ_VERSION "\n");
     case Mode::List: return list(options);
+    case Mode::Add: return add(options);
+    case Mode::Remove: return remove(options);
     default: return compile(options);
     }
 }

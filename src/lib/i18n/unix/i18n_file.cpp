@@ -79,6 +79,11 @@ std::FILE* i18n_fopen(const char* path) {
     return fp;
 }
 
+bool i18n_flush_to_disk(std::FILE* stream) {
+    if (std::fflush(stream) != 0) return false;
+    return ::fsync(::fileno(stream)) == 0 || errno == EINVAL || errno == EROFS;
+}
+
 i18n_dirlock::i18n_dirlock(const char* path) : _fd(keep(::open(path, O_RDONLY | O_CLOEXEC | O_DIRECTORY))) {
     if (_fd < 0) return;
     while (::flock(_fd, LOCK_EX) != 0 && errno == EINTR) continue;

@@ -34,6 +34,10 @@ private:
 // Opens a regular file as a stream for reading, close-on-exec; null when that fails. The caller closes it.
 std::FILE* i18n_fopen(const char* path);
 
+// Hands over what the stream has buffered and waits until the disk has the file. False with errno set; true
+// where nothing can be waited for, as on a pipe.
+bool i18n_flush_to_disk(std::FILE* stream);
+
 // Keeps other writers out of a catalog folder as long as it lives; waits for one that is at work. Where the
 // folder or its file system cannot be locked, it does nothing.
 class i18n_dirlock {
