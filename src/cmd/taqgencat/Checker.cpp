@@ -75,13 +75,22 @@ const char* fault_of_text(std::string_view text) {
     return nullptr;
 }
 
+bool has_letter(std::string_view text) {
+    return std::any_of(text.begin(), text.end(), [](char c) {
+        return ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z') || static_cast<unsigned char>(c) > 0x7F;
+    });
+}
+
 std::string name_of(uint32_t category, uint32_t number) {
     return "message " + std::to_string(number) + " of set " + std::to_string(category);
 }
 
 void check_against(uint32_t category, uint32_t number, const Message& message, const Message* reference,
                    Diagnostics& faults) {
-    if (!reference) return faults.add(message.pos, name_of(category, number) + " is not in the reference");
+    if (!reference) {
+        if (!message.retired) faults.add(message.pos, name_of(category, number) + " is not in the reference");
+        return;
+    }
     const size_t has = i18n_count_string_specifiers(message.text);
     const size_t wants = i18n_count_string_specifiers(reference->text);
     if (has == wants) return;
@@ -89,13 +98,35 @@ void check_against(uint32_t category, uint32_t number, const Message& message, c
                                 " specifiers, the reference " + std::to_string(wants));
 }
 
+// Whether a text was copied and not translated. A text without a word has nothing to translate.
+bool is_copy(const Message& message, const Message& reference) {
+    const bool is_itself = *message.pos.file == *reference.pos.file && message.pos.line == reference.pos.line;
+    if (is_itself || message.same || message.retired || message.text != reference.text) return false;
+    std::string_view text = message.text;
+    i18n_piece piece;
+    for (i18n_scanner scanner(text); scanner.next(&piece);)
+        if (has_letter(text.substr(piece._offset, piece._size))) return true;
+    return false;
+}
+
 } // namespace
 
 void check_texts(const Messages& messages, Diagnostics& faults) {
     for (const auto& [category, set] : messages)
-        for (const auto& [number, message] : set)
+        for (const auto& [number, message] : set) {
             if (const char* reason = fault_of_text(message.text))
                 faults.add(message.pos, name_of(category, number) + ": " + reason);
+            if (message.text.empty()) faults.warn(message.pos, name_of(category, number) + " is empty");
+        }
+}
+
+void check_copies(const Messages& messages, const Messages& reference, Diagnostics& faults) {
+    for (const auto& [category, set] : messages)
+        for (const auto& [number, message] : set) {
+            const Message* const other = find_message(reference, category, number);
+            if (other && is_copy(message, *other))
+                faults.warn(message.pos, name_of(category, number) + " reads as in the reference");
+        }
 }
 
 void check_translation(const Messages& messages, const Messages& reference, Diagnostics& faults) {
@@ -104,7 +135,7 @@ void check_translation(const Messages& messages, const Messages& reference, Diag
             check_against(category, number, message, find_message(reference, category, number), faults);
     for (const auto& [category, set] : reference)
         for (const auto& [number, message] : set)
-            if (!find_message(messages, category, number))
+            if (!message.retired && !find_message(messages, category, number))
                 faults.add(message.pos, name_of(category, number) + " has no translation");
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace gencat {
@@ -24,10 +25,12 @@ public:
 
 private:
     void _append(const SourcePos& pos, const std::string& reason) {
-        _lines.push_back(*pos.file + ":" + std::to_string(pos.line) + ": " + reason);
+        const std::string line = *pos.file + ":" + std::to_string(pos.line) + ": " + reason;
+        if (_told.insert(line).second) _lines.push_back(line); // a source may also be the reference
     }
 
     std::vector<std::string> _lines;
+    std::unordered_set<std::string> _told;
     bool _has_faults = false;
 };
 

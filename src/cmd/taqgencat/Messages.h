@@ -24,6 +24,8 @@ struct SourcePos {
 struct Message {
     std::string text; // without a NUL; escapes resolved
     SourcePos pos;
+    bool retired = false; // no longer issued; the text is kept for old records
+    bool same = false;    // said to read the same in the reference
 };
 
 using MessageSet = std::map<uint32_t, Message>;  // by message number

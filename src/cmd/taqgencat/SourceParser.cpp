@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace gencat {
 
@@ -81,6 +82,7 @@ public:
             _pos.line = _lines_read;
             _parse_line(line);
         }
+        _end_marks();
         return _good;
     }
 
@@ -93,7 +95,9 @@ private:
     void _parse_set(std::string_view arguments);
     void _parse_delset(std::string_view arguments);
     void _parse_quote(std::string_view arguments);
+    bool _parse_mark(std::string_view word);
     void _parse_message(std::string_view line);
+    void _end_marks();
     bool _accept_number(uint32_t number);
     void _fault(const std::string& reason);
 
@@ -109,6 +113,7 @@ private:
     int64_t _last_set = NONE_YET;
     int64_t _last_number = NONE_YET; // within the set
     char _quote = 0;
+    Message _marks; // "$retired" and "$same" of the message that comes next
 };
 
 void Parser::_fault(const std::string& reason) {
@@ -165,10 +170,24 @@ void Parser::_parse_directive(std::string_view line) {
     if (word == "set") return _parse_set(line);
     if (word == "delset") return _parse_delset(line);
     if (word == "quote") return _parse_quote(line);
-    _fault("unknown directive; a comment has a blank behind $");
+    if (!_parse_mark(word)) _fault("unknown directive; a comment has a blank behind $");
+}
+
+bool Parser::_parse_mark(std::string_view word) {
+    if (word != "retired" && word != "same") return false;
+    (word == "same" ? _marks.same : _marks.retired) = true;
+    _marks.pos = _pos;
+    return true;
+}
+
+// Behind the last message of a set, a mark has no effect.
+void Parser::_end_marks() {
+    if (_marks.retired || _marks.same) _faults.warn(_marks.pos, "no message follows in this set");
+    _marks = {};
 }
 
 void Parser::_parse_set(std::string_view arguments) {
+    _end_marks();
     skip_blanks(arguments);
     _category = to_number(take_word(arguments), MIN_CATEGORY, MAX_CATEGORY);
     _skipping = !_category;
@@ -182,6 +201,7 @@ void Parser::_parse_set(std::string_view arguments) {
 }
 
 void Parser::_parse_delset(std::string_view arguments) {
+    _end_marks();
     skip_blanks(arguments);
     const auto category = to_number(take_word(arguments), MIN_CATEGORY, MAX_CATEGORY);
     _category.reset();
@@ -207,6 +227,8 @@ void Parser::_parse_message(std::string_view line) {
     const std::string whole = _join_continuations(line);
     std::string_view rest = whole;
     const auto number = to_number(take_word(rest), 0, MAX_MESSAGE);
+    Message message = std::exchange(_marks, {});
+    message.pos = _pos;
     if (_skipping) return;
     if (!number) return _fault("a message number is a decimal from 0 to 65535 with a blank behind it");
     if (!_accept_number(*number)) return;
@@ -220,7 +242,6 @@ void Parser::_parse_message(std::string_view line) {
     rest.remove_prefix(1);
     if (blanks_hide_quote(rest, _quote))
         _faults.warn(_pos, "the blanks before the quote, and the quotes, become part of the text");
-    Message message{{}, _pos};
     if (const char* reason = unescape_text(rest, _quote, message.text)) return _fault(reason);
     if (!i18n_is_utf8(message.text)) return _fault("the escapes do not give valid UTF-8");
     _messages[*_category].insert_or_assign(*number, std::move(message));

@@ -4,6 +4,8 @@
 //   $set N [comment]           the messages that follow belong to category N
 //   $delset N [comment]        drops the messages of category N that were read so far, and ends the set
 //   $quote [C]                 texts may stand between two characters C; without C quoting ends
+//   $retired [comment]         the next message is no longer issued; its text is kept for old records
+//   $same [comment]            the next message reads the same in the language of the reference
 //   N text                     message N; the text begins behind one blank or tab
 //   N                          drops message N as read from an earlier file
 //

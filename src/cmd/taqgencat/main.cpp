@@ -57,6 +57,7 @@ bool load(const Options& options, Compilation& all, std::string& error) {
 // faults are not compared with the reference: it is unknown what they lack.
 void fill_and_check(const Options& options, Compilation& all) {
     const bool is_complete = !all.diagnostics.has_faults();
+    if (options.check) check_copies(all.messages, all.reference, all.diagnostics);
     fill_missing(all.messages, all.fillers);
     if (!options.check) return;
     check_texts(all.messages, all.diagnostics);

@@ -1,5 +1,5 @@
-// Adding and removing categories dies or fails at each of its steps in turn: the texts of the system and of other
-// services are there at every moment, and a second attempt gives what an undisturbed one gives.
+// Adding and removing categories dies or fails at each of its steps in turn: the texts of the system and of
+// other services are there at every moment, and a second attempt gives what an undisturbed one gives.
 #include "cmd/taqgencat/ModuleWriter.h"
 #include "i18n/common/i18n.h"
 #include "support/TempDir.h"
