@@ -1,4 +1,5 @@
-// Big-endian numbers and damage, for the builders and decoders of binary fixtures.
+// Big-endian numbers and damage, for the builders and decoders of binary fixtures, and the headers that they
+// share.
 #pragma once
 
 #include <algorithm>

@@ -5,13 +5,8 @@
 //   CatalogTree(root, "en").catalog("core", 25, CatalogBuilder().text(1, "hello")).write();
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <map>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "support/Bytes.h"
 

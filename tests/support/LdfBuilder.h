@@ -4,11 +4,7 @@
 //   LdfBuilder().record({.sev = 1, .args = {"res1", "ONLINE"}}).truncate(150).write(path);
 #pragma once
 
-#include <cstdint>
 #include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "support/Bytes.h"
 

@@ -2,14 +2,8 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
-#include <cstdint>
 #include <map>
 #include <optional>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 #include "support/Bytes.h"
 

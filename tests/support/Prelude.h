@@ -14,7 +14,6 @@
 #include <filesystem>
 #include <functional>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <latch>
 #include <map>
 #include <memory>
@@ -25,7 +24,6 @@
 #include <thread>
 #include <tuple>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 namespace fs = std::filesystem;

@@ -1,10 +1,7 @@
 #include "support/SystemCalls.h"
+#include "support/Prelude.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
 SystemCallPlan system_call_plan;
 

@@ -4,9 +4,7 @@
 #include "support/FailingMalloc.h"
 #include "support/Prelude.h"
 
-namespace {
-
-std::string text_of(const NetBuffer& buf) {
+static std::string text_of(const NetBuffer& buf) {
     return {buf.getbuffer(), static_cast<size_t>(buf.getbuffersize())};
 }
 
@@ -59,12 +57,13 @@ TEST(NetBuffer, RefusesHostileSizesAndSaysWhenThereIsNoMemory) {
 
 TEST(NetBufferList, ChainsWholeRequests) {
     NetBufferList list;
-    const std::tuple<int32_t, uint32_t, int32_t, int32_t> steps[] = {// the last two of the last buffer
-                                                                     {100, 1, 128, 100},
-                                                                     {28, 1, 128, 128},
-                                                                     {1, 2, 128, 1},
-                                                                     {300, 3, 300, 300},
-                                                                     {5, 4, 300, 5}};
+    const std::tuple<int32_t, uint32_t, int32_t, int32_t> steps[] = {
+        // bytes, buffers then, and room and use of the last one
+        {100, 1, 128, 100},
+        {28, 1, 128, 128},
+        {1, 2, 128, 1},
+        {300, 3, 300, 300},
+        {5, 4, 300, 5}};
     for (const auto& [n, buffers, total, used] : steps) {
         const char* p = list.tail()->allocate(n, &list);
         const NetBuffer& last = *list.tail();
@@ -86,5 +85,3 @@ TEST(NetBufferList, UnlinksAnywhere) {
     list.remove_buf(&last);
     EXPECT_TRUE(list.head() == list.tail() && list.getcount() == 1 && list.tail()->next() == nullptr);
 }
-
-} // namespace

@@ -22,12 +22,7 @@ static void crash_with_dump(void (*dump)(int), void (*crash)()) {
 
 TEST(FatalSignalsDeathTest, DumpRunsOnceAndTheFirstSignalEndsTheProcess) {
     void (*const trace)(int) = [](int) { mark('d'); };
-    const struct {
-        int signal;
-        const char* marks;
-        void (*dump)(int);
-        void (*crash)();
-    } cases[] = {
+    const std::tuple<int, const char*, void (*)(int), void (*)()> cases[] = {
         {SIGSEGV, "^d$", trace, [] { zero = overflow_stack(0); }},
         {SIGSEGV, "^d$", trace,
          [] { std::thread([] { zero = QENInstallSignalStack() == 0 ? overflow_stack(0) : 0; }).join(); }},
@@ -50,8 +45,9 @@ TEST(FatalSignalsDeathTest, DumpRunsOnceAndTheFirstSignalEndsTheProcess) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
+        const auto& [signal, marks, dump, crash] = c;
         const auto start = std::chrono::steady_clock::now();
-        EXPECT_EXIT(crash_with_dump(c.dump, c.crash), testing::KilledBySignal(c.signal), c.marks);
+        EXPECT_EXIT(crash_with_dump(dump, crash), testing::KilledBySignal(signal), marks);
         EXPECT_LT(std::chrono::steady_clock::now() - start, 6s); // the watchdog's five, and a slow machine
     }
 }

@@ -1,5 +1,4 @@
 // Calls that fail, come up short or are the last of a process, and what stands in a writer's way.
-
 #include "LdfFixture.h"
 
 // What happens to the next calls of one name, in order: bytes that are transferred, or an error. More pass.
@@ -35,15 +34,9 @@ protected:
 TEST_F(LdfFault, FailedWriteCostsItsRecordOnly) {
     const std::pair<std::vector<ssize_t>, bool> cases[] = {
         // and whether the record is written
-        {{-EIO}, false},
-        {{10, -ENOSPC}, false},
-        {{0}, false},
-        {{PASS, -EIO}, false}, // the header
-        {{PASS, 64, -EIO}, false},
-        {{1, 10, 20}, true},
-        {{PASS, 1, 60}, true},
-        {{-EINTR, PASS, -EINTR, -EINTR}, true},
-    };
+        {{-EIO}, false},       {{10, -ENOSPC}, false},    {{0}, false},
+        {{PASS, -EIO}, false}, {{PASS, 64, -EIO}, false}, // the header
+        {{1, 10, 20}, true},   {{PASS, 1, 60}, true},     {{-EINTR, PASS, -EINTR, -EINTR}, true}};
     for (const auto& [steps, written] : cases) {
         SCOPED_TRACE(testing::PrintToString(steps));
         fs::remove(path("log_A"));
