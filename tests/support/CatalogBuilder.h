@@ -61,11 +61,10 @@ public:
         : _root(std::move(root)), _language(std::move(language)), _module(std::move(module)) {}
 
     // Catalogs are given in ascending order of category.
-    CatalogTree& catalog(const std::string& base, uint32_t category, CatalogBuilder file, uint32_t lowest = 1,
-                         uint32_t highest = 65535) {
+    CatalogTree& catalog(const std::string& base, uint32_t category, CatalogBuilder file) {
         _names += (_names.empty() ? "" : " ") + base;
         _groups += base + ".version=1.0\n" + base + ".category=" + std::to_string(category) + "\n" + base +
-                   ".min=" + std::to_string(lowest) + "\n" + base + ".max=" + std::to_string(highest) + "\n";
+                   ".min=1\n" + base + ".max=65535\n";
         _files.emplace_back(base, std::move(file));
         return *this;
     }

@@ -8,8 +8,7 @@
 #include "support/Prelude.h"
 #include "support/TempDir.h"
 
-class I18nTest : public ::testing::Test {
-protected:
+struct I18nTest : testing::Test {
     void SetUp() override {
         for (const char* name : {"QENI18N_LANG", "LC_ALL", "LC_MESSAGES", "LANG"}) unsetenv(name);
         setenv("LOCPATH", TAQ_TEST_LOCALES, /*overwrite=*/1);

@@ -4,8 +4,7 @@
 #include "support/SystemCalls.h"
 #include "support/TempDir.h"
 
-class GenerationsTest : public testing::Test {
-protected:
+struct GenerationsTest : testing::Test {
     ~GenerationsTest() override { system_call_plan = nullptr; }
 
     // The files A, B, C and the new one as a character each: "-" for none, "/" for an empty directory, "#"

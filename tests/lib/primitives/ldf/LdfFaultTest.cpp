@@ -11,8 +11,7 @@ static void plan(std::string_view name, std::vector<ssize_t> steps) {
     };
 }
 
-class LdfFault : public LdfFixture {
-protected:
+struct LdfFault : LdfFixture {
     // A file of one record that has reached the smallest limit.
     void lay_full(const std::string& name, unsigned seq) const {
         LdfBuilder().record({.seq = seq}).append(std::string(LDF_MIN_MAXLEN, '-')).write(path(name));

@@ -10,8 +10,7 @@
 #include "support/SystemCalls.h"
 #include "support/TempDir.h"
 
-class LdfFixture : public testing::Test {
-protected:
+struct LdfFixture : testing::Test {
     LdfFixture() {
         setenv("TAQ_LDF", root.c_str(), 1);
         setenv("ZORQ_LOCAL_NAME", "node1", 1);

@@ -48,7 +48,9 @@ TEST(QENObjTags, NamesAndFlags) {
         EXPECT_EQ(code, QENGetObjTag(QENGetObjTagStr(static_cast<obj_tag_t>(code))));
     EXPECT_TRUE(QENGetObjTagStr(static_cast<obj_tag_t>(-1)) == nullptr &&
                 QENGetObjTag(nullptr) == OBJTAG_ERR);
-    const std::pair<int, int> cases[] = {
-        {0x780000, OBJTAG_RES}, {0x580000, OBJTAG_GRP}, {0x480000, OBJTAG_SYS}, {~0x780000, OBJTAG_QEN}};
-    for (const auto& [flags, tag] : cases) EXPECT_EQ(tag, QENLogFlagToObjTag(flags)) << std::hex << flags;
+    for (const auto& [flags, tag] : {std::pair{0x780000, OBJTAG_RES},
+                                     {0x580000, OBJTAG_GRP},
+                                     {0x480000, OBJTAG_SYS},
+                                     {~0x780000, OBJTAG_QEN}})
+        EXPECT_EQ(tag, QENLogFlagToObjTag(flags)) << std::hex << flags;
 }

@@ -51,7 +51,8 @@ TEST(QENString, PercentSignsAreDoubledWhole) {
 }
 
 TEST(QENString, EscapesGoOnlyBeforeWholeReferencesAndLettersAreAscii) {
-    const std::pair<const char*, const char*> cases[] = {{"a^@{b", "a^@{b"},
+    const std::pair<const char*, const char*> cases[] = {// a text, and what is left of it
+                                                         {"a^@{b", "a^@{b"},
                                                          {"}^@{b", "}^@{b"},
                                                          {"^@x}", "^@x}"},
                                                          {"^^@{x}", "^@{x}"},
