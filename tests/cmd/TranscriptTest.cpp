@@ -110,10 +110,8 @@ private:
         for (size_t i = 1; i < settings.size(); ++i) {
             const size_t equal = settings[i].find('=');
             const std::string field = settings[i].substr(0, equal), value = settings[i].substr(equal + 1);
-            if (field == "system")
-                _ldf.system(value);
-            else
-                _ldf.put32(header_words.at(field), static_cast<uint32_t>(std::stol(value)));
+            field == "system" ? _ldf.system(value)
+                              : _ldf.put32(header_words.at(field), static_cast<uint32_t>(std::stol(value)));
         }
         write_file();
     }
@@ -168,19 +166,19 @@ private:
     int _status = 0, _number = 1, _step = 0;
 };
 
-void register_transcript(const fs::path& path, const std::string& variant, const std::string& catalogs) {
-    testing::RegisterTest("Transcript", (path.stem().string() + variant).c_str(), nullptr, nullptr,
-                          path.c_str(), 1,
-                          [=]() -> testing::Test* { return new Transcript(path, catalogs); });
-}
-
 [[maybe_unused]] const bool registered = [] {
     for (const auto& entry : fs::directory_iterator(TAQ_TRANSCRIPTS)) {
-        std::ifstream in(entry.path());
+        const fs::path path = entry.path();
+        const auto add = [&](const std::string& variant, const std::string& catalogs) {
+            testing::RegisterTest("Transcript", (path.stem().string() + variant).c_str(), nullptr, nullptr,
+                                  path.c_str(), 1,
+                                  [=]() -> testing::Test* { return new Transcript(path, catalogs); });
+        };
+        std::ifstream in(path);
         const std::string text{std::istreambuf_iterator<char>(in), {}};
-        register_transcript(entry.path(), "", "/no-catalogs");
+        add("", "/no-catalogs");
         if (*TAQ_TEST_CATALOGS != '\0' && text.find("TAQ_MESSAGES_DIR") == std::string::npos)
-            register_transcript(entry.path(), "InEnglish", TAQ_TEST_CATALOGS);
+            add("InEnglish", TAQ_TEST_CATALOGS);
     }
     return true;
 }();

@@ -35,11 +35,19 @@ struct I18nTest : testing::Test {
         const std::vector<std::string_view> views(args.begin(), args.end());
         rc = i18nGetSafeMsgViews(&handle, category, number, &p, &size, views.data(), views.size());
         EXPECT_EQ(result, shown(rc, p, size));
-        char line[4095];
+        char line[4095] = "";
         size_t len = 1;
-        rc = i18nFormatSafeTo(&handle, category, number, views.data(), views.size(), line, sizeof line, &len);
-        EXPECT_EQ(result,
-                  rc == I18N_SOK ? std::string(line, len) : shown(rc, nullptr, static_cast<int32_t>(len)));
+        const auto within = [&](size_t room) {
+            rc = i18nFormatSafeTo(&handle, category, number, views.data(), views.size(), line, room, &len);
+            return rc == I18N_SOK ? std::string(line, len) : shown(rc, nullptr, static_cast<int32_t>(len));
+        };
+        EXPECT_EQ(result, within(sizeof line));
+        if (const size_t needed = len; needed > 0) {
+            line[needed - 1] = '#';
+            EXPECT_EQ("<10>", within(needed - 1)); // I18N_EBUFSIZE
+            EXPECT_EQ('#', line[needed - 1]);
+            EXPECT_EQ(result, within(needed));
+        }
         return result;
     }
     static std::string shown(int rc, const char* p, int32_t size) {

@@ -41,20 +41,6 @@ TEST_F(Lookup, TextsTakeTheirArgumentsWithin4096Bytes) {
     EXPECT_STREQ("??? on ???", p) << "the first null ends them";
 }
 
-TEST_F(Lookup, CallersBufferBoundsTheText) {
-    tree().catalog("core", 25, CatalogBuilder().text(1, "<%s>")).write();
-    ASSERT_EQ(I18N_SOK, open());
-    const std::string_view arg = "abc";
-    for (size_t cap = 0; cap <= 6; ++cap) {
-        char line[8] = "#######";
-        size_t len = 99;
-        const int rc = i18nFormatSafeTo(&handle, 25, 1, &arg, 1, line, cap, &len);
-        EXPECT_EQ(cap < 5 ? I18N_EBUFSIZE : I18N_SOK, rc);
-        EXPECT_EQ(cap < 5 ? "" : "<abc>", std::string(line, len));
-        EXPECT_EQ('#', line[cap]);
-    }
-}
-
 TEST_F(Lookup, OtherFormsReturnTheTextTheirWay) {
     const std::string b3000(3000, 'b'), a4000(4000, 'a');
     tree()
