@@ -5,9 +5,10 @@
 #include <functional>
 #include <string_view>
 #include <sys/types.h>
+#include <vector>
 
 struct SystemCall {
-    std::string_view name; // pread, pwrite, rename, link, unlink or rmdir
+    std::string_view name; // pread, pwrite, write, rename, link, unlink or rmdir
     std::string_view path; // the first one; empty for a descriptor
     size_t size;           // bytes to transfer; 0 for a path
 };
@@ -17,3 +18,6 @@ struct SystemCall {
 inline constexpr ssize_t PASS = 1 << 30; // let the call do what it should
 using SystemCallPlan = std::function<ssize_t(const SystemCall&)>;
 extern SystemCallPlan system_call_plan;
+
+// What happens to the next calls of one name, in order. More pass.
+void plan(std::string_view name, std::vector<ssize_t> steps);

@@ -5,8 +5,7 @@
 using Lookup = I18nTest;
 
 TEST_F(Lookup, TextsTakeTheirArgumentsWithin4096Bytes) {
-    std::string percents; // too many pieces for the cache
-    for (int i = 0; i < 40; ++i) percents += "%%";
+    const std::string percents(80, '%'); // too many pieces for the cache
     const std::string b4093(4093, 'b'), fits(4091, 'a'), exceeds(4092, 'a'), a3000(3000, 'a');
     const std::tuple<std::string, std::vector<const char*>, std::string> cases[] = {
         {"%s on %s", {"a"}, "??? on ???"},

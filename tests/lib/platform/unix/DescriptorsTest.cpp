@@ -4,30 +4,21 @@
 #include "platform/unix/QENPlatform.h"
 #include "support/ChildProcess.h"
 #include "support/Prelude.h"
-
-// Stands in for write() in the library (linked with --wrap=write): the next results, -errno for a failure.
-static std::vector<ssize_t> write_results;
-static std::string written;
-extern "C" ssize_t __real_write(int fd, const void* data, size_t n);
-extern "C" ssize_t __wrap_write(int fd, const void* data, size_t n) {
-    if (write_results.empty()) return __real_write(fd, data, n);
-    const ssize_t result = write_results.front();
-    write_results.erase(write_results.begin());
-    if (result > 0) written.append(static_cast<const char*>(data), static_cast<size_t>(result));
-    if (result < 0) errno = static_cast<int>(-result);
-    return result < 0 ? -1 : result;
-}
+#include "support/SystemCalls.h"
+#include "support/TempDir.h"
 
 TEST(WriteAll, GoesOnAfterShortWritesAndEndsWhenNothingIsTaken) {
+    const TempDir dir;
     const std::tuple<std::vector<ssize_t>, int, const char*> cases[] = {
         {{2, -EINTR, 3, 5}, 0, "0123456789"}, {{4, -ENOSPC}, ENOSPC, "0123"}, {{3, 0}, EIO, "012"}};
     for (const auto& [results, error, arrived] : cases) {
-        written.clear();
-        write_results = results;
-        errno = 0;
-        EXPECT_EQ(error == 0, QENWriteAll(-1, "0123456789", 10));
+        const int fd = open(dir.write("file", "").c_str(), O_WRONLY | O_CLOEXEC);
+        plan("write", results);
+        EXPECT_EQ(error == 0, QENWriteAll(fd, "0123456789", 10));
         EXPECT_TRUE(error == 0 || error == errno) << errno;
-        EXPECT_EQ(arrived, written);
+        system_call_plan = nullptr;
+        close(fd);
+        EXPECT_EQ(arrived, dir.read("file"));
     }
 }
 

@@ -62,7 +62,6 @@ TEST_F(GenerationsTest, MovesOnWhatIsThereOrLeavesTheCurrentFile) {
         {"a--#", "a--#", nullptr},
         {"ab#-", "ab#-", nullptr},
         {"a/--", "a/--", nullptr},
-        {"a/c-", "a/c-", nullptr},
         {"/bc-", "/bc-", nullptr},
         {"abc-", "abc-", no("pwrite", "", ENOSPC)},
         {"abc-", "abc-", no("rename", "_B.ldf", EACCES)},

@@ -1,16 +1,6 @@
 // Calls that fail, come up short or are the last of a process, and what stands in a writer's way.
 #include "LdfFixture.h"
 
-// What happens to the next calls of one name, in order: bytes that are transferred, or an error. More pass.
-static void plan(std::string_view name, std::vector<ssize_t> steps) {
-    system_call_plan = [=](const SystemCall& call) mutable {
-        if (call.name != name || steps.empty()) return PASS;
-        const ssize_t step = steps.front();
-        steps.erase(steps.begin());
-        return step;
-    };
-}
-
 struct LdfFault : LdfFixture {
     // A file of one record that has reached the smallest limit.
     void lay_full(const std::string& name, unsigned seq) const {
