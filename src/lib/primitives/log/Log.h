@@ -37,9 +37,9 @@ class RecordDisplay;
 //     if (log->open("engine", /*fp=*/nullptr, /*flags=*/0, nullptr) != ULOG_OK) ...
 //
 // Threads: without the logger thread each write waits for the one in progress, and a message is in the files
-// when its call returns. After start_logger a call appends to a queue and returns, and one thread writes, up
-// to 64 messages together (LoggerThread.h). Either way the messages of a thread keep their order. A message
-// from within the write of the same log, by a stream of the program's, is dropped.
+// when its call returns. After start_logger a call queues its message, and one thread writes, up to 64
+// together (LoggerThread.h). The messages of a thread keep their order. One from within the write of the same
+// log, by a stream of the program's, is dropped.
 //
 // The end: what was queued is written before a log is deleted and when the program calls exit; not before
 // _exit or a fatal signal. A thread calls exit (one in sigwait, say), never a signal handler: the interrupted
@@ -168,10 +168,8 @@ private:
     bool _has_stream();
     void _next();
     void _write_message(LogMessage& m, bool gathers);
-    bool _is_flushed(const LogMessage& m) const;
     void _write_at_once(const LogMessage& m, bool is_recorded);
     bool _gather(const LogMessage& m, bool is_recorded);
-    void write_gathered();
     void _write_gathered();
     // LogDisplay.cpp
     RecordDisplay* _display_for(int sev);

@@ -47,5 +47,8 @@ void RecordWriter::_gather(LogMessage& m, Log* log) {
 
 void RecordWriter::flush() {
     _count = 0;
-    if (Log* log = std::exchange(_log, nullptr)) log->write_gathered();
+    Log* const log = std::exchange(_log, nullptr);
+    if (log == nullptr) return;
+    const LogLock::Guard inside(log->_lock);
+    if (inside) log->_write_gathered();
 }

@@ -16,6 +16,11 @@ namespace {
 
 constexpr int MSG_INVALID_MESSAGE = 50879;
 
+// Debug messages wait in the stream's buffer unless their tag flushes.
+bool is_flushed(const LogMessage& m, const LogDebugTags& tags) {
+    return !m.is_debug || tags.has(m.level, LOG_DBG_FLUSH);
+}
+
 } // namespace
 
 // ---- The operations of programs, which queue or write
@@ -135,13 +140,8 @@ void Log::_write_message(LogMessage& m, bool gathers) {
     LogAdmin::mirror(m.logical_sev, static_cast<int>(m.number()), m.text);
 }
 
-// Debug messages wait in the stream's buffer unless their tag flushes.
-bool Log::_is_flushed(const LogMessage& m) const {
-    return !m.is_debug || _tags.has(m.level, LOG_DBG_FLUSH);
-}
-
 void Log::_write_at_once(const LogMessage& m, bool is_recorded) {
-    const bool flush = _is_flushed(m);
+    const bool flush = is_flushed(m, _tags);
     _file.begin();
     LineBuffer line(_fp, _line_room(), _is_file_log ? LineBuffer::A_FILE : LineBuffer::ANY_STREAM);
     const size_t counted = _line.put(m, line);
@@ -165,14 +165,9 @@ bool Log::_gather(const LogMessage& m, bool is_recorded) {
     if (room.data() == nullptr) return false;
     LineBuffer line(_fp, room, LineBuffer::A_FILE);
     const size_t counted = _line.put(m, line);
-    _file.gather(counted, line.size(), _is_flushed(m));
+    _file.gather(counted, line.size(), is_flushed(m, _tags));
     if (is_recorded) _copy.gather(m);
     return true;
-}
-
-void Log::write_gathered() {
-    const LogLock::Guard inside(_lock);
-    if (inside) _write_gathered();
 }
 
 // The records and their header first: then a line that is there has its record.
