@@ -70,7 +70,8 @@ private:
         double next = times.begin;
         for (int i = 0; i < _options.length; ++i, next += _options.interval * 1e3) {
             double before;
-            while ((before = burst_clock(CLOCK_MONOTONIC)) < next) {}
+            while ((before = burst_clock(CLOCK_MONOTONIC)) < next) {
+            }
             _logger.log();
             calls.push_back(burst_clock(CLOCK_MONOTONIC) - before);
         }

@@ -1,5 +1,5 @@
-// The peer of burst_taq: the same bursts for another library's asynchronous logger, with a line of the same form.
-// Usage: burst_spdlog THREADS LENGTH ROUNDS [INTERVAL]   (burst.h; TAQ_LOG names the folder)
+// The peer of burst_taq: the same bursts for another library's asynchronous logger, with a line of the same
+// form. Usage: burst_spdlog THREADS LENGTH ROUNDS [INTERVAL]   (burst.h; TAQ_LOG names the folder)
 #include "burst.h"
 
 #include <memory>
