@@ -115,6 +115,7 @@ TEST_F(Lookup, LeastUsedOfSixCatalogsIsClosed) {
 TEST_F(Lookup, SeenTextsNeedNoFile) {
     CatalogBuilder file;
     for (uint32_t n = 1; n <= 2000; ++n) file.text(n, "number " + std::to_string(n) + " of %s");
+    file.damage([](std::string& bytes) { bytes.resize(70'000); }); // too large to be read whole
     tree().catalog("core", 25, file).write();
     ASSERT_EQ(I18N_SOK, open());
     for (int round = 0; round < 2; ++round) // far more texts than are kept, so that they displace each other
@@ -124,6 +125,20 @@ TEST_F(Lookup, SeenTextsNeedNoFile) {
     for (uint32_t n = 1500; n <= 2000; ++n)
         ASSERT_EQ("number " + std::to_string(n) + " of x", text(25, n, {"x"}));
     EXPECT_EQ("<4>", text(25, 1, {"x"}));
+}
+
+// Of a file that is read whole, a text that was never asked for can still be shown when the file is cut.
+TEST_F(Lookup, CatalogUpTo64KibIsReadWhole) {
+    for (const size_t size : {65535u, 65536u, 65537u}) {
+        CatalogBuilder file;
+        file.text(1, "first").text(2, "last").damage([=](std::string& bytes) { bytes.resize(size); });
+        tree().catalog("core", 25, file).write();
+        ASSERT_EQ(I18N_SOK, open());
+        EXPECT_EQ("first", text(25, 1));
+        std::filesystem::resize_file(tree().dir() + "core.bmc", 64);
+        EXPECT_EQ(size <= 65536 ? "last" : "<4>", text(25, 2)) << size;
+        i18nClose(&handle);
+    }
 }
 
 TEST_F(Lookup, LanguageChangesAndComesBack) {

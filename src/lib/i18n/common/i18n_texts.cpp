@@ -20,7 +20,9 @@ i18n_text* i18n_texts::keep(uint32_t catID, uint32_t msgID, const i18n_text& tex
     kept->_text = {kept->_ownedp.get(), text._text.size()};
     kept->_pieces.assign(pieces, pieces + count);
 
-    set& s = set_of(catID, msgID);
+    std::unique_ptr<set>& setp = _sets[set_of(catID, msgID)];
+    if (setp == nullptr) setp.reset(i18n_checked(new (std::nothrow) set));
+    set& s = *setp;
     const size_t way = s._next;
     s._next = (way + 1) % WAYS;
     s._keys[way] = key_of(catID, msgID);

@@ -35,10 +35,11 @@ public:
 
     // The text, or null when it is not here.
     i18n_text* find(uint32_t catID, uint32_t msgID) {
-        set& s = set_of(catID, msgID);
+        const set* s = _sets[set_of(catID, msgID)].get();
+        if (s == nullptr) return nullptr;
         const uint64_t key = key_of(catID, msgID);
         for (size_t way = 0; way < WAYS; ++way)
-            if (s._keys[way] == key && s._texts[way]) return s._texts[way].get();
+            if (s->_keys[way] == key && s->_texts[way]) return s->_texts[way].get();
         return nullptr;
     }
 
@@ -57,7 +58,7 @@ private:
 
     static uint64_t key_of(uint32_t catID, uint32_t msgID) { return uint64_t{catID} << 32 | msgID; }
     // Neighbouring numbers of a catalog go to neighbouring sets; the factor spreads the catalogs.
-    set& set_of(uint32_t catID, uint32_t msgID) { return _sets[(msgID + catID * 37) % SETS]; }
+    static size_t set_of(uint32_t catID, uint32_t msgID) { return (msgID + catID * 37) % SETS; }
 
-    set _sets[SETS];
+    std::unique_ptr<set> _sets[SETS]; // null until a text falls on it: a run needs few of them
 };

@@ -1,7 +1,9 @@
 // Opens, reads and locks the files of catalogs.
 #include "i18n/unix/i18n_file.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -37,28 +39,45 @@ int open_regular(const char* path, uint64_t* sizep) {
 
 } // namespace
 
-i18n_file::i18n_file(i18n_file&& other) noexcept : _fd(std::exchange(other._fd, -1)), _size(other._size) {}
+i18n_file::i18n_file(i18n_file&& other) noexcept
+    : _fd(std::exchange(other._fd, -1)), _size(other._size), _bytes(std::move(other._bytes)) {}
 
 i18n_file& i18n_file::operator=(i18n_file&& other) noexcept {
     if (this == &other) return *this;
     close();
     _fd = std::exchange(other._fd, -1);
     _size = other._size;
+    _bytes = std::move(other._bytes);
     return *this;
 }
 
 bool i18n_file::open(const char* path) {
     close();
     _fd = open_regular(path, &_size);
+    if (is_open() && _size <= I18N_WHOLE_MAX) read_whole();
     return is_open();
+}
+
+// A file that is being cut, a disk that fails and memory that runs out are left to the reads of the pieces.
+void i18n_file::read_whole() {
+    const auto size = static_cast<size_t>(_size);
+    std::unique_ptr<char[], free_bytes> bytes(static_cast<char*>(std::malloc(size)));
+    if (bytes != nullptr && read_at(0, bytes.get(), size) == size) _bytes = std::move(bytes);
 }
 
 void i18n_file::close() {
     if (_fd >= 0) (void)::close(_fd); // only read
     _fd = -1;
+    _bytes.reset();
 }
 
 size_t i18n_file::read_at(uint64_t offset, void* buffer, size_t len) const {
+    if (_bytes != nullptr) {
+        if (offset >= _size) return 0;
+        len = std::min(len, static_cast<size_t>(_size - offset));
+        std::memcpy(buffer, _bytes.get() + offset, len);
+        return len;
+    }
     size_t done = 0;
     while (done < len) {
         const ssize_t n =

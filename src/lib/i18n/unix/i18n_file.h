@@ -4,8 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 
-// An open regular file that is read at given offsets. Owns its descriptor; movable.
+inline constexpr size_t I18N_WHOLE_MAX = 64 * 1024; // bytes of the largest file that is read whole
+
+// An open regular file that is read at given offsets. Owns its descriptor; movable. A file of at most
+// I18N_WHOLE_MAX bytes is read when it is opened, with one call; what is asked of it then comes from memory.
 class i18n_file {
 public:
     i18n_file() = default;
@@ -27,8 +32,15 @@ public:
     size_t read_at(uint64_t offset, void* buffer, size_t len) const;
 
 private:
+    // Not from operator new: a program may have replaced it by one that fills what it gives.
+    struct free_bytes {
+        void operator()(char* p) const { std::free(p); }
+    };
+    void read_whole();
+
     int _fd = -1;
     uint64_t _size = 0;
+    std::unique_ptr<char[], free_bytes> _bytes; // all _size; null: they are read when they are needed
 };
 
 // Opens a regular file as a stream for reading, close-on-exec; null when that fails. The caller closes it.
