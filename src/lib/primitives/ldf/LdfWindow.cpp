@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 #include "platform/unix/QENFileSystem.h"
 #include "primitives/ldf/LdfRecordView.h"
@@ -21,7 +20,7 @@ void LdfWindow::attach(int fd, int64_t filesize) {
 }
 
 size_t LdfWindow::_fill(int64_t pos, size_t n, const unsigned char*& bytes) {
-    if (!_buf) _buf.reset(new (std::nothrow) unsigned char[_capacity + LDF_SPLIT_SLACK]);
+    if (!_buf) _buf = try_raw_room<unsigned char>(_capacity + LDF_SPLIT_SLACK);
     _no_memory = !_buf;
     _failed = false;
     _start = pos;

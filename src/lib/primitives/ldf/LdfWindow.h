@@ -4,7 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+
+#include "primitives/memory/RawRoom.h"
 
 inline constexpr size_t LDF_WINDOW_MAX = 64 * 1024;
 
@@ -39,8 +40,8 @@ private:
     int _fd = -1;
     bool _failed = false;
     bool _no_memory = false;
-    size_t _capacity = 0;                  // bytes to read at once
-    std::unique_ptr<unsigned char[]> _buf; // _capacity + LDF_SPLIT_SLACK bytes, or null
-    int64_t _start = 0;                    // file offset of _buf[0]
-    uint64_t _len = 0;                     // bytes of the file in _buf
+    size_t _capacity = 0;        // bytes to read at once
+    RawRoom<unsigned char> _buf; // _capacity + LDF_SPLIT_SLACK bytes, or null
+    int64_t _start = 0;          // file offset of _buf[0]
+    uint64_t _len = 0;           // bytes of the file in _buf
 };

@@ -25,6 +25,7 @@
 #include "primitives/log/ShownRecord.h"
 #include "primitives/log/TextLogFile.h"
 #include "primitives/memory/Pooled.h"
+#include "primitives/memory/RawRoom.h"
 
 class PackedMessage;
 class RecordDisplay;
@@ -191,7 +192,7 @@ private:
     LogCache _cache;
     LogCatalog _catalog; // closed unless the stream is a standard one
     LogLine _line{_catalog};
-    std::unique_ptr<char[]> _line_roomp; // for the line in progress; this and the next made when needed
+    RawRoom<char> _line_roomp; // for the line in progress; this and the next made when needed
     std::unique_ptr<RecordDisplay> _displayp;
 };
 

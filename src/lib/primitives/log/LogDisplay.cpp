@@ -37,7 +37,7 @@ void for_each_string(VList* vlistp, const Visit& visit) {
 
 // Room for the line in progress; only the thread that is within the log uses it.
 std::span<char> Log::_line_room() {
-    if (_line_roomp == nullptr) _line_roomp.reset(new char[LineBuffer::CAPACITY]);
+    if (_line_roomp == nullptr) _line_roomp = raw_room<char>(LineBuffer::CAPACITY);
     return {_line_roomp.get(), LineBuffer::CAPACITY};
 }
 

@@ -20,7 +20,8 @@ class RecordDisplay {
 public:
     // The catalog must outlive the object. on_terminal: control characters of arguments become visible.
     RecordDisplay(LogCatalog& catalog, bool on_terminal)
-        : _catalog(catalog), _on_terminal(on_terminal), _times("%c", {_time_room, LocalTimeText::SIZE}) {}
+        : _catalog(catalog), _on_terminal(on_terminal),
+          _times("%c", {_time_room.get(), LocalTimeText::SIZE}) {}
 
     // Local time, head and text. args: the arguments, of which six are used; null data ends them.
     void show_line(const ShownRecord& record, ArgViews args, LineBuffer& line) {
@@ -75,6 +76,6 @@ private:
     const bool _on_terminal;
     unsigned _identity = 0; // of the process when _lines were made
     RecordLines _lines;
-    char _time_room[LocalTimeText::SIZE + RecordLine::SLACK]; // put_run reads beyond the end
+    RawRoom<char> _time_room = raw_room<char>(LocalTimeText::SIZE + RecordLine::SLACK); // for put_run
     LocalTimeText _times;
 };

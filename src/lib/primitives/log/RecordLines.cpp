@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "i18n/common/i18n.h"
 #include "i18n/unix/i18n_conv.h"
@@ -91,10 +92,12 @@ bool RecordLine::_add_text(const i18nTemplate& text) {
 
 const RecordLine* RecordLines::keep(uint32_t msgcat_id, int sev, std::string_view head,
                                     const i18nTemplate* textp) {
-    RecordLine& line = _lines[place_of(msgcat_id, sev)];
-    line = RecordLine();
+    if (_lines == nullptr) _lines = raw_room<RecordLine>(PLACES);
+    const size_t place = place_of(msgcat_id, sev);
+    RecordLine& line = *new (&_lines[place]) RecordLine;
+    _keys[place] = FREE;
     if (!line._add_bytes(head)) return nullptr;
-    line._key = key_of(msgcat_id, sev);
+    _keys[place] = key_of(msgcat_id, sev);
     line._head_size = static_cast<uint8_t>(head.size());
     if (textp != nullptr && textp->piece_count > 0) (void)line._add_text(*textp); // or it is looked up again
     return &line;

@@ -9,12 +9,13 @@
 
 #include "i18n/common/i18n_id.h"
 #include "primitives/log/LogText.h"
+#include "primitives/memory/RawRoom.h"
 
 struct i18nTemplate;
 
 // The line of a message but for the time before it and the arguments in it. The first piece begins with the
 // head, " QEN INFO K-16-25-30001 ".
-class RecordLine {
+class alignas(16) RecordLine { // of 256 bytes, which makes its place cheap to find
 public:
     static constexpr size_t SLACK = 16; // bytes behind the line that compose() may overwrite
 
@@ -44,9 +45,8 @@ public:
 private:
     friend class RecordLines;
     static constexpr size_t PIECES_MAX = 8;
-    static constexpr size_t BYTES_MAX = 200; // the object has 256 bytes, which makes its place cheap to find
-    static constexpr uint8_t NO_TEXT = 255;  // as _arg_count
-    static constexpr uint64_t FREE = ~uint64_t{0};
+    static constexpr size_t BYTES_MAX = 200;
+    static constexpr uint8_t NO_TEXT = 255; // as _arg_count
     struct Piece {
         uint8_t size; // bytes of _bytes
         uint8_t arg;  // index of the argument behind them, or beyond the last for none
@@ -56,7 +56,6 @@ private:
     bool _add_text(const i18nTemplate& text);
     bool _add_bytes(std::string_view bytes);
 
-    uint64_t _key = FREE; // identity and severity
     uint8_t _head_size = 0;
     uint8_t _arg_count = NO_TEXT;
     uint8_t _piece_count = 0;
@@ -67,25 +66,28 @@ private:
     char _bytes[BYTES_MAX + SLACK];
 };
 
+static_assert(sizeof(RecordLine) == 256);
+
 // A file holds many records of few messages. A message has one place here; another one that falls on the same
 // place takes it over.
 class RecordLines {
 public:
+    RecordLines() { forget(); }
+
     // What is known of the messages of this identity and severity, or null. Valid until the next keep().
     const RecordLine* find(uint32_t msgcat_id, int sev) const {
-        const RecordLine& line = _lines[place_of(msgcat_id, sev)];
-        return line._key == key_of(msgcat_id, sev) ? &line : nullptr;
+        const size_t place = place_of(msgcat_id, sev);
+        return _keys[place] == key_of(msgcat_id, sev) ? &_lines[place] : nullptr;
     }
 
     // Keeps the head and, when it is given and fits, the text. Null when the head is too long.
     const RecordLine* keep(uint32_t msgcat_id, int sev, std::string_view head, const i18nTemplate* textp);
 
-    void forget() {
-        for (RecordLine& line : _lines) line._key = RecordLine::FREE;
-    }
+    void forget() { _keys.fill(FREE); }
 
 private:
     static constexpr size_t PLACES = 64; // a power of two
+    static constexpr uint64_t FREE = ~uint64_t{0};
     static uint64_t key_of(uint32_t msgcat_id, int sev) {
         return uint64_t{msgcat_id} << 32 | static_cast<uint32_t>(sev);
     }
@@ -93,5 +95,6 @@ private:
         return (msgcat_id ^ i18n_category_of(msgcat_id) ^ static_cast<uint32_t>(sev) << 3) % PLACES;
     }
 
-    std::array<RecordLine, PLACES> _lines;
+    std::array<uint64_t, PLACES> _keys; // identity and severity of each place's message, or FREE
+    RawRoom<RecordLine> _lines; // PLACES, made for the first; a place holds a line when its key says so
 };
