@@ -3,7 +3,7 @@
 #include "messages.h"
 #include "taqmsg.h"
 
-#include "primitives/utils/QENUtils.h"
+#include "primitives/log/LocalTimeText.h"
 
 #include <cstdio>
 #include <memory>
@@ -14,10 +14,7 @@ namespace {
 constexpr size_t TIME_SIZE = 256;
 
 const char* local_time(int32_t seconds, char (&text)[TIME_SIZE]) {
-    const long t = seconds;
-    text[0] = '\0';
-    QENUtils::i18n_localtime(&t, text, sizeof text);
-    return text;
+    return LocalTimeText("%c", text).at(seconds).empty() ? "" : text; // as QENUtils::i18n_localtime
 }
 
 void compose(const ldf_header_t& h, char* text, size_t size) {

@@ -6,7 +6,6 @@
 #include "primitives/ldf/LdfReader.h"
 #include "primitives/log/Log.h"
 
-#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <vector>
@@ -35,9 +34,7 @@ int main(int argc, char** argv) {
     }
     QENSigignore(SIGPIPE); // a reader of our output may stop early, as "head" does: no failure
     cmdname = QENCLIBasename(argv[0]);
-    initialization(cmdname);
-    std::setlocale(LC_ALL, "");
-    Log::init("QEN", "K-16", nullptr);
+    initialization(cmdname); // sets the locale
     use_log_pair("ldfread", "ldfread-err");
     LdfReader::init(nullptr);
 

@@ -275,6 +275,7 @@ bool Arguments::_take_object_names() {
         TAQMSG_REPORT(QEN_HAS_NO_NAME);
         return false;
     }
+    HashTable::init();
     _oname_hashp = std::make_unique<HashTable>();
     _oname_hashp->init("TAQ_MSG_Hash", ONAME_BUCKETS, ht_func);
     for (int i = _arg[ARG_ONAME] + 1; i < _argc - 1 && _pos[i] == VALUE; ++i) {
@@ -322,6 +323,5 @@ bool Arguments::_take_file() {
 int taqmsg_process_args(int argc, char** argv, const char* filename, int lineno) {
     current_filename = filename;
     current_lineno = lineno;
-    HashTable::init();
     return Arguments(argc, argv).run();
 }
