@@ -120,6 +120,13 @@ void check_texts(const Messages& messages, Diagnostics& faults) {
         }
 }
 
+void check_category(const Messages& messages, uint32_t wanted, Diagnostics& faults) {
+    for (const auto& [category, set] : messages)
+        if (category != wanted && !set.empty())
+            faults.add(set.begin()->second.pos,
+                       "set " + std::to_string(category) + " is not category " + std::to_string(wanted));
+}
+
 void check_copies(const Messages& messages, const Messages& reference, Diagnostics& faults) {
     for (const auto& [category, set] : messages)
         for (const auto& [number, message] : set) {

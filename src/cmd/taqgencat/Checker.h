@@ -11,6 +11,9 @@ namespace gencat {
 // gives a warning.
 void check_texts(const Messages& messages, Diagnostics& faults);
 
+// Messages of another category than the only one that is wanted.
+void check_category(const Messages& messages, uint32_t category, Diagnostics& faults);
+
 // A translation against its reference: the same messages, each with as many specifiers. A message that is
 // missing is reported at its place in the reference. A retired one may be missing on either side.
 void check_translation(const Messages& messages, const Messages& reference, Diagnostics& faults);

@@ -24,8 +24,9 @@ struct SourcePos {
 struct Message {
     std::string text; // without a NUL; escapes resolved
     SourcePos pos;
-    bool retired = false; // no longer issued; the text is kept for old records
-    bool same = false;    // said to read the same in the reference
+    bool retired = false;  // no longer issued; the text is kept for old records
+    bool same = false;     // said to read the same in the reference
+    std::string name = {}; // for programs; may be empty
 };
 
 using MessageSet = std::map<uint32_t, Message>;  // by message number

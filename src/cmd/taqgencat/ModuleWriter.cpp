@@ -87,6 +87,18 @@ bool put_into_stream(const std::string& path, const std::string& bytes, std::str
     return false;
 }
 
+bool write_product(const std::string& path, Product product, const std::string& bytes,
+                   const std::vector<std::string>& inputs, std::string& error) {
+    if (path == STANDARD_STREAM) return put_on_stdout(bytes, error);
+    Target target;
+    if (!find_target(path, product, inputs, target, error)) return false;
+    if (target.takes_stream) return put_into_stream(path, bytes, error);
+    StagedFiles files;
+    if (files.stage(target.path, bytes)) return commit(files, error);
+    error = files.error();
+    return false;
+}
+
 } // namespace
 
 bool write_module(const ModuleTarget& target, const Messages& messages,
@@ -158,14 +170,12 @@ bool write_catalog(const std::string& path, const MessageSet& set, const std::ve
                    std::string& error) {
     std::string bytes;
     if (!encode_catalog(set, bytes)) return error = path + ": " + TOO_LARGE, false;
-    if (path == STANDARD_STREAM) return put_on_stdout(bytes, error);
-    Target target;
-    if (!find_target(path, inputs, target, error)) return false;
-    if (target.takes_stream) return put_into_stream(path, bytes, error);
-    StagedFiles files;
-    if (files.stage(target.path, bytes)) return commit(files, error);
-    error = files.error();
-    return false;
+    return write_product(path, Product::CATALOG, bytes, inputs, error);
+}
+
+bool write_header_file(const std::string& path, const std::string& header,
+                       const std::vector<std::string>& inputs, std::string& error) {
+    return write_product(path, Product::HEADER, header, inputs, error);
 }
 
 } // namespace gencat

@@ -34,4 +34,8 @@ bool remove_from_module(const ModuleTarget& target, const std::string& owner,
 bool write_catalog(const std::string& path, const MessageSet& set, const std::vector<std::string>& inputs,
                    std::string& error);
 
+// Likewise the text of a header.
+bool write_header_file(const std::string& path, const std::string& header,
+                       const std::vector<std::string>& inputs, std::string& error);
+
 } // namespace gencat

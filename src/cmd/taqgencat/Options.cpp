@@ -18,6 +18,7 @@ const char USAGE_TEXT[] =
     "Usage: taqgencat [checks] --module NAME --lang LANGUAGE --out ROOT source...\n"
     "       taqgencat [checks] --add OWNER [--module NAME] [--lang LANGUAGE] [--out ROOT] source...\n"
     "       taqgencat --remove OWNER [--module NAME] [--lang LANGUAGE] [--out ROOT] [category...]\n"
+    "       taqgencat [checks] --header FILE --namespace NAME source...\n"
     "       taqgencat [checks] catfile source...\n"
     "       taqgencat [checks] --check source...\n"
     "       taqgencat --list catfile\n"
@@ -33,12 +34,14 @@ const char USAGE_TEXT[] =
     "  --add OWNER        put categories into an installed module; without --lang: into all its\n"
     "                     languages, from the folders of that name in the one source\n"
     "  --remove OWNER     take the owner's categories out again\n"
+    "  --header FILE      write a C++ header with a name for each message, in --namespace NAME\n"
     "  --list             print a catalog as a source (\"-\": standard input)\n"
     "  --help, --version\n"
     "\n"
     "Checks:\n"
     "  --check            refuse texts that cannot be filled with arguments\n"
     "  --reference PATH   with --check: compare with these sources of another language\n"
+    "  --category N       refuse other categories; messages before any $set belong to N\n"
     "  --fill-from PATH   take missing messages from these sources of another language\n"
     "\n"
     "Exit status: 0 done, 1 the sources have faults, 2 wrong usage or a file that cannot\n"
@@ -54,7 +57,8 @@ struct Flag {
 constexpr Flag MODE_FLAGS[] = {{"--help", Mode::Help}, {"--version", Mode::Version}, {"--list", Mode::List}};
 
 struct Values {
-    std::vector<std::string> modules, languages, roots, adders, removers, references, fill_from, operands;
+    std::vector<std::string> modules, languages, roots, adders, removers, references, fill_from, headers,
+        name_spaces, categories, operands;
     bool check = false;
 };
 
@@ -63,10 +67,16 @@ struct ValueOption {
     std::vector<std::string> Values::*values;
 };
 
-constexpr ValueOption VALUE_OPTIONS[] = {
-    {"--module", &Values::modules},     {"--lang", &Values::languages},  {"--out", &Values::roots},
-    {"--add", &Values::adders},         {"--remove", &Values::removers}, {"--reference", &Values::references},
-    {"--fill-from", &Values::fill_from}};
+constexpr ValueOption VALUE_OPTIONS[] = {{"--module", &Values::modules},
+                                         {"--lang", &Values::languages},
+                                         {"--out", &Values::roots},
+                                         {"--add", &Values::adders},
+                                         {"--remove", &Values::removers},
+                                         {"--reference", &Values::references},
+                                         {"--fill-from", &Values::fill_from},
+                                         {"--header", &Values::headers},
+                                         {"--namespace", &Values::name_spaces},
+                                         {"--category", &Values::categories}};
 
 bool find_mode(const std::string& argument, Mode& mode) {
     for (const Flag& flag : MODE_FLAGS) {
@@ -145,15 +155,16 @@ std::string settle_module(const Values& values, Options& options) {
     return take_target(values, options);
 }
 
+bool to_category(const std::string& word, uint32_t& category) {
+    const char* const end = word.data() + word.size();
+    const auto [behind, failure] = std::from_chars(word.data(), end, category);
+    return failure == std::errc() && behind == end && category >= MIN_CATEGORY && category <= MAX_CATEGORY;
+}
+
 std::string take_categories(Options& options) {
-    for (const std::string& source : std::exchange(options.sources, {})) {
-        uint32_t category = 0;
-        const char* const end = source.data() + source.size();
-        const auto [behind, failure] = std::from_chars(source.data(), end, category);
-        if (failure != std::errc() || behind != end || category < MIN_CATEGORY || category > MAX_CATEGORY)
+    for (const std::string& source : std::exchange(options.sources, {}))
+        if (!to_category(source, options.categories.emplace_back()))
             return "--remove takes categories from 1 to 65535";
-        options.categories.push_back(category);
-    }
     return "";
 }
 
@@ -177,6 +188,15 @@ std::string settle_installed(const Values& values, Options& options) {
     return "--add without --lang takes one folder, with a folder for each language";
 }
 
+std::string settle_header(const Values& values, Options& options) {
+    if (values.headers.size() != 1 || values.name_spaces.size() != 1)
+        return "--header and --namespace go together, each once";
+    options.mode = Mode::Header;
+    options.header = values.headers[0];
+    options.name_space = values.name_spaces[0];
+    return "";
+}
+
 std::string settle_catalog(Options& options) {
     if (options.sources.empty()) return "a catalog file must be named";
     options.catalog = options.sources.front();
@@ -188,6 +208,7 @@ std::string settle_mode(const Values& values, Options& options) {
     if (!values.adders.empty() || !values.removers.empty()) return settle_installed(values, options);
     if (!values.modules.empty() || !values.languages.empty() || !values.roots.empty())
         return settle_module(values, options);
+    if (!values.headers.empty() || !values.name_spaces.empty()) return settle_header(values, options);
     const bool names_catalog = !options.sources.empty() && options.sources.front().ends_with(BMC_EXTENSION);
     if (values.check && !names_catalog) {
         options.mode = Mode::Check;
@@ -201,7 +222,8 @@ std::string settle_mode(const Values& values, Options& options) {
 std::string settle_list(const Values& values, Options& options) {
     const bool alone = !values.check && values.modules.empty() && values.languages.empty() &&
                        values.roots.empty() && values.references.empty() && values.fill_from.empty() &&
-                       values.adders.empty() && values.removers.empty();
+                       values.adders.empty() && values.removers.empty() && values.headers.empty() &&
+                       values.categories.empty();
     if (!alone || values.operands.size() != 1) return "--list takes one catalog file and no other option";
     options.catalog = values.operands.front();
     return "";
@@ -228,6 +250,8 @@ std::string parse_options(const std::vector<std::string>& arguments, Options& op
     options.sources = values.operands;
     if (!values.references.empty() && !values.check) return "--reference needs --check";
     if (std::string wrong = settle_mode(values, options); !wrong.empty()) return wrong;
+    if (!values.categories.empty() && !to_category(values.categories.back(), options.category))
+        return "--category takes a category from 1 to 65535";
     if (options.sources.empty() && options.mode != Mode::Remove) return "no source is named";
     if (reads_stdin_twice(options)) return "standard input can be read only once";
     return "";

@@ -16,6 +16,7 @@ enum class Mode {
     Catalog, // one catalog file
     Add,     // categories into an installed module
     Remove,  // categories out of it
+    Header,  // names of the messages for programs
 };
 
 struct Options {
@@ -25,6 +26,8 @@ struct Options {
     std::string owner;                  // modes Add and Remove
     std::vector<uint32_t> categories;   // mode Remove; empty: all of the owner
     std::string catalog;                // modes List (input) and Catalog (output)
+    std::string header, name_space;     // mode Header
+    uint32_t category = 0;              // the only one of the sources; 0: any
     std::vector<std::string> references, fill_from, sources;
 };
 

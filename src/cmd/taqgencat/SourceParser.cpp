@@ -48,6 +48,12 @@ std::optional<uint32_t> to_number(std::string_view word, uint32_t low, uint32_t 
     return value;
 }
 
+bool is_identifier(std::string_view word) {
+    return !word.empty() && !is_digit(word.front()) && std::all_of(word.begin(), word.end(), [](char c) {
+        return is_digit(c) || c == '_' || ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z');
+    });
+}
+
 bool ends_in_continuation(std::string_view line) {
     size_t backslashes = 0;
     while (backslashes < line.size() && line[line.size() - 1 - backslashes] == '\\') ++backslashes;
@@ -95,7 +101,7 @@ private:
     void _parse_set(std::string_view arguments);
     void _parse_delset(std::string_view arguments);
     void _parse_quote(std::string_view arguments);
-    bool _parse_mark(std::string_view word);
+    bool _parse_mark(std::string_view word, std::string_view arguments);
     void _parse_message(std::string_view line);
     void _end_marks();
     bool _accept_number(uint32_t number);
@@ -113,7 +119,7 @@ private:
     int64_t _last_set = NONE_YET;
     int64_t _last_number = NONE_YET; // within the set
     char _quote = 0;
-    Message _marks; // "$retired" and "$same" of the message that comes next
+    Message _marks; // "$name", "$retired" and "$same" of the message that comes next
 };
 
 void Parser::_fault(const std::string& reason) {
@@ -170,19 +176,28 @@ void Parser::_parse_directive(std::string_view line) {
     if (word == "set") return _parse_set(line);
     if (word == "delset") return _parse_delset(line);
     if (word == "quote") return _parse_quote(line);
-    if (!_parse_mark(word)) _fault("unknown directive; a comment has a blank behind $");
+    if (!_parse_mark(word, line)) _fault("unknown directive; a comment has a blank behind $");
 }
 
-bool Parser::_parse_mark(std::string_view word) {
-    if (word != "retired" && word != "same") return false;
-    (word == "same" ? _marks.same : _marks.retired) = true;
+bool Parser::_parse_mark(std::string_view word, std::string_view arguments) {
+    if (word == "name") {
+        skip_blanks(arguments);
+        _marks.name = take_word(arguments);
+        if (!is_identifier(_marks.name)) _fault("$name takes letters, digits and '_', no digit first");
+    } else if (word == "retired") {
+        _marks.retired = true;
+    } else if (word == "same") {
+        _marks.same = true;
+    } else {
+        return false;
+    }
     _marks.pos = _pos;
     return true;
 }
 
 // Behind the last message of a set, a mark has no effect.
 void Parser::_end_marks() {
-    if (_marks.retired || _marks.same) _faults.warn(_marks.pos, "no message follows in this set");
+    if (_marks.pos.file) _faults.warn(_marks.pos, "no message follows in this set");
     _marks = {};
 }
 

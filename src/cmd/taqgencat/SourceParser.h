@@ -4,6 +4,7 @@
 //   $set N [comment]           the messages that follow belong to category N
 //   $delset N [comment]        drops the messages of category N that were read so far, and ends the set
 //   $quote [C]                 texts may stand between two characters C; without C quoting ends
+//   $name NAME                 programs call the next message NAME
 //   $retired [comment]         the next message is no longer issued; its text is kept for old records
 //   $same [comment]            the next message reads the same in the language of the reference
 //   N text                     message N; the text begins behind one blank or tab
@@ -27,7 +28,7 @@ namespace gencat {
 // Category of messages that stand before any $set.
 enum class DefaultSet : uint32_t {
     None = 0,  // such a message is a fault
-    First = 1, // they belong to category 1
+    First = 1, // they belong to category 1, or to another one by its number
 };
 
 // Adds the messages of one source to messages. file names the source in diagnostics. Faulty lines are

@@ -1,4 +1,5 @@
-// What the compiler may write over: catalogs, never a source or anything else that happens to have the name.
+// What the compiler may write over: catalogs and its headers, never a source or anything else that happens to
+// have the name.
 #pragma once
 
 #include <string>
@@ -16,8 +17,12 @@ struct Target {
 // file that is one of the inputs, under this or any other name.
 bool may_replace(const std::string& path, const std::vector<std::string>& inputs, std::string& error);
 
-// Likewise for a file that the user named, which must be absent, empty or a catalog.
-bool find_target(const std::string& path, const std::vector<std::string>& inputs, Target& target,
-                 std::string& error);
+enum class Product { CATALOG, HEADER };
+
+inline constexpr char HEADER_START[] = "// Made by taqgencat"; // of every header that it writes
+
+// Likewise for a file that the user named, which must be absent, empty or a former product of that kind.
+bool find_target(const std::string& path, Product product, const std::vector<std::string>& inputs,
+                 Target& target, std::string& error);
 
 } // namespace gencat

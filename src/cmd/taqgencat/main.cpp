@@ -3,6 +3,7 @@
 #include "CatalogCodec.h"
 #include "CatalogLister.h"
 #include "Checker.h"
+#include "HeaderWriter.h"
 #include "ModuleWriter.h"
 #include "Options.h"
 #include "SourceFiles.h"
@@ -40,12 +41,15 @@ ExitStatus list(const Options& options) {
 struct Compilation {
     Messages messages, reference, fillers;
     std::vector<std::string> inputs; // files read
+    std::string header;              // mode Header
     Diagnostics diagnostics;
 };
 
 bool load(const Options& options, Compilation& all, std::string& error) {
     const bool is_module = options.mode == Mode::Module || options.mode == Mode::Add;
-    const DefaultSet default_set = is_module ? DefaultSet::None : DefaultSet::First;
+    const DefaultSet default_set = options.category != 0 ? static_cast<DefaultSet>(options.category)
+                                   : is_module           ? DefaultSet::None
+                                                         : DefaultSet::First;
     const auto read = [&](const std::vector<std::string>& paths, Messages& messages) {
         return load_sources(paths, default_set, messages, all.diagnostics, all.inputs, error);
     };
@@ -56,10 +60,11 @@ bool load(const Options& options, Compilation& all, std::string& error) {
 // Fills in missing messages and checks the texts. Filled-in messages do not count as missing. Sources with
 // faults are not compared with the reference: it is unknown what they lack.
 void fill_and_check(const Options& options, Compilation& all) {
+    if (options.category != 0) check_category(all.messages, options.category, all.diagnostics);
     const bool is_complete = !all.diagnostics.has_faults();
     if (options.check) check_copies(all.messages, all.reference, all.diagnostics);
     fill_missing(all.messages, all.fillers);
-    if (!options.check) return;
+    if (!options.check && options.mode != Mode::Header) return;
     check_texts(all.messages, all.diagnostics);
     if (is_complete && !options.references.empty())
         check_translation(all.messages, all.reference, all.diagnostics);
@@ -72,6 +77,8 @@ ExitStatus write(const Options& options, Compilation& all) {
     const ModuleTarget target{options.root, options.module, options.language};
     if (options.mode == Mode::Module)
         return write_module(target, all.messages, all.inputs, error) ? DONE : fail(error);
+    if (options.mode == Mode::Header)
+        return write_header_file(options.header, all.header, all.inputs, error) ? DONE : fail(error);
     if (options.mode == Mode::Add)
         return add_to_module(target, options.owner, all.messages, all.inputs, error) ? DONE : fail(error);
     if (all.messages.size() > 1) return fail("a catalog holds one set; write several with --module");
@@ -84,6 +91,8 @@ ExitStatus compile(const Options& options) {
     std::string error;
     if (!load(options, all, error)) return fail(error);
     fill_and_check(options, all);
+    if (options.mode == Mode::Header && !all.diagnostics.has_faults())
+        all.header = write_header(all.messages, options.name_space, all.diagnostics);
     for (const std::string& line : all.diagnostics.lines()) std::fprintf(stderr, "%s\n", line.c_str());
     if (all.diagnostics.has_faults()) return FAULTY;
     return options.mode == Mode::Check ? DONE : write(options, all);

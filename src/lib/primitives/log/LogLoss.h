@@ -1,5 +1,5 @@
-// What a log has lost: counted where a message is dropped, told by the log before the next message that it can
-// write (LogTell.cpp).
+// What a log has lost: counted where a message is dropped, told by the log before the next message that it
+// can write (LogTell.cpp).
 #pragma once
 
 #include <array>
@@ -50,8 +50,8 @@ private:
     std::atomic<uint64_t> _total{0};
 };
 
-// Of one log. A line and a record are counted apart, each where it is missing: the text log tells how many lines
-// it lacks, the log data file how many records. So a message without line and record counts in both.
+// Of one log. A line and a record are counted apart, each where it is missing: the text log tells how many
+// lines it lacks, the log data file how many records. So a message without line and record counts in both.
 //
 // Any thread may call note() and the totals; take() and put_back() belong to the log, under its lock.
 class LogLoss {
