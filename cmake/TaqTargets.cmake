@@ -34,6 +34,24 @@ function(taq_room name)
   set_property(GLOBAL APPEND PROPERTY TAQ_ROOM_DIRS ${CMAKE_CURRENT_SOURCE_DIR})
 endfunction()
 
+# taq_manual(FILE...)
+# Installs manual pages of docs/, compressed as manuals are. Without a time in them the same page gives the same bytes.
+find_program(TAQ_GZIP gzip REQUIRED)
+function(taq_manual)
+  foreach(page IN LISTS ARGN)
+    get_filename_component(section ${page} LAST_EXT)
+    string(REPLACE "." man section ${section})
+    set(compressed ${PROJECT_BINARY_DIR}/man/${page}.gz)
+    add_custom_command(
+      OUTPUT ${compressed}
+      COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/man
+      COMMAND ${TAQ_GZIP} -9nc ${PROJECT_SOURCE_DIR}/docs/${page} > ${compressed}
+      DEPENDS ${PROJECT_SOURCE_DIR}/docs/${page})
+    add_custom_target(taq_manual_${page} ALL DEPENDS ${compressed})
+    install(FILES ${compressed} DESTINATION ${CMAKE_INSTALL_MANDIR}/${section} COMPONENT tools)
+  endforeach()
+endfunction()
+
 # taq_test(NAME [SYSLOG] SOURCES file... [LIBS target...] [LABELS label...] [TIMEOUT seconds])
 # One GoogleTest program; every TEST in it becomes a test of its own for ctest. SYSLOG: what the program sends to
 # the system log is caught (tests/support/SyslogTrap.h).

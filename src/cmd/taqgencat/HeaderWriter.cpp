@@ -24,10 +24,11 @@ std::string descriptor(const std::string& name, uint32_t category, uint32_t numb
 } // namespace
 
 std::string write_header(const Messages& messages, const std::string& name_space, Diagnostics& faults) {
-    std::string header = std::string(HEADER_START) +
-                         " from message sources, for QEN_REPORT(log, severity, flags, message, argument...).\n"
-                         "#pragma once\n\n#include \"CatalogMessage.h\"\n\nnamespace " +
-                         name_space + " {\n\n";
+    std::string header =
+        std::string(HEADER_START) +
+        " from message sources, for QEN_REPORT(log, severity, flags, message, argument...).\n"
+        "#pragma once\n\n#include \"CatalogMessage.h\"\n\nnamespace " +
+        name_space + " {\n\n";
     std::set<std::string> names;
     for (const auto& [category, set] : messages)
         for (const auto& [number, message] : set) {

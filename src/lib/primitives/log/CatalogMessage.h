@@ -31,7 +31,8 @@ namespace taq_catalog_message {
 template <class T>
 constexpr const char* conversion() {
     using Type = std::decay_t<T>;
-    if constexpr (std::is_same_v<Type, char>) return "c";
+    if constexpr (std::is_same_v<Type, char>)
+        return "c";
     else if constexpr (std::is_same_v<Type, std::string> || std::is_same_v<Type, const char*> ||
                        std::is_same_v<Type, char*>)
         return "s";
@@ -40,14 +41,22 @@ constexpr const char* conversion() {
         return nullptr;
     else if constexpr (std::is_enum_v<Type>)
         return std::is_convertible_v<Type, long long> ? conversion<std::underlying_type_t<Type>>() : nullptr;
-    else if constexpr (std::is_same_v<Type, float> || std::is_same_v<Type, double>) return "g";
-    else if constexpr (!std::is_integral_v<Type>) return nullptr;
-    else if constexpr (sizeof(Type) < sizeof(int)) return "d";
-    else if constexpr (std::is_same_v<Type, long>) return "ld";
-    else if constexpr (std::is_same_v<Type, unsigned long>) return "lu";
-    else if constexpr (std::is_same_v<Type, long long>) return "lld";
-    else if constexpr (std::is_same_v<Type, unsigned long long>) return "llu";
-    else return std::is_signed_v<Type> ? "d" : "u";
+    else if constexpr (std::is_same_v<Type, float> || std::is_same_v<Type, double>)
+        return "g";
+    else if constexpr (!std::is_integral_v<Type>)
+        return nullptr;
+    else if constexpr (sizeof(Type) < sizeof(int))
+        return "d";
+    else if constexpr (std::is_same_v<Type, long>)
+        return "ld";
+    else if constexpr (std::is_same_v<Type, unsigned long>)
+        return "lu";
+    else if constexpr (std::is_same_v<Type, long long>)
+        return "lld";
+    else if constexpr (std::is_same_v<Type, unsigned long long>)
+        return "llu";
+    else
+        return std::is_signed_v<Type> ? "d" : "u";
 }
 
 // The English text with the conversion of its argument in place of each "s".
