@@ -1,28 +1,9 @@
 // First-failure capture: what is captured, what a dump holds and replaces, and dumps of dying processes.
 #include <regex>
-#include <sys/mman.h>
-#include <sys/stat.h>
 
 #include "LogFixture.h"
 
-namespace {
-
-using testing::ElementsAre;
-
-char* forbidden_page() {
-    return static_cast<char*>(mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-}
-void bad_access() {
-    *static_cast<volatile char*>(forbidden_page()) = 1;
-}
-[[gnu::noinline]] int overflow_stack(int depth) {
-    volatile char frame[4096];
-    frame[0] = static_cast<char>(depth);
-    return depth < 1 << 30 ? overflow_stack(depth + 1) + frame[0] : 0;
-}
-
-class FFDCTest : public LogFixture {
-protected:
+struct FFDCTest : LogFixture {
     FFDCTest() { Log::enable_ffdc(); }
 
     static std::string dump_of(const std::string& role, pid_t pid = getpid()) {
@@ -40,42 +21,38 @@ protected:
     }
     // The numbers of those entries in the order of the dump; -1 for whatever is not such an entry.
     std::vector<long> numbers_in(const std::string& dump) const {
+        constexpr char ENTRY[] = "%*s %*s [FFDC] [%*u] QEN INFO 6553601 entry %ld engine.cpp:work[7]%n";
         std::istringstream in(entries(dump));
         std::vector<long> numbers;
         for (std::string line, source; std::getline(in, line) && std::getline(in, source);) {
-            long n = -1;
             int end = 0;
-            constexpr char ENTRY[] = "%*s %*s [FFDC] [%*u] QEN INFO 6553601 entry %ld engine.cpp:work[7]%n";
-            std::sscanf((line + source).c_str(), ENTRY, &n, &end);
-            numbers.push_back(end != 0 ? n : -1);
+            std::sscanf((line + source).c_str(), ENTRY, &numbers.emplace_back(), &end);
+            if (end == 0) numbers.back() = -1;
         }
         return numbers;
     }
-    std::vector<long> dumped(const char* role, int number = FFDC_ROLE_MAX) const {
-        Log::dump_ffdc(number, /*sig_handler=*/false);
-        return numbers_in(dump_of(role));
-    }
-    // Another thread captures one entry in a role.
-    void run_as(int role, long number) const {
-        std::thread([=, this] {
-            register_as(role);
-            capture(number);
-            Log::unregister_for_ffdc();
-        }).join();
-    }
-    void expect_private(const std::string& dump) const {
-        EXPECT_EQ(0600, static_cast<int>(std::filesystem::symlink_status(dir.path(dump)).permissions()));
+    void expect_private(const std::string& dump, const std::vector<long>& numbers) const {
+        EXPECT_EQ(numbers, numbers_in(dump));
+        EXPECT_EQ(0600, static_cast<int>(fs::symlink_status(dir.path(dump)).permissions()));
     }
 };
 
-TEST_F(FFDCTest, EntriesOfEachKind) {
+TEST_F(FFDCTest, EntriesOfEachKindOfRegisteredThreads) {
     const std::string head = "[FFDC] [" + std::to_string(static_cast<unsigned>(pthread_self())) + "] QEN ";
     const std::string rest(5000, 'x');
+    std::thread([] { capture(1); }).join(); // not registered
     register_as(FFDC_ROLE_AGFW_MAIN, /*print_seqno=*/0);
+    Log::unregister_for_ffdc();
+    capture(2);
+    register_as(FFDC_ROLE_AGFW_MAIN, /*print_seqno=*/0);
+    Log::disable_ffdc();
+    capture(3);
+    Log::enable_ffdc();
     Log::write_ffdc(SEV_ERR, "open", "/a.cpp", 42, 0, 1, 50878, "100% %s %n");
     Log::write_ffdc(DBG_IPM, "", "a.cpp", 42, ULOG_DEBUG, 1, 50878, "state");
     Log::write_ffdc(SEV_INFO, "open", nullptr, 42, 0, 65534, 4, "a"); // identity above 31 bits
-    Log::write_ffdc(-1, nullptr, nullptr, 42, 0, 0, 7, "a");
+    Log::write_ffdc(-1, nullptr, nullptr, 42, 0, 0, 7, std::make_unique<MsgStruct>().get());
+    Log::write_ffdc(-1, nullptr, nullptr, 42, 0, 0, 7, message("a").get());
     Log::write_ffdc(SEV_INFO, "", "", 42, 0, 0, 7, rest.c_str());
     Log::dump_ffdc(FFDC_ROLE_AGFW_MAIN, false);
     const std::regex time("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}  ");
@@ -83,31 +60,18 @@ TEST_F(FFDCTest, EntriesOfEachKind) {
                   head + "INFO -131068 a\n" + head + "SEV_UNKNOWN 7 a\n" + head + "INFO 7 " +
                   rest.substr(0, 4095 - 28 - head.size()),
               std::regex_replace(entries(dump_of("AGFWMain")), time, ""));
-}
-
-TEST_F(FFDCTest, NothingToCapture) {
-    std::thread([] { capture(1); }).join(); // not registered
-    register_as(FFDC_ROLE_AGFW_MAIN);
-    Log::unregister_for_ffdc();
-    capture(2);
-    register_as(FFDC_ROLE_AGFW_MAIN);
-    Log::disable_ffdc();
-    capture(3);
-    Log::enable_ffdc();
-    Log::write_ffdc(SEV_INFO, "work", "engine.cpp", 7, 0, 100, 1, std::make_unique<MsgStruct>().get());
-    Log::write_ffdc(SEV_INFO, "work", "engine.cpp", 7, 0, 100, 1, message("entry 4").get());
-    EXPECT_THAT(dumped("AGFWMain"), ElementsAre(4));
+    EXPECT_THAT(dir.read(dump_of("AGFWMain")), testing::StartsWith("#\n# Log File Name:     " + dumps));
 }
 
 TEST_F(FFDCTest, RingKeepsTheLatestOldestFirst) {
     register_as(FFDC_ROLE_SVC_THREAD);
     long captured = 0;
     for (const long total : {1L, 1024L, 1025L, 2048L}) {
-        while (captured < total) capture(++captured);
         std::vector<long> expected;
+        while (captured < total) capture(++captured);
         for (long i = std::max(1L, total - 1023); i <= total; ++i) expected.push_back(i);
-        EXPECT_EQ(expected, dumped("AGFWSvc", FFDC_ROLE_SVC_THREAD));
-        // Numbers of the entries run along with them.
+        Log::dump_ffdc(FFDC_ROLE_SVC_THREAD, false);
+        EXPECT_EQ(expected, numbers_in(dump_of("AGFWSvc")));
         EXPECT_THAT(entries(dump_of("AGFWSvc")), testing::EndsWith("]:" + std::to_string(total) + "\n"));
     }
     EXPECT_EQ(4'294'967'293u, FFDC::seqno_after(4'294'967'292u));
@@ -120,7 +84,7 @@ TEST_F(FFDCTest, CaptureGoesOnBehindTheDumpOfAHandlerThatReturns) {
     GTEST_SKIP() << "a dump in a signal handler reads without locks, on purpose";
 #endif
     register_as(FFDC_ROLE_AGFW_MAIN);
-    Producers busy(1, LONG_MAX, [this](size_t, long i) { // displaces entries while they are read
+    Producers busy(1, LONG_MAX, [this](int, long i) { // displaces entries while they are read
         if (i % 500 == 0) register_as(FFDC_ROLE_AGFW_MAIN);
         capture(i % 1000);
         if (i % 500 == 499) Log::unregister_for_ffdc();
@@ -134,16 +98,17 @@ TEST_F(FFDCTest, CaptureGoesOnBehindTheDumpOfAHandlerThatReturns) {
     busy.stop();
     std::signal(SIGUSR1, SIG_DFL);
     capture(2000);
-    EXPECT_THAT(dumped("AGFWMain"), testing::Contains(2000));
+    Log::dump_ffdc(FFDC_ROLE_MAX, false);
+    EXPECT_EQ(2000, numbers_in(dump_of("AGFWMain")).back());
 }
 
 TEST_F(FFDCTest, ThreadsOfARoleShareItsRingAndDump) {
-    run_as(FFDC_ROLE_IMF_THREAD, 1);
-    run_as(FFDC_ROLE_UBO, 2);
-    run_as(FFDC_ROLE_IMF_THREAD, 3);
-    EXPECT_THAT(dumped("AGFWIMF", FFDC_ROLE_IMF_THREAD), ElementsAre(1, 3));
-    EXPECT_THAT(dir.read(dump_of("AGFWIMF")), testing::StartsWith("#\n# Log File Name:     " + dumps));
-    for (long i = 0; i < 1000; ++i) run_as(FFDC_ROLE_IMF_THREAD, i); // more than is collected for one write
+    for (long i = 0; i <= 1000; ++i) // more than is collected for one write
+        std::thread([&] {
+            register_as(i == 0 ? FFDC_ROLE_UBO : FFDC_ROLE_IMF_THREAD);
+            capture(i);
+            Log::unregister_for_ffdc();
+        }).join();
     {
         const FullDisk limit(100);
         Log::dump_ffdc(FFDC_ROLE_MAX, false);
@@ -151,36 +116,30 @@ TEST_F(FFDCTest, ThreadsOfARoleShareItsRingAndDump) {
     ASSERT_EQ(2u, syslog_texts().size());
     EXPECT_THAT(syslog_texts()[0], testing::EndsWith("engine.log, errno = " + std::to_string(EFBIG)));
     EXPECT_EQ(1u, dir.files("dumps").size()) << "the roles behind the failed one";
-    EXPECT_EQ(1002u, dumped("AGFWIMF").size()) << "there is room again";
-    EXPECT_THAT(numbers_in(dump_of("TAQ")), ElementsAre(2));
+    Log::dump_ffdc(FFDC_ROLE_MAX, false);
+    EXPECT_EQ(1000u, numbers_in(dump_of("AGFWIMF")).size()) << "there is room again";
+    EXPECT_EQ(std::vector{0L}, numbers_in(dump_of("TAQ")));
 }
 
 // What may stand at the place of a dump. A dying process clears files away, a living one keeps to its own.
 TEST_F(FFDCTest, OnlyOwnFilesAreReplaced) {
     const std::string dump = dump_of("AGFWMain"), path = dir.path(dump), target = dir.path("target");
-    const struct {
-        std::function<void()> prepare;
-        bool replaced;
-    } cases[] = {
-        {[&] { dir.write(dump, std::string(9999, 'x')); }, true}, // which all can read
-        {[&] { std::filesystem::create_symlink(target, path); }, false},
-        {[&] { std::filesystem::create_hard_link(target, path); }, false},
-        {[&] { mkfifo(path.c_str(), 0600); }, false},
+    const std::function<void()> obstacles[] = {
+        [&] { dir.write(dump, std::string(9999, 'x')); }, // no obstacle; all can read it
+        [&] { fs::create_symlink(target, path); },
+        [&] { fs::create_hard_link(target, path); },
+        [&] { mkfifo(path.c_str(), 0600); },
     };
-    for (const auto& [prepare, replaced] : cases) {
-        for (const bool dying : {false, true}) {
+    register_as(FFDC_ROLE_AGFW_MAIN);
+    capture(1);
+    for (const auto& make_obstacle : obstacles) {
+        for (const bool is_dying : {false, true}) {
             remove_tree(path);
             dir.write("target", "precious");
-            prepare();
-            FFDC ffdc("engine", dumps.c_str(), 1);
-            ffdc.FFDC_Register(pthread_self(), FFDC_ROLE_AGFW_MAIN, 4);
-            ffdc.FFDC_Log("the entry\n", nullptr);
-            const int expected = dying || replaced ? FFDC_SUCCESS : FFDC_FAILURE;
-            EXPECT_EQ(expected, ffdc.FFDC_DumpLogs(FFDC_ROLE_AGFW_MAIN, dying));
+            make_obstacle();
+            Log::dump_ffdc(FFDC_ROLE_AGFW_MAIN, is_dying);
             EXPECT_EQ("precious", dir.read("target"));
-            if (expected == FFDC_FAILURE) continue;
-            expect_private(dump);
-            EXPECT_EQ("the entry\n", entries(dump));
+            if (is_dying || &make_obstacle == obstacles) expect_private(dump, {1});
         }
     }
     const std::string once = "6FFDC_DumpLogToFile: Could not open file " + path;
@@ -190,13 +149,14 @@ TEST_F(FFDCTest, OnlyOwnFilesAreReplaced) {
 // In a child process, which must end by the fatal signal itself and leave its dump behind.
 TEST_F(FFDCTest, DumpOfADyingProcessIsCompleteAndTheSignalEndsIt) {
     const std::function<void()> crashes[] = {
-        [] { std::thread(bad_access).join(); }, // not registered
-        [] { Log::write_ffdc(SEV_INFO, "f", "f.cpp", 1, 0, 1, 1, forbidden_page()); },
+        [] { std::thread([] { raise(SIGSEGV); }).join(); }, // not registered
+        [] { Log::write_ffdc(SEV_INFO, "f", "f.cpp", 1, 0, 1, 1, reinterpret_cast<const char*>(1)); },
 #if !defined(__SANITIZE_THREAD__) // its own stack overruns
         [this] {
             std::thread([this] {
                 register_as(FFDC_ROLE_UBO);
-                exit(overflow_stack(0));
+                const std::function<int(int)> overflow = [&](int depth) { return overflow(depth + 1) + 1; };
+                exit(overflow(0));
             }).join();
         },
 #endif
@@ -210,9 +170,6 @@ TEST_F(FFDCTest, DumpOfADyingProcessIsCompleteAndTheSignalEndsIt) {
             crash();
         });
         EXPECT_EQ(-SIGSEGV, wait_for(child));
-        EXPECT_THAT(numbers_in(dump_of("AGFWSvc", child)), ElementsAre(1, 2, 3));
-        expect_private(dump_of("AGFWSvc", child));
+        expect_private(dump_of("AGFWSvc", child), {1, 2, 3});
     }
 }
-
-} // namespace

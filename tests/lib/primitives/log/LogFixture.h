@@ -1,21 +1,13 @@
 // Roots of its own for each test, and what all tests of logs do: write, read back, fork.
 #pragma once
 
-#include <atomic>
-#include <chrono>
-#include <csignal>
-#include <gmock/gmock.h>
-#include <sys/resource.h>
-#include <thread>
-#include <unistd.h>
-
 #include "primitives/log/FFDC.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/MessageSite.h"
-#include "primitives/message/MsgStruct.h"
 #include "primitives/values/VList.h"
 #include "support/CatalogBuilder.h"
 #include "support/ChildProcess.h"
+#include "support/Prelude.h"
 #include "support/SyslogTrap.h"
 #include "support/TempDir.h"
 
@@ -38,22 +30,35 @@ struct CallingStream {
     FILE* fp;
 };
 
+// A stream of which each write waits until it is opened.
+struct GatedStream : CallingStream {
+    GatedStream()
+        : CallingStream([this](std::string_view bytes) {
+              ++begun;
+              while (!is_open) std::this_thread::sleep_for(1ms);
+              written += bytes;
+          }) {}
+
+    std::atomic<int> begun{0}; // writes
+    std::atomic<bool> is_open{false};
+    std::string written;
+};
+
+// How many texts "<name> <number>" there are of each name.
+using Counts = std::map<std::string, long>;
+
 // Threads that call put(thread, 0), put(thread, 1), ... at most `most` times each, until they are stopped.
 struct Producers {
-    Producers(size_t count, long most, const std::function<void(size_t, long)>& put) : sent(count, 0) {
-        for (size_t p = 0; p < count; ++p)
-            threads.emplace_back([this, p, most, put] {
-                for (long& n = sent[p]; n == 0 || (n < most && !is_over); ++n) put(p, n);
+    Producers(int count, long most, const std::function<void(int, long)>& put) {
+        for (int p = 0; p < count; ++p)
+            threads.emplace_back([&n = sent[std::to_string(p)], p, most, put](const std::stop_token& stop) {
+                for (; n == 0 || (n < most && !stop.stop_requested()); ++n) put(p, n);
             });
     }
-    void stop() {
-        is_over = true;
-        for (auto& thread : threads) thread.join();
-    }
+    void stop() { threads.clear(); }
 
-    std::vector<long> sent; // by each thread; read it after stop()
-    std::atomic<bool> is_over{false};
-    std::vector<std::thread> threads;
+    Counts sent; // by each thread; read it after stop()
+    std::vector<std::jthread> threads;
 };
 
 // No file grows beyond `size` bytes while it lives.
@@ -69,8 +74,7 @@ struct FullDisk {
     rlimit before;
 };
 
-class LogFixture : public testing::Test {
-protected:
+struct LogFixture : testing::Test {
     LogFixture() {
         for (const char* var : {"TAQ_LOG", "TAQ_LDF", "TAQ_MESSAGES_DIR"}) setenv(var, root.c_str(), 1);
         for (const char* var : {"TAQ_ENABLE_LDF", "TAQ_DEBUG_LOG_TAGS", "QEN_LOG_MAXLEN"}) unsetenv(var);
@@ -105,19 +109,17 @@ protected:
         return dir.read("ldf/" + name + "_A.ldf").substr(LDF_HEADER_SIZE);
     }
 
-    Strings lines(const std::string& file = "engine_A.log") const {
-        std::istringstream in(body(file));
-        Strings all;
-        for (std::string line; std::getline(in, line);) all.push_back(line);
-        return all;
+    long record_count(const std::string& name = "engine") const {
+        return from_be(dir.read("ldf/" + name + "_A.ldf").substr(57, 4));
     }
-    // Of texts "<name> <number>", how many each name has. Its numbers must be 0, 1, 2, ...
-    static std::map<std::string, long> counted(const Strings& texts) {
-        std::map<std::string, long> next;
-        for (const auto& text : texts) {
-            const std::string name = text.substr(0, text.find(' '));
-            EXPECT_EQ(name + " " + std::to_string(next[name]++), text);
-        }
+    long line_count() const { return std::ranges::count(body(), '\n'); }
+    // A log that holds nothing but texts "<name> <number>". The numbers of a name must be 0, 1, 2, ...
+    Counts counted(const std::string& file = "engine_A.log") const {
+        std::istringstream in(body(file));
+        Counts next;
+        std::string name;
+        for (long n = 0; in >> name >> n;) EXPECT_EQ(next[name]++, n) << name;
+        EXPECT_TRUE(in.eof()) << "another text behind those of " << name;
         return next;
     }
 
@@ -127,18 +129,6 @@ protected:
         testing::internal::CaptureStderr();
         action();
         return testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
-    }
-
-    // Writes the catalogs of the module for a language: texts by category and number.
-    using Texts = std::map<unsigned, std::map<unsigned, std::string>>;
-    void write_catalogs(const std::string& language, const Texts& texts) const {
-        CatalogTree tree(root, language);
-        for (const auto& [category, messages] : texts) {
-            CatalogBuilder catalog;
-            for (const auto& [number, text] : messages) catalog.text(number, text);
-            tree.catalog("C" + std::to_string(category), category, catalog);
-        }
-        tree.write();
     }
 
     // A message with a text and arguments, of the given type; -1: no identifier.
@@ -151,10 +141,13 @@ protected:
         if (identifier != -1) msgp->add_elem(23, identifier);
         return msgp;
     }
-    static Strings strings_of(const MsgStruct& msg, int16_t id) {
-        Strings strings;
-        for (const MsgElem* e = msg.find(id); e != nullptr; e = e->next()) strings.emplace_back(e->getstr());
-        return strings;
+    // The text of a message and its arguments.
+    static Strings texts_of(const MsgStruct& msg) {
+        Strings texts;
+        for (const int16_t id : {MSGID_TEXT, MSGID_ARGS})
+            for (const MsgElem* e = msg.find(id); e != nullptr; e = e->next())
+                texts.emplace_back(e->getstr());
+        return texts;
     }
 
     void register_as(int role, char print_seqno = 1) const {

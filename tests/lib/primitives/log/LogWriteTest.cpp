@@ -4,26 +4,26 @@
 #include "primitives/utils/msg_log_add.h"
 #include "support/LdfBuilder.h"
 
-namespace {
-
 constexpr int32_t AT = 1794854291; // 2026-11-16 18:38:11 UTC
 const std::string STAMP = "2026-11-16 18:38:11 ";
 
-class LogWriteTest : public LogFixture {
-protected:
+struct LogWriteTest : LogFixture {
+    using Message = std::shared_ptr<MsgStruct>;
+
     // Writes with write_log to a given stream and returns what came out.
-    static std::string written(int open_flags, int sev, int flags, const char* debug_text, MsgStruct* msgp) {
+    static std::string written(const Message& msgp, int flags = 0, int open_flags = 0, int sev = SEV_ERR,
+                               const char* debug_text = nullptr) {
         setenv("TAQ_ENABLE_LDF", "0", 1);
         std::string all;
         CallingStream stream([&](std::string_view bytes) { all += bytes; });
         opened("m", stream.fp, open_flags)
-            ->write_log(AT, sev, "func", "/src/dir/file.cpp", 12, flags, 25, 7, debug_text, msgp);
+            ->write_log(AT, sev, "func", "/src/dir/file.cpp", 12, flags, 25, 7, debug_text, msgp.get());
         return all;
     }
+    static Message text(int type = 0, int identifier = -1) { return message("text", {}, type, identifier); }
     // A message that carries severity, object type, time (60 seconds later) and identifier itself.
-    static std::unique_ptr<MsgStruct> log_add(int sev, int header_flags = 0, int obj_tag = 3) {
-        return std::unique_ptr<MsgStruct>(
-            mk_msg_log_add(nullptr, header_flags, sev, obj_tag, AT + 60, 25, 9, "added"));
+    static Message log_add(int sev, int header_flags = 0, int obj_tag = 3) {
+        return Message(mk_msg_log_add(nullptr, header_flags, sev, obj_tag, AT + 60, 25, 9, "added"));
     }
 };
 
@@ -31,69 +31,57 @@ TEST_F(LogWriteTest, FlagsAndTypeMakeTheLine) {
     const std::string longer(100000, 'x'); // longer than the buffer of a line
     const std::string all = STAMP + "QEN ERROR K-16-25-7 text", untimed = all.substr(20);
     const std::string source = "\n\tfile.cpp:func[12]\n";
-    const auto unterminated = std::make_unique<MsgStruct>();
-    unterminated->add_elem(21, "abcdef", 3);
-    const auto incomplete = log_add(SEV_WARN);
+    const auto unterminated = std::make_shared<MsgStruct>();
+    unterminated->add_elem(MSGID_TEXT, "abcdef", 3);
+    const Message incomplete = log_add(SEV_WARN);
     incomplete->del_elem(MSGID_OBJ_TAG);
-    const auto text = [](int type = 0, int identifier = -1) { return message("text", {}, type, identifier); };
-    const auto some = text(), own = text(0, 65538), typed = text(3332, 65538), bare = text(3335),
-               odd = text(77, 5);
-    const auto warning = log_add(SEV_WARN), debug = log_add(5 + DBG_IPM), odd_object = log_add(SEV_ERR, 0, 7),
-               severe_text = log_add(SEV_ERR, MSG_LOG_AS_TEXT);
-    const struct {
-        MsgStruct* msgp;
-        int open_flags, flags;
-        std::string line;
-        const char* debug_text = nullptr;
-        int sev = SEV_ERR;
-    } cases[] = {
-        {some.get(), 0, 0, all + "\n"},
-        {some.get(), 0, ULOG_NO_NEWLINE, all},
-        {some.get(), 0, ULOG_NO_TIME, untimed + "\n"},
-        {some.get(), 0, ULOG_NO_SEVERITY, STAMP + "QEN K-16-25-7 text\n"},
-        {some.get(), 0, ULOG_NO_UMI, STAMP + "QEN ERROR text\n"},
-        {some.get(), 0, ULOG_NO_MNEMONIC, STAMP + "ERROR K-16-25-7 text\n"},
-        {some.get(), 0, ULOG_SOURCE, all + source},
-        {some.get(), 0, ULOG_SOURCE | ULOG_NO_SOURCE, all + "\n"},
-        {some.get(), 0x20012, 0x80000, untimed + "\n"}, // the log's own flags
-        {some.get(), ULOG_BARE_TEXT, ULOG_NO_TIME, untimed + "\n"},
-        {some.get(), ULOG_NO_SEVERITY, ULOG_MERGE | ULOG_NO_TIME, "QEN K-16-25-7 text\n"},
-        {nullptr, 0, ULOG_DEBUG, STAMP + "QEN DBG_IPM K-16-25-7 100% %n" + source, "100% %n", DBG_IPM},
-        {nullptr, 0, ULOG_DEBUG | BARE, longer + "\n", longer.c_str(), DBG_IPM},
-        {nullptr, 0, ULOG_DEBUG, "", "above the scale", 58},
-        {nullptr, 0, 0, ""},
-        {unterminated.get(), 0, BARE, "abc\n"},
-        {own.get(), 0, 0, STAMP + "QEN ERROR K-16-1-2 text\n"},
-        {typed.get(), 0, 0, STAMP + "QEN ERROR K-16-1-2 text\n"},
-        {bare.get(), 0, 0, ""}, // no identifier
-        {odd.get(), 0, 0, ""},
-        {warning.get(), 0, ULOG_SOURCE, "2026-11-16 18:39:11 QEN WARNING K-16-25-9 added\n"},
-        {odd_object.get(), 0, ULOG_BARE_TEXT, "added\n"},
-        {incomplete.get(), 0, 0, ""},
-        {severe_text.get(), 0, 0, ""},
-        {debug.get(), 0, 0, ""}, // its level is off
-        {debug.get(), 0, ULOG_FORCE_DEBUG | ULOG_BARE_TEXT, "added\n"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(c.line, written(c.open_flags, c.sev, c.flags, c.debug_text, c.msgp));
+    EXPECT_EQ(all + "\n", written(text()));
+    EXPECT_EQ(all, written(text(), ULOG_NO_NEWLINE));
+    EXPECT_EQ(STAMP + "QEN K-16-25-7 text\n", written(text(), ULOG_NO_SEVERITY));
+    EXPECT_EQ(STAMP + "QEN ERROR text\n", written(text(), ULOG_NO_UMI));
+    EXPECT_EQ(STAMP + "ERROR K-16-25-7 text\n", written(text(), ULOG_NO_MNEMONIC));
+    EXPECT_EQ(all + "\n", written(text(), ULOG_SOURCE | ULOG_NO_SOURCE));
+    EXPECT_EQ(untimed + "\n", written(text(), 0x80000, 0x20012)) << "the log's own flags";
+    EXPECT_EQ(untimed + "\n", written(text(), ULOG_NO_TIME, ULOG_BARE_TEXT));
+    EXPECT_EQ("QEN K-16-25-7 text\n", written(text(), ULOG_MERGE | ULOG_NO_TIME, ULOG_NO_SEVERITY));
+    EXPECT_EQ(STAMP + "QEN DBG_IPM K-16-25-7 100% %n" + source,
+              written(nullptr, ULOG_DEBUG, 0, DBG_IPM, "100% %n"));
+    EXPECT_EQ(longer + "\n", written(nullptr, ULOG_DEBUG | BARE, 0, DBG_IPM, longer.c_str()));
+    EXPECT_EQ("", written(nullptr, ULOG_DEBUG, 0, 58, "above the scale"));
+    EXPECT_EQ("", written(nullptr));
+    EXPECT_EQ("abc\n", written(unterminated, BARE));
+    for (const int type : {0, 3332})
+        EXPECT_EQ(STAMP + "QEN ERROR K-16-1-2 text\n", written(text(type, 1 << 16 | 2)));
+    EXPECT_EQ("", written(text(3335))) << "no identifier";
+    EXPECT_EQ("", written(text(77, 5)));
+    EXPECT_EQ("2026-11-16 18:39:11 QEN WARNING K-16-25-9 added\n", written(log_add(SEV_WARN), ULOG_SOURCE));
+    EXPECT_EQ("added\n", written(log_add(SEV_ERR, 0, 7), ULOG_BARE_TEXT));
+    EXPECT_EQ("", written(incomplete));
+    EXPECT_EQ("", written(log_add(SEV_ERR, MSG_LOG_AS_TEXT)));
+    EXPECT_EQ("", written(log_add(5 + DBG_IPM))) << "its level is off";
+    EXPECT_EQ("added\n", written(log_add(5 + DBG_IPM), ULOG_FORCE_DEBUG | ULOG_BARE_TEXT));
     Log::_verify_mode = true; // drops ordinary messages
-    EXPECT_EQ("", written(0, SEV_ERR, 0, nullptr, some.get()));
-    EXPECT_EQ("text\n", written(0, SEV_ERR, BARE | ULOG_MERGE, nullptr, some.get()));
+    EXPECT_EQ("", written(text()));
+    EXPECT_EQ("text\n", written(text(), BARE | ULOG_MERGE));
     Log::_verify_mode = false;
 }
 
-TEST_F(LogWriteTest, UsersLanguageOnStandardStreamsOnly) {
-    write_catalogs("en", {{25, {{7, "%s wird %s"}}}, {65534, {{1, "Fehler"}}}});
+TEST_F(LogWriteTest, UsersLanguageAndNoReportsOnStandardStreamsOnly) {
+    const auto format = CatalogBuilder().text(7, "%s wird %s"), word = CatalogBuilder().text(1, "Fehler");
+    CatalogTree(root, "en").catalog("core", 25, format).catalog("words", 65534, word).write();
+    const Message given = message("english", {"a", "b"});
     for (FILE* fp : {stdout, stderr}) {
         const auto log = opened("shown", fp, ULOG_NO_TIME | ULOG_NO_UMI);
         EXPECT_EQ(
             "QEN Fehler a wird b\nQEN Fehler 1234567\nQEN Fehler 1234567\nQEN Fehler 1234567\n", printed([&] {
-                log->write_app(SEV_ERR, "f", "g", 1, 0, 25, 7, message("english", {"a", "b"}).get());
+                log->write_app(SEV_ERR, "f", "g", 1, 0, 25, 7, given.get());
                 for (const int number : {7, 9, 0}) // more arguments than catalogs use, without a text
                     QEN_MESSAGE(log.get(), SEV_ERR, 0, 25, number, "%d%d%d%d%d%d%d", 1, 2, 3, 4, 5, 6, 7);
             }));
     }
-    EXPECT_EQ("english\n", written(0, SEV_ERR, BARE, nullptr, message("english", {"a", "b"}).get()));
+    EXPECT_EQ(Strings(), syslog_texts());
+    EXPECT_EQ("english\n", written(given, BARE & ~ULOG_NO_EVENT));
+    EXPECT_EQ(Strings{"3english"}, syslog_texts());
 }
 
 // As a structure or packed, written at once or by the logger thread: nobody may notice. Services log from
@@ -134,33 +122,27 @@ TEST_F(LogWriteTest, AMessageIsTheSameInEveryShape) {
                       "\nQEN CRITICAL K-16-25-0 no 1%" + source,
                   body(name + "_A.log"));
         EXPECT_THAT(syslog_texts(), testing::UnorderedElementsAre("3a3 d(null)f g", "2no 1%", "350% %s"));
-        const std::string found = records(name);
         std::string expected;
-        for (const auto& record : {first, too_long, last}) {
-            const size_t time_at = expected.size() + 6;
+        for (LdfTestRecord record : {first, too_long, last}) { // at any time
+            record.time = static_cast<int32_t>(from_be(records(name).substr(expected.size() + 6, 4)));
             expected += LdfBuilder::record_bytes(record);
-            ASSERT_GE(found.size(), expected.size());
-            expected.replace(time_at, 4, found, time_at, 4);
         }
-        EXPECT_EQ(expected, found);
+        EXPECT_EQ(expected, records(name));
     }
 }
 
 TEST_F(LogWriteTest, SitesTellTheirPlaceAndEvaluateNothingInVain) {
     const auto log = opened("out", stdout, ULOG_NO_TIME);
     int evaluated = 0;
-    const std::string line = std::to_string(__LINE__ + 2);
-    const std::string all = printed([&] {
-        QEN_MESSAGE(log.get(), SEV_WARN, ULOG_SOURCE | ULOG_NO_TIME, 25, 30001, "No file %s, %d", "N_A", 3);
-        QEN_MESSAGE(nullptr, SEV_WARN, 0, 25, 30001, "nowhere");
-        for (int pass = 0; pass < 2; ++pass) {
+    const std::string place = "LogWriteTest.cpp:operator()[" + std::to_string(__LINE__ + 2) + "]\n";
+    const auto write = [&] {
+        QEN_MESSAGE(log.get(), SEV_WARN, ULOG_SOURCE | ULOG_NO_TIME, 25, 1, "No file %s, %d", "N_A", 3);
+        QEN_MESSAGE(nullptr, SEV_WARN, 0, 25, 1, "nowhere");
+        for (int pass = 0; pass < 2; ++pass, log->enable_debug("ipm"))
             QEN_DEBUG(log.get(), DBG_IPM, ULOG_NO_SOURCE | ULOG_NO_TIME, 25, 1, "%d of %s", ++evaluated, "3");
-            log->enable_debug("ipm");
-        }
-    });
-    EXPECT_EQ("QEN WARNING K-16-25-30001 No file N_A, 3\n\tLogWriteTest.cpp:operator()[" + line +
-                  "]\nQEN DBG_IPM K-16-25-1 1 of 3\n",
-              all);
+    };
+    EXPECT_EQ("QEN WARNING K-16-25-1 No file N_A, 3\n\t" + place + "QEN DBG_IPM K-16-25-1 1 of 3\n",
+              printed(write));
 }
 
 TEST_F(LogWriteTest, RecordOfAMessageThatCarriesItsOwnSeverity) {
@@ -174,38 +156,31 @@ TEST_F(LogWriteTest, RecordOfAMessageThatCarriesItsOwnSeverity) {
               records());
 }
 
-TEST_F(LogWriteTest, SeriousMessagesOfFileLogsReachTheAdministrator) {
+TEST_F(LogWriteTest, SeriousMessagesReachTheAdministrator) {
     const auto log = opened("engine");
-    const auto write = [&](int sev, int flags, const char* text) {
-        log->write_buf("f", "g", 1, sev, flags, 25, 1, text);
-    };
     EXPECT_EQ(-1, Log::verify_facility("LOG_LOCAL8"));
     Log::set_adminlog_facility(Log::verify_facility("log_local3"));
-    write(SEV_CRIT, 0, "crit 100% %n %%");
-    write(SEV_ERR, 0, "%1$s");
-    write(SEV_ERR, ULOG_NO_EVENT, "kept back");
-    write(SEV_WARN, 0, "harmless");
-    write(41, 0, "forty-one");
-    write(SEV_ERR, 0, std::string(5000, 'x').c_str()); // too long to escape
+    const auto write = [&](int sev, const char* text) { log->write_buf("f", "g", 1, sev, 0, 25, 1, text); };
+    write(SEV_CRIT, "crit 100% %n %% %1$s");
+    write(SEV_WARN, "harmless");
+    write(41, "forty-one");
+    write(SEV_ERR, std::string(5000, 'x').c_str()); // too long to escape
+    write(SEV_ERR, nullptr);
     log->write_dbg(DBG_1, "f", "g", 1, 0, 25, 1, "debug");
-    write(SEV_ERR, 0, nullptr);
-    printed(
-        [] { opened("out", stdout)->write_buf("f", "g", 1, SEV_CRIT, 0, 25, 1, "on a standard stream"); });
     Log::set_adminlog_facility(0);
     // local3 is 19 * 8; critical 2, error 3, debug 7
-    EXPECT_THAT(syslog_texts(), testing::ElementsAre("154crit 100% %n %%", "155%1$s", "159forty-one",
-                                                     "155Invalid log message."));
+    EXPECT_THAT(syslog_texts(),
+                testing::ElementsAre("154crit 100% %n %% %1$s", "159forty-one", "155Invalid log message."));
 }
 
 TEST_F(LogWriteTest, DebugMessagesWaitInTheBufferUnlessTheirTagFlushes) {
     const auto log = opened("engine", nullptr, BARE);
+    const auto given = opened("given", fopen((root + "/given").c_str(), "w"), BARE);
     for (const char* expected : {"", "debug\ndebug\n"}) {
-        log->write_dbg(DBG_IPM, "f", "g", 1, 0, 25, 1, "debug");
+        for (Log* each : {log.get(), given.get()}) each->write_dbg(DBG_IPM, "f", "g", 1, 0, 25, 1, "debug");
         EXPECT_EQ(expected, body());
         log->set_flush_debug("ipm");
     }
-    const auto given = opened("given", fopen((root + "/given").c_str(), "w"), BARE);
-    for (int i = 0; i < 2; ++i) given->write_dbg(DBG_IPM, "f", "g", 1, 0, 25, 1, "debug");
     EXPECT_EQ("", dir.read("given"));
 }
 
@@ -217,14 +192,11 @@ TEST_F(LogWriteTest, CacheKeepsTheLatestMessages) {
         log->write_buf("f", "g", 1, SEV_ERR, ULOG_ABOUT_GROUP, 25, 7, std::to_string(i).c_str(), "a", "b");
     ASSERT_EQ(1024, log->cache_vlistp()->count());
     const MsgStruct& oldest = *log->cache_vlistp()->head()->getmsg();
+    EXPECT_THAT(texts_of(oldest), testing::ElementsAre("6", "a", "b"));
     EXPECT_EQ(MSG_LOG_ADD, oldest.gethdr()->getMessage());
-    EXPECT_THAT(strings_of(oldest, MSGID_TEXT), testing::ElementsAre("6"));
-    EXPECT_THAT(strings_of(oldest, MSGID_ARGS), testing::ElementsAre("a", "b"));
-    EXPECT_EQ(SEV_ERR, oldest.find(MSGID_SEVERITY)->gets32());
-    EXPECT_EQ(3, oldest.find(MSGID_OBJ_TAG)->gets32());
-    EXPECT_EQ(25 * 65536 + 7, oldest.find(MSGID_MSGCAT_ID)->gets32());
+    const auto value = [&](int16_t id) { return oldest.find(id)->gets32(); };
+    EXPECT_TRUE(value(MSGID_SEVERITY) == SEV_ERR && value(MSGID_OBJ_TAG) == 3);
+    EXPECT_EQ(25 << 16 | 7, value(MSGID_MSGCAT_ID));
     log->set_cache_disabled();
     EXPECT_EQ(0, log->cache_vlistp()->count());
 }
-
-} // namespace
