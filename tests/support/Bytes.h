@@ -33,6 +33,9 @@ public:
     Builder& truncate(size_t size) {
         return damage([=](std::string& b) { b.resize(std::min(size, b.size())); });
     }
+    Builder& cut(size_t count) { // the last bytes
+        return damage([=](std::string& b) { b.resize(b.size() - std::min(count, b.size())); });
+    }
     Builder& flip(size_t at, uint8_t mask = 0xFF) {
         return damage([=](std::string& b) { b.at(at) = static_cast<char>(b.at(at) ^ mask); });
     }

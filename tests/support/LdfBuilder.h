@@ -43,6 +43,7 @@ public:
         _records.push_back(r);
         return *this;
     }
+    const LdfTestRecord& last() const { return _records.back(); }
     LdfBuilder& records(int n, const LdfTestRecord& r = {}) {
         for (int i = 0; i < n; ++i) record(r);
         return *this;
