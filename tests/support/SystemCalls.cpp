@@ -44,6 +44,14 @@ ssize_t write(int fd, const void* buf, size_t size) {
     return n < 0 ? n : syscall(SYS_write, fd, buf, n);
 }
 
+int fdatasync(int fd) {
+    return ask({"fdatasync", "", 0}) < 0 ? -1 : static_cast<int>(syscall(SYS_fdatasync, fd));
+}
+
+int fsync(int fd) {
+    return ask({"fsync", "", 0}) < 0 ? -1 : static_cast<int>(syscall(SYS_fsync, fd));
+}
+
 int rename(const char* from, const char* to) {
     return ask({"rename", from, 0}) < 0 ? -1 : renameat(AT_FDCWD, from, AT_FDCWD, to);
 }

@@ -8,9 +8,9 @@
 #include <vector>
 
 struct SystemCall {
-    std::string_view name; // pread, pwrite, write, rename, link, unlink or rmdir
+    std::string_view name; // pread, pwrite, write, fdatasync, fsync, rename, link, unlink or rmdir
     std::string_view path; // the first one; empty for a descriptor
-    size_t size;           // bytes to transfer; 0 for a path
+    size_t size;           // bytes to transfer; 0 for a path and a sync
 };
 
 // Asked before each such call of the program, while it is set: how many bytes to transfer (SystemCall::size

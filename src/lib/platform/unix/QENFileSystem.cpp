@@ -7,6 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/unix/QENDescriptors.h"
+
 namespace {
 
 QENFileState::Kind kind_of(mode_t mode) {
@@ -93,6 +95,18 @@ size_t QENAppend(int fd, const void* data, size_t n) {
 
 bool QENTruncateFile(int fd, int64_t size) {
     return ftruncate(fd, size) == 0;
+}
+
+bool QENSyncData(int fd) {
+    return fdatasync(fd) == 0;
+}
+
+bool QENSyncDirectory(const char* path) {
+    const int fd = QENOpenDescriptor(path, O_RDONLY | O_DIRECTORY);
+    if (fd < 0) return false;
+    const bool synced = fsync(fd) == 0;
+    QENCloseDescriptor(fd);
+    return synced;
 }
 
 int64_t QENFileSizeLimit() {

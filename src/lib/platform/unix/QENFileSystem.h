@@ -42,6 +42,11 @@ size_t QENAppend(int fd, const void* data, size_t n);
 
 bool QENTruncateFile(int fd, int64_t size);
 
+// Wait until the disk has a file's bytes and size, or the names in a directory. False: the disk may never get
+// what the file holds, and a second call would not tell.
+bool QENSyncData(int fd);
+bool QENSyncDirectory(const char* path);
+
 // Bytes that a file of this process may have (ulimit -f). Writing beyond them ends most programs by a signal.
 int64_t QENFileSizeLimit();
 

@@ -49,7 +49,10 @@ bool Generations::locate(std::string_view directory, std::string_view name, std:
     _new = file_join({directory, name, "_A", NEW_EXTENSION});
     _aside = file_join({directory, name, "_A", extension, ERR_EXTENSION});
     _short_aside = file_join({directory, name, "_A", ERR_EXTENSION});
-    if (_current && _previous && _oldest && _new && _aside && _short_aside) return true;
+    _directory = file_join({directory});
+    _parent = file_join({directory, ".."});
+    if (_current && _previous && _oldest && _new && _aside && _short_aside && _directory && _parent)
+        return true;
     *this = {};
     return false;
 }
@@ -103,6 +106,15 @@ Generations::Kept Generations::_keep_current() const {
     if (QENLinkFile(_current.get(), _previous.get())) return Kept::LINKED;
     if (errno == EEXIST) return Kept::BLOCKED; // renaming would replace what has come there meanwhile
     return std::rename(_current.get(), _previous.get()) == 0 ? Kept::RENAMED : Kept::BLOCKED;
+}
+
+// The directory itself may be new; it stays.
+bool Generations::sync_names() {
+    if (!_unsynced) return true;
+    if (!QENSyncDirectory(_directory.get()) || (_parent && !QENSyncDirectory(_parent.get()))) return false;
+    _parent.reset();
+    _unsynced = false;
+    return true;
 }
 
 bool Generations::set_aside() const {

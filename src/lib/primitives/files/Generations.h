@@ -12,6 +12,9 @@
 // A process that dies between two steps loses only the oldest generation, which the rotation drops anyway.
 // The next open calls mend().
 //
+// The order of these steps is also the order on the disk, if the file system keeps the order of its names'
+// changes, as those with a journal do. So a power cut loses no more than the death of a process.
+//
 // One process at a time rotates (NameLock.h). Only locate() allocates.
 class Generations {
 public:
@@ -37,6 +40,12 @@ public:
     // The same when there is no A. One that another process has made meanwhile stays: false with EEXIST.
     bool install_first() const;
 
+    // Before a message may count as being on the disk, the names that lead to it must be there, too.
+    // sync_names sees to it unless it has done so since the last call of expect_sync, which says that A is
+    // another file now. False: the disk may not have them.
+    void expect_sync() { _unsynced = true; }
+    bool sync_names();
+
     // Moves A aside, to its path + ".err" (where that is too long for a name, ".err" stands for the
     // extension), in place of what was moved there before. False with errno set: A stays.
     bool set_aside() const;
@@ -51,6 +60,8 @@ private:
 
     PathText _current, _previous, _oldest, _new;
     PathText _aside, _short_aside;
+    PathText _directory, _parent; // the parent's path is given up when it has been synced
+    bool _unsynced = true;
 };
 
 // When to try again what is blocked: at first with the next call, then after 2, 4 and so on to 256 calls.

@@ -57,15 +57,15 @@ void LdfWriter::write(char sev, int time_stamp, char obj_tag, unsigned msgcatID,
                       const char* arg3, const char* arg4, const char* arg5, const char* arg6) {
     const std::string_view args[] = {view_of(arg1), view_of(arg2), view_of(arg3),
                                      view_of(arg4), view_of(arg5), view_of(arg6)};
-    append({.data_size = 0,
-            .version = 0,
-            .sev = static_cast<int8_t>(sev),
-            .timestamp = time_stamp,
-            .msgcat_id = msgcatID,
-            .obj_type = static_cast<int8_t>(obj_tag),
-            .line_no = static_cast<uint32_t>(line_no),
-            .seq = seq},
-           view_of(filep), view_of(func), args);
+    (void)append({.data_size = 0,
+                  .version = 0,
+                  .sev = static_cast<int8_t>(sev),
+                  .timestamp = time_stamp,
+                  .msgcat_id = msgcatID,
+                  .obj_type = static_cast<int8_t>(obj_tag),
+                  .line_no = static_cast<uint32_t>(line_no),
+                  .seq = seq},
+                 view_of(filep), view_of(func), args);
 }
 
 // Whether a record may be written now. Then a write is in progress.
@@ -77,26 +77,30 @@ bool LdfWriter::_begin(int8_t obj_tag) {
     return true;
 }
 
-void LdfWriter::append(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
-                       std::span<const std::string_view> args) {
-    if (!_begin(fixed.obj_type)) return;
+LdfAppend LdfWriter::append(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
+                            std::span<const std::string_view> args) {
+    if (!_begin(fixed.obj_type)) return LdfAppend::DONE;
     _put_gathered();
+    LdfAppend result = LdfAppend::NO_ROOM;
     if (_make_room()) {
         unsigned char bytes[LDF_RECORD_MAX];
         const LdfPart record = encode(fixed, file, func, args, bytes);
-        (void)_put(bytes, {&record, 1}); // one that cannot be written is dropped
+        result = _put(bytes, {&record, 1});
     }
     _active = 0;
+    return result;
 }
 
-void LdfWriter::gather(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
-                       std::span<const std::string_view> args) {
+LdfAppend LdfWriter::gather(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
+                            std::span<const std::string_view> args) {
     if (_batch == nullptr) _batch.reset(new (std::nothrow) LdfBatch);
     if (_batch == nullptr) return append(fixed, file, func, args);
-    if (!_begin(fixed.obj_type)) return;
+    if (!_begin(fixed.obj_type)) return LdfAppend::DONE;
     if (!_batch->has_room() || !_has_room()) _put_gathered();
-    if (_make_room()) _batch->add(encode(fixed, file, func, args, _batch->room()));
+    const bool has_room = _make_room();
+    if (has_room) _batch->add(encode(fixed, file, func, args, _batch->room()));
     _active = 0;
+    return has_room ? LdfAppend::DONE : LdfAppend::NO_ROOM;
 }
 
 // A forked child leaves them to its parent.
@@ -109,10 +113,11 @@ void LdfWriter::write_gathered() {
 
 void LdfWriter::_put_gathered() {
     if (_batch == nullptr || _batch->parts().empty()) return;
-    if (!_put(_batch->bytes(), _batch->parts())) {
+    if (_put(_batch->bytes(), _batch->parts()) != LdfAppend::DONE) {
         const unsigned char* bytes = _batch->bytes();
         for (const LdfPart& record : _batch->parts()) {
-            (void)_put(bytes, {&record, 1}); // the next one may be shorter
+            const LdfAppend result = _put(bytes, {&record, 1}); // the next one may be shorter
+            if (result != LdfAppend::DONE && _lost != nullptr) _lost(_lost_context, result, record.sev);
             bytes += record.size;
         }
     }
@@ -134,28 +139,43 @@ bool LdfWriter::_make_room() {
     return _ldf_header.offset_end <= _last_start;
 }
 
-// Records first, header after: whatever happens in between, the header on disk describes whole records only.
-// The header in memory changes last, so after a failure the next record takes the place of these.
-bool LdfWriter::_put(const unsigned char* bytes, std::span<const LdfPart> records) {
+// Records first, header after: whatever happens in between, the header describes whole records only. The
+// header in memory changes last, so after a failure the next record takes the place of these.
+LdfAppend LdfWriter::_put(const unsigned char* bytes, std::span<const LdfPart> records) {
     ldf_header_t updated = _ldf_header;
     uint32_t size = 0;
+    bool sync = false;
     for (const LdfPart& record : records) {
         count_record(updated, static_cast<unsigned char>(record.sev),
                      static_cast<unsigned char>(record.obj_tag));
         size += record.size;
+        sync |= static_cast<uint8_t>(record.sev) <= _synced_sev;
     }
-    if (!QENWriteAllAt(fileno(_fp), bytes, size, _ldf_header.offset_end)) return false;
+    const int fd = fileno(_fp);
+    if (!QENWriteAllAt(fd, bytes, size, _ldf_header.offset_end)) return LdfAppend::WRITE_FAILED;
+    if (sync && !(QENSyncData(fd) && _files.sync_names())) return LdfAppend::NOT_SYNCED;
 
     updated.offset_end += size;
-    if (_write_header(updated) != LDF_OK) {
+    const LdfAppend result = _put_header(updated, sync);
+    if (result == LdfAppend::DONE)
+        _count =
+            _count > COUNT_MAX - static_cast<int32_t>(size) ? COUNT_MAX : _count + static_cast<int32_t>(size);
+    return result;
+}
+
+LdfAppend LdfWriter::_put_header(ldf_header_t updated, bool sync) {
+    LdfAppend result = LdfAppend::DONE;
+    if (_write_header(updated) != LDF_OK)
+        result = LdfAppend::WRITE_FAILED;
+    else if (sync && !QENSyncData(fileno(_fp)))
+        result = LdfAppend::NOT_SYNCED;
+    if (result == LdfAppend::DONE) {
+        _ldf_header = updated;
+    } else {
         ldf_header_t old = _ldf_header;
-        (void)_write_header(old); // in case the failed write reached the disk in part
-        return false;
+        (void)_write_header(old); // the failed write may have reached the file, in part or whole
     }
-    _ldf_header = updated;
-    _count =
-        _count > COUNT_MAX - static_cast<int32_t>(size) ? COUNT_MAX : _count + static_cast<int32_t>(size);
-    return true;
+    return result;
 }
 
 int LdfWriter::_write_header(ldf_header_t& header) {

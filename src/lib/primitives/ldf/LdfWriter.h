@@ -21,9 +21,20 @@ inline constexpr int LDF_MIN_MAXLEN = 65536;
 // that dies in between leaves a record that no reader sees and the next write overwrites. Gathered records go
 // the same way together: all with one call, then the header once.
 //
+// A power cut may leave a header that is ahead of its records, unless they are among those that sync_up_to
+// names. What a writer finds then it continues if a reader gets to the end of it, and else moves it aside.
+//
 // One writer per log and machine; a writer is used by one thread at a time. The registry of writers is
 // process-wide and not locked. In a forked child an inherited writer writes nothing; a writer of its own, for
 // another log, works.
+// What became of a record.
+enum class LdfAppend : uint8_t {
+    DONE,
+    WRITE_FAILED, // the record is dropped, as in the next two cases
+    NO_ROOM,      // the file has reached a limit that no rotation could lift
+    NOT_SYNCED,   // the disk did not confirm it
+};
+
 class LdfWriter : public Pooled<MEM_LDF_WRITER> {
 public:
     // Creates and deletes the registry that keeps two writers from the same log. Once per process; the
@@ -57,17 +68,30 @@ public:
                const char* arg4, const char* arg5, const char* arg6);
 
     // The same with the record's fixed part, whose data_size and version are filled in here, and with views,
-    // which hold no NUL; one with null data ends the arguments.
-    void append(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
-                std::span<const std::string_view> args);
+    // which hold no NUL; one with null data ends the arguments. DONE also in a forked child, and within a
+    // write.
+    LdfAppend append(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
+                     std::span<const std::string_view> args);
 
     // The same, but the record waits in memory until write_gathered(): for a caller that has more of them. It
     // is lost when the process dies before. At most LdfBatch::RECORDS wait: append and the end of the writer
     // write them first, a full batch and a rotation too. When the disk refuses them together, they are
-    // written one by one, so that those that do not fit are lost and no others.
-    void gather(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
-                std::span<const std::string_view> args);
+    // written one by one, so that those that do not fit are lost and no others. Each of these goes to
+    // on_lost.
+    LdfAppend gather(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
+                     std::span<const std::string_view> args);
     void write_gathered();
+
+    // A record of a severity up to this one, and what is written together with it, is on the disk before the
+    // header counts it, and the header before the call returns. Negative, as at first: nothing is waited for.
+    void sync_up_to(int sev) { _synced_sev = sev; }
+
+    // Called for each gathered record that is lost; it may not use the writer.
+    using Lost = void (*)(void* context, LdfAppend why, int sev);
+    void on_lost(Lost lost, void* context) {
+        _lost = lost;
+        _lost_context = context;
+    }
 
     // Whether the next record begins a new file, as far as the file's size tells.
     bool is_full() const { return _opened != 0 && !_has_room(); }
@@ -99,7 +123,9 @@ private:
     bool _make_room();
     void _next();
     bool _begin(int8_t obj_tag);
-    bool _put(const unsigned char* bytes, std::span<const LdfPart> records);
+    LdfAppend _put(const unsigned char* bytes, std::span<const LdfPart> records);
+    LdfAppend _put_header(ldf_header_t updated, bool sync);
+    bool _reaches_end() const;
     void _put_gathered();
     void _unregister();
     void _close();
@@ -120,6 +146,9 @@ private:
     uint32_t _last_start = 0;         // greatest offset at which any record still fits
     ldf_header_t _ldf_header = {};    // identical to the one on disk after the last write
     std::unique_ptr<LdfBatch> _batch; // records that wait; made for the first one
+    int _synced_sev = -1;
+    Lost _lost = nullptr;
+    void* _lost_context = nullptr;
     FILE* _debug_fp = nullptr;
 };
 

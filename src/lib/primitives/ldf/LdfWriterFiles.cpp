@@ -10,6 +10,7 @@
 #include "platform/unix/QENPlatform.h"
 #include "primitives/ldf/LdfPaths.h"
 #include "primitives/ldf/LdfRegistry.h"
+#include "primitives/ldf/LdfWindow.h"
 #include "primitives/utils/QENUtils.h"
 
 namespace {
@@ -115,6 +116,7 @@ void LdfWriter::_use(FILE* fp, int64_t size) {
     constexpr int64_t RECORD = LDF_RECORD_MAX;
     _fp = fp;
     _opened = 1;
+    _files.expect_sync();
     _count = _starting_filesize = QENSaturatedFileSize(size);
     const int64_t limit = std::min(QENFileSizeLimit(), READERS_LIMIT);
     _last_start = static_cast<uint32_t>(std::max(limit, RECORD) - RECORD);
@@ -134,7 +136,26 @@ int LdfWriter::_read_header() {
     if (!QENReadAt(fileno(_fp), bytes, sizeof bytes, 0)) return LDF_EFAIL;
     if (int rc = ldf_decode_header(bytes, _starting_filesize, _ldf_header)) return rc;
     // A reader accepts these values. A writer would overwrite the header or add records that nobody sees.
-    return _ldf_header.offset_end >= LDF_HEADER_SIZE && _ldf_header.total_msgs >= 0 ? LDF_OK : LDF_EFAIL;
+    const bool is_sane = _ldf_header.offset_end >= LDF_HEADER_SIZE && _ldf_header.total_msgs >= 0;
+    return is_sane && _reaches_end() ? LDF_OK : LDF_EFAIL;
+}
+
+// Whether a reader gets past the last record. A power cut may leave a hole in front of it, and nobody would
+// see what is written behind a hole.
+bool LdfWriter::_reaches_end() const {
+    LdfWindow window;
+    window.attach(fileno(_fp), _starting_filesize);
+    int64_t pos = LDF_HEADER_SIZE;
+    while (pos < _ldf_header.offset_end) {
+        const unsigned char* bytes;
+        ldf_msg_header_t record;
+        if (window.want(pos, LDF_RECORD_HEADER_SIZE, bytes) < LDF_RECORD_HEADER_SIZE)
+            return window.no_memory(); // nobody knows
+        ldf_decode_record(bytes, record);
+        if (record.version != LDF_RECORD_VERSION || record.data_size > LDF_TEXT_MAX) return false;
+        pos += static_cast<int64_t>(LDF_RECORD_HEADER_SIZE + record.data_size);
+    }
+    return pos == _ldf_header.offset_end;
 }
 
 // Makes an empty file and puts it in place of A, whole, so that a reader never meets half a header. On

@@ -154,6 +154,8 @@ TEST_F(LdfWriterTest, SetsAsideWhatItCannotContinue) {
         {file(LdfBuilder().offset_end(0x80000000u)), LDF_EFAIL, true},
         {file(LdfBuilder().record().offset_end(116)), LDF_OK, true},
         {file(LdfBuilder().record().total_msgs(-1)), LDF_OK, true},
+        {file(LdfBuilder().record().append(std::string(100, '\0')).offset_end(150 + 60)), LDF_OK,
+         true}, // a hole
         {[](auto& p) { fs::create_directory(p); }, LDF_EFAIL, true},
         {[](auto& p) { ASSERT_EQ(0, mkfifo(p.c_str(), 0600)); }, LDF_EFAIL, true}, // not waited for
         {link("/tmp"), LDF_EFAIL, true},
