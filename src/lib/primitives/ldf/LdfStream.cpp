@@ -138,23 +138,29 @@ bool LdfStream::next(LdfRun& run) {
 // when it is that of the first, this is the damage.
 int32_t LdfStream::_walk(const unsigned char* from, size_t size, size_t& whole) {
     const int32_t left = _header.total_msgs - _record;
-    const unsigned char* p = from;
-    const unsigned char* const end = from + size;
+    const auto is_sound = [](uint32_t data_size, const unsigned char* record) {
+        return data_size <= LDF_TEXT_MAX && record[VERSION_OFFSET] == LDF_RECORD_VERSION;
+    };
+    size_t at = 0;
     int32_t count = 0;
-    while (count < left && static_cast<size_t>(end - p) >= LDF_RECORD_HEADER_SIZE) {
-        const uint32_t data_size = get_be32(p);
-        const bool is_sound = data_size <= LDF_TEXT_MAX && p[VERSION_OFFSET] == LDF_RECORD_VERSION;
-        if (!is_sound && count == 0) {
-            if (data_size > LDF_TEXT_MAX)
-                (void)_fail(LdfDamage::BAD_TEXT_SIZE, data_size);
-            else
-                (void)_fail(LdfDamage::BAD_VERSION, p[VERSION_OFFSET]);
-        }
-        if (!is_sound || static_cast<size_t>(end - p) < LDF_RECORD_HEADER_SIZE + data_size) break;
-        p += LDF_RECORD_HEADER_SIZE + data_size;
+    while (count < left && size - at >= LDF_RECORD_MAX) { // a whole record lies here
+        const uint32_t data_size = get_be32(from + at);
+        if (!is_sound(data_size, from + at)) break;
+        at += LDF_RECORD_HEADER_SIZE + data_size;
         ++count;
     }
-    whole = static_cast<size_t>(p - from);
+    while (count < left && size - at >= LDF_RECORD_HEADER_SIZE) {
+        const uint32_t data_size = get_be32(from + at);
+        if (!is_sound(data_size, from + at)) {
+            if (count == 0 && data_size > LDF_TEXT_MAX) (void)_fail(LdfDamage::BAD_TEXT_SIZE, data_size);
+            if (count == 0 && !_damage) (void)_fail(LdfDamage::BAD_VERSION, from[at + VERSION_OFFSET]);
+            break;
+        }
+        if (size - at < LDF_RECORD_HEADER_SIZE + data_size) break;
+        at += LDF_RECORD_HEADER_SIZE + data_size;
+        ++count;
+    }
+    whole = at;
     return count;
 }
 

@@ -82,6 +82,20 @@ inline size_t ldf_record_size(const unsigned char* record) {
     return LDF_RECORD_HEADER_SIZE + get_be32(record);
 }
 
+// Fields of its fixed part.
+inline uint8_t ldf_record_severity(const unsigned char* record) {
+    return record[5];
+}
+inline int32_t ldf_record_time(const unsigned char* record) {
+    return static_cast<int32_t>(get_be32(record + 6));
+}
+inline uint32_t ldf_record_id(const unsigned char* record) {
+    return get_be32(record + 10);
+}
+inline uint8_t ldf_record_object_type(const unsigned char* record) {
+    return record[14];
+}
+
 // Splits a record of a run.
 inline void ldf_view_record(const unsigned char* record, LdfRecordView& view) {
     ldf_decode_record(record, view.header);

@@ -1,0 +1,40 @@
+// The command line: one table of options for parsing, help and completion.
+#pragma once
+
+#include <ctime>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "RecordFilter.h"
+#include "TextSearch.h"
+
+enum class Subcommand { NONE, SHOW, EXPORT };
+enum class FormatName { LINE, TAQMSG, VERBOSE, JSONL, CSV };
+enum class Colour { AUTO, ALWAYS, NEVER };
+
+struct Options {
+    Subcommand subcommand = Subcommand::NONE;
+    bool help = false;
+    bool version = false;
+
+    FilterOptions filter;
+    TextSearchOptions search;
+    FormatName format = FormatName::LINE;
+    size_t lines = 0; // only the last ones; 0: all
+    bool collapse = false;
+    bool utc = false;
+    bool stats = false;
+    bool csv_safe = false;
+    Colour colour = Colour::AUTO;
+    std::string lang;
+    std::string output; // "": standard output
+    std::vector<std::string> inputs;
+};
+
+// False, after telling why on standard error, when the arguments are wrong. `now` is what relative times
+// refer to.
+bool parse_options(int argc, char** argv, time_t now, Options& options);
+
+// What --help prints: of a subcommand, or of the command.
+std::string help_text(Subcommand subcommand);

@@ -1,0 +1,33 @@
+// One form in which records leave.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "LogSource.h"
+#include "MessageTexts.h"
+#include "primitives/log/LineBuffer.h"
+
+struct FormatSettings {
+    bool utc = false;
+    bool has_colour = false;
+    bool shows_place = false; // the records come from several logs
+    bool csv_safe = false;
+    std::string lang; // "": as the environment asks for
+};
+
+class RecordFormat {
+public:
+    virtual ~RecordFormat() = default;
+    virtual void begin(LineBuffer&) {} // before the first record, also when there is none
+    virtual void put(const FoundRecord& record, LineBuffer& out) = 0;
+    // The record `last`, which equals the last one but for its time, came after `count` - 1 more of them.
+    virtual void put_repeats(int64_t, const FoundRecord&, LineBuffer&) {}
+};
+
+// The texts must outlive the format. Null: no format of that name.
+std::unique_ptr<RecordFormat> make_line_format(MessageTexts& texts, const FormatSettings& settings);
+std::unique_ptr<RecordFormat> make_verbose_format(MessageTexts& texts, const FormatSettings& settings);
+std::unique_ptr<RecordFormat> make_reader_format(const FormatSettings& settings);
+std::unique_ptr<RecordFormat> make_json_format(MessageTexts& texts);
+std::unique_ptr<RecordFormat> make_csv_format(MessageTexts& texts, const FormatSettings& settings);

@@ -1,0 +1,159 @@
+#include <cstdlib>
+#include <deque>
+#include <rapidjson/document.h>
+
+#include "RecordFormat.h"
+#include "RecordsInMemory.h"
+#include "VisibleText.h"
+#include "support/CatalogBuilder.h"
+#include "support/TempDir.h"
+
+namespace {
+
+class FormatTest : public testing::Test {
+public:
+    FormatTest() {
+        CatalogTree(_dir.path(), "en")
+            .catalog("core", 25, CatalogBuilder().text(1, "%s, \"%s\"\tis up").text(2, "%s is up"))
+            .write();
+        setenv("TAQ_MESSAGES_DIR", _dir.path().c_str(), 1);
+        EXPECT_TRUE(texts.open("en"));
+    }
+
+    std::string lines_of(RecordFormat& format, const LdfTestRecord& record,
+                         const std::string& host = "node1") {
+        SourceFile& file = _files.emplace_back(); // lives as long as its format
+        file.host = host;
+        file.log = "engine";
+        file.place = host + "/engine";
+        file.uid_prefix = host + "/engine/x/";
+        file.oddities = oddities_of(file.uid_prefix);
+        char* bytes = nullptr;
+        size_t size = 0;
+        FILE* const stream = open_memstream(&bytes, &size);
+        std::vector<char> room(128 * 1024);
+        LineBuffer out(stream, room);
+        RecordsInMemory(LdfBuilder().record(record))
+            .for_each([&](const unsigned char* of_record, int number) {
+                format.put({of_record, &file, 117, number}, out);
+            });
+        (void)out.send();
+        std::fclose(stream);
+        std::string lines(bytes, size);
+        std::free(bytes);
+        return lines;
+    }
+
+    // A string without quotes, or what stands for one that is missing.
+    static std::string value_of(const rapidjson::Document& line, const char* name) {
+        const rapidjson::Value& value = line[name];
+        return value.IsString() ? std::string(value.GetString(), value.GetStringLength())
+               : value.IsNull() ? "null"
+                                : "?";
+    }
+    static rapidjson::Document parsed(const std::string& line) {
+        rapidjson::Document document;
+        document.Parse<rapidjson::kParseValidateEncodingFlag>(line.data(), line.size());
+        EXPECT_FALSE(document.HasParseError()) << line;
+        std::string names;
+        for (const auto& member : document.GetObject()) names += std::string(member.name.GetString()) + " ";
+        if (document.HasMember("args_b64")) names.erase(names.find("args_b64 "), 9);
+        EXPECT_EQ(
+            "time epoch severity sev id category msgid object_type object host log generation record offset "
+            "file function line seq args text lang uid ",
+            names);
+        return document;
+    }
+
+    MessageTexts texts;
+
+private:
+    TempDir _dir;
+    std::deque<SourceFile> _files;
+};
+
+// What U+FFFD replaces in JSON, and what is shown for each byte alone.
+std::string json_of(int byte) {
+    return byte < 0x80 ? std::string(1, static_cast<char>(byte)) : "\xEF\xBF\xBD";
+}
+
+} // namespace
+
+// Bytes that no field of a file can hold, NUL and 0xFF, are left out.
+TEST_F(FormatTest, JsonHoldsEveryByteOfEveryField) {
+    const auto json = make_json_format(texts);
+    for (int byte = 1; byte < 0xFF; ++byte) {
+        const std::string odd = "a" + std::string(1, static_cast<char>(byte)) + "b",
+                          shown = "a" + json_of(byte) + "b";
+        const LdfTestRecord plain = {.obj = 6, .num = 2, .file = "f", .func = "g", .args = {"x"}};
+        for (int field = 0; field < 5; ++field) {
+            LdfTestRecord record = plain;
+            if (field == 0) record.file = odd;
+            if (field == 1) record.func = odd;
+            if (field == 2) record.args = {odd};
+            if (field == 3) record.args = {odd, "second"}; // not as many as the text takes
+            const std::string line = lines_of(*json, record, field == 4 ? odd : "node1");
+            for (const unsigned char c : line.substr(0, line.size() - 1))
+                ASSERT_TRUE(c >= ' ' && c != 0x7F) << byte;
+            const rapidjson::Document document = parsed(line);
+            EXPECT_EQ(field == 0 ? shown : "f", value_of(document, "file"));
+            EXPECT_EQ(field == 1 ? shown : "g", value_of(document, "function"));
+            EXPECT_EQ(field == 2 || field == 3 ? shown : "x", document["args"][0].GetString());
+            EXPECT_EQ(field == 2   ? shown + " is up"
+                      : field == 3 ? "??? is up"
+                                   : "x is up",
+                      value_of(document, "text"));
+            EXPECT_EQ(field == 4 ? shown : "node1", value_of(document, "host"));
+            EXPECT_EQ((field == 2 || field == 3) && byte >= 0x80, document.HasMember("args_b64"));
+            if (byte == 0xFB && document.HasMember("args_b64")) {
+                EXPECT_STREQ("Yfti", document["args_b64"][0].GetString());
+            }
+        }
+    }
+}
+
+// The short way of plain records and the library give the same.
+TEST_F(FormatTest, JsonOfPlainAndOfEscapedRecordsIsTheSame) {
+    const auto json = make_json_format(texts);
+    for (LdfTestRecord record :
+         {LdfTestRecord{.sev = 1, .obj = 6, .num = 2, .args = {"web1"}},
+          LdfTestRecord{.sev = 57, .obj = 0, .num = 2, .line = 0xFFFFFFFF, .seq = 7, .args = {}},
+          LdfTestRecord{
+              .sev = 200, .obj = 9, .num = 9, .time = -1, .args = {"a", "b", "c", "d", "e", "f", "g"}},
+          LdfTestRecord{.num = 0, .text = std::string(1, '\0')}}) {
+        std::string plain = lines_of(*json, record);
+        std::string escaped = lines_of(*json, record, "\"");
+        EXPECT_NE(plain, escaped);
+        for (size_t at; (at = plain.find("node1")) != std::string::npos;) plain.replace(at, 5, "\\\"");
+        EXPECT_EQ(plain, escaped);
+        (void)parsed(plain);
+    }
+}
+
+TEST_F(FormatTest, NoFormLetsAControlCharacterThrough) {
+    FormatSettings settings;
+    settings.shows_place = true;
+    const std::unique_ptr<RecordFormat> formats[] = {
+        make_line_format(texts, settings), make_verbose_format(texts, settings),
+        make_csv_format(texts, settings), make_json_format(texts)};
+    std::string all;
+    for (int byte = 1; byte < 0xFF; ++byte) all += static_cast<char>(byte);
+    all += "\xC2\x85\xE2\x80\xAE\xE2\x80\xA8\xD8\x9C\xC3\xA4\xF0\x9F\x98\x80\xED\xA0\x80";
+    for (const auto& format : formats) {
+        const LdfTestRecord record = {.num = 1, .file = all, .func = all, .args = {all, "second"}};
+        const std::string lines = lines_of(*format, record, all);
+        size_t newlines = 0;
+        std::string_view rest = lines;
+        while (!rest.empty()) {
+            const char32_t c = next_character(rest);
+            newlines += c == '\n';
+            EXPECT_TRUE(c == '\n' || c == '\t' || !is_control(c))
+                << static_cast<uint32_t>(c) << " in " << lines;
+            EXPECT_NE(INVALID_UTF8, c);
+        }
+        EXPECT_EQ(format == formats[1] ? 8u : 1u, newlines);
+    }
+    EXPECT_EQ(
+        "a\\x1b[2J\\u202e\\u0085\\xff\tb\xC3\xA4\\\xF0\x9F\x98\x80\\xed\\xa0\\x80\\xc0\\xaf",
+        visible_text("a\x1b[2J\xE2\x80\xAE\xC2\x85\xFF\tb\xC3\xA4\\\xF0\x9F\x98\x80\xED\xA0\x80\xC0\xAF"));
+}
