@@ -74,7 +74,7 @@ private:
     }
     std::string _header(uint32_t offset_end) const {
         std::string h = be(22900) + be(3) + be(0) + "node1" + std::string(28, '\0'); // signature ... system
-        for (const uint32_t v : {6, 1794854290, 1794854299}) h += be(v); // platform, created, modified
+        for (const uint32_t v : {6u, 1794854290u, 1794854299u}) h += be(v); // platform, created, modified
         h += be(static_cast<uint32_t>(_records.size()));
         for (int sev : {0, 1, 2, 3, 4}) h += be(_count(&LdfTestRecord::sev, sev));
         for (int obj : {6, 5, 3, 4, 2, 1, 0}) h += be(_count(&LdfTestRecord::obj, obj));
