@@ -95,9 +95,9 @@ const RecordLine* RecordLines::keep(uint32_t msgcat_id, int sev, std::string_vie
     if (_lines == nullptr) _lines = raw_room<RecordLine>(PLACES);
     const size_t place = place_of(msgcat_id, sev);
     RecordLine& line = *new (&_lines[place]) RecordLine;
-    _keys[place] = FREE;
-    if (!line._add_bytes(head)) return nullptr;
-    _keys[place] = key_of(msgcat_id, sev);
+    const bool fits = line._add_bytes(head);
+    _keys[place] = fits ? key_of(msgcat_id, sev) : FREE;
+    if (!fits) return nullptr;
     line._head_size = static_cast<uint8_t>(head.size());
     if (textp != nullptr && textp->piece_count > 0) (void)line._add_text(*textp); // or it is looked up again
     return &line;

@@ -1,6 +1,6 @@
-// Room for bytes in progress: the line, the texts of times, the stretch of a file. It is taken when it is first
-// needed and is neither filled nor counted, unlike memory of the accounting allocator: most of it is never
-// used, and a page that nobody touches costs nothing.
+// Room for bytes in progress: the line, the texts of times, the stretch of a file. It is taken when it is
+// first needed and is neither filled nor counted, unlike memory of the accounting allocator: most of it is
+// never used, and a page that nobody touches costs nothing.
 #pragma once
 
 #include <cstddef>

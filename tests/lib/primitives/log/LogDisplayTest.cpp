@@ -75,6 +75,18 @@ TEST_F(LogDisplayTest, LinesAndDelimitedRecords) {
     EXPECT_EQ(AT + mnemonic + " INFO " + origin.substr(0, 4095) + "plain\n", shown());
 }
 
+TEST_F(LogDisplayTest, LinesAreTheSameWhenTheyAreShownAgain) {
+    const auto log = opened("ldfread", stdout, 18);
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(QEN + "INFO K-16-25-30002 plain\n", plain(*log));
+        EXPECT_EQ(QEN + "Fehler K-16-25-30002 plain\n", plain(*log, 1));
+    }
+    const std::string mnemonic(300, 'M'); // the head is too long to be learned
+    Log::init(mnemonic.c_str(), "X", nullptr);
+    for (int round = 0; round < 2; ++round)
+        EXPECT_EQ(AT + mnemonic + " INFO X-25-30002 plain\n", plain(*log));
+}
+
 TEST_F(LogDisplayTest, SeverityLanguageAndIdentityMayChangeBetweenLines) {
     setenv("QENI18N_LANG", "de", 1);
     EXPECT_EQ(QEN + "INFO K-16-25-30002 plain\n", shown()) << "in the language of the opening";
