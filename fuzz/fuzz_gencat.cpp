@@ -43,7 +43,7 @@ void source_round_trip(std::string_view source) {
     check_texts(messages, faults);
     drop_empty_sets(messages);
     std::string map;
-    (void)write_map("M", "en", messages, map);
+    (void)write_map("M", "en", map_entries("M", messages), map);
     for (const auto& [category, set] : messages) {
         const std::string catalog = encode(set);
         MessageSet decoded;
