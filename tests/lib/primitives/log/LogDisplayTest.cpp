@@ -76,15 +76,14 @@ TEST_F(LogDisplayTest, LinesAndDelimitedRecords) {
 }
 
 TEST_F(LogDisplayTest, LinesAreTheSameWhenTheyAreShownAgain) {
-    const auto log = opened("ldfread", stdout, 18);
     for (int round = 0; round < 3; ++round) {
-        EXPECT_EQ(QEN + "INFO K-16-25-30002 plain\n", plain(*log));
-        EXPECT_EQ(QEN + "Fehler K-16-25-30002 plain\n", plain(*log, 1));
+        EXPECT_EQ(QEN + "INFO K-16-25-30002 plain\n", shown());
+        EXPECT_EQ(QEN + "Fehler K-16-25-30002 plain\n", shown(1));
     }
+    EXPECT_EQ(QEN + "CRITICAL K-16-0-0  a\n", shown(0, 0, {"a"})) << "all numbers 0, and not learned yet";
     const std::string mnemonic(300, 'M'); // the head is too long to be learned
     Log::init(mnemonic.c_str(), "X", nullptr);
-    for (int round = 0; round < 2; ++round)
-        EXPECT_EQ(AT + mnemonic + " INFO X-25-30002 plain\n", plain(*log));
+    for (int round = 0; round < 2; ++round) EXPECT_EQ(AT + mnemonic + " INFO X-25-30002 plain\n", shown());
 }
 
 TEST_F(LogDisplayTest, SeverityLanguageAndIdentityMayChangeBetweenLines) {
