@@ -1,6 +1,5 @@
-// The floor under a message that is written at once: the three system calls of burst_taq direct, with the same
-// sizes, and nothing else.
-// Usage: burst_bare THREADS LENGTH ROUNDS   (burst.h; TAQ_LOG names the folder)
+// The floor under a message that is written at once: the three system calls of burst_taq direct, with the
+// same sizes, and nothing else. Usage: burst_bare THREADS LENGTH ROUNDS   (burst.h; TAQ_LOG names the folder)
 #include "burst.h"
 
 #include "primitives/ldf/ldf_format.h"
@@ -14,7 +13,8 @@ namespace {
 class BareWrites : public BurstLogger {
 public:
     explicit BareWrites(const std::string& folder)
-        : _text(open((folder + "/bare.log").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644)),
+        : _text(open((folder + "/bare.log").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC,
+                     0644)),
           _records(open((folder + "/bare.ldf").c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644)) {}
     ~BareWrites() override {
         close(_text);
@@ -23,8 +23,8 @@ public:
 
     void start() override {}
     void log() override {
-        if (pwrite(_records, _bytes, RECORD_SIZE, _end) < 0 || pwrite(_records, _bytes, LDF_HEADER_SIZE, 0) < 0 ||
-            write(_text, _bytes, LINE_SIZE) < 0)
+        if (pwrite(_records, _bytes, RECORD_SIZE, _end) < 0 ||
+            pwrite(_records, _bytes, LDF_HEADER_SIZE, 0) < 0 || write(_text, _bytes, LINE_SIZE) < 0)
             std::abort();
         _end = LDF_HEADER_SIZE + (_end + RECORD_SIZE) % FILE_SIZE;
     }
