@@ -119,9 +119,21 @@ void QENThreadExit(void* retval) {
     pthread_exit(retval);
 }
 
+namespace {
+
+void sleep_for(suseconds_t microseconds) {
+    timeval span = {0, microseconds};
+    select(0, nullptr, nullptr, nullptr, &span);
+}
+
+} // namespace
+
 void QENThreadYield() {
-    timeval millisecond = {0, 1000};
-    select(0, nullptr, nullptr, nullptr, &millisecond);
+    sleep_for(1000);
+}
+
+void QENThreadNap() {
+    sleep_for(500);
 }
 
 int QENThreadInitTsdKeys() {

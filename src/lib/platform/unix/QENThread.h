@@ -86,6 +86,7 @@ int QENThreadJoin(pthread_t tid, void** valp);
 pthread_t QENThreadGetCurrent();
 [[noreturn]] void QENThreadExit(void* retval);
 void QENThreadYield(); // sleeps a millisecond
+void QENThreadNap();   // half of one
 
 // Two keys for thread-specific data, without destructors; valid between QENThreadInitTsdKeys and the next
 // QENThreadDeinit.

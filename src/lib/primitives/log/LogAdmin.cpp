@@ -74,7 +74,7 @@ void LogAdmin::send(const LogCall& call, std::unique_ptr<MsgStruct> msgp) {
     const std::string_view text = message_text(msgp.get());
     if (LogIdentity::is_verifying() || text.data() == nullptr) return;
     if (!LoggerThread::is_on()) return write(call.sev, text);
-    logger_thread().post(new vlog_msg_t(/*log=*/nullptr, call, /*debug_text=*/nullptr, msgp.release()));
+    (void)logger_thread().post(new vlog_msg_t(/*log=*/nullptr, call, /*debug_text=*/nullptr, msgp.release()));
 }
 
 void LogAdmin::write(int sev, std::string_view text) {

@@ -5,7 +5,7 @@
 
 #include "primitives/log/LogCall.h"
 #include "primitives/log/PackedMessage.h"
-#include "primitives/memory/Pooled.h"
+#include "primitives/log/RecordPool.h"
 #include "primitives/values/DList.h"
 
 class ILog;
@@ -15,7 +15,7 @@ struct LogMessage;
 
 // A call and what it says: a debug text, a structure, or packed bytes behind the record. Made by the producer
 // with new; belongs to the queue, then to the logger thread, which writes and deletes it with what it owns.
-struct vlog_msg_t : Pooled<MEM_MISC>, LogCall {
+struct vlog_msg_t : LogCall {
     vlog_msg_t(ILog* log, const LogCall& call, char* debug_text, MsgStruct* structp)
         : LogCall(call), en_msgp(debug_text), msg_structp(structp), logp(log) {}
 
@@ -25,12 +25,12 @@ struct vlog_msg_t : Pooled<MEM_MISC>, LogCall {
         packed_args = message.view().count;
         message.copy_to(packed());
     }
-    using Pooled<MEM_MISC>::operator new;
-    using Pooled<MEM_MISC>::operator delete;
+    static void* operator new(size_t size) { return RecordPool::get(size); }
     static void* operator new(size_t size, const PackedMessage& message) {
-        return taq_mem.get(0, size + message.size(), MEM_MISC);
+        return RecordPool::get(size + message.size());
     }
-    static void operator delete(void* p, const PackedMessage&) noexcept { operator delete(p); }
+    static void operator delete(void* p) noexcept { RecordPool::release(p); }
+    static void operator delete(void* p, const PackedMessage&) noexcept { RecordPool::release(p); }
     char* packed() { return reinterpret_cast<char*>(this + 1); }
 
     char* en_msgp;          // debug text (new[]), owned, or null

@@ -83,7 +83,8 @@ void Log::write_log(time_t timet, int sev, const char* whop, const char* filep, 
 
 void Log::_queue(vlog_msg_t* record) {
     record->is_to_log = typeid(*this) == typeid(Log);
-    logger_thread().post(record);
+    const int logical = record->is_debug() ? record->sev + SEV_APP_END : record->sev;
+    if (!logger_thread().post(record)) _loss.note(LossReason::QUEUE, logical);
 }
 
 bool Log::_accepts(int sev, int flags) const {

@@ -10,6 +10,8 @@
 #include "primitives/log/LogFork.h"
 #include "primitives/log/LogLock.h"
 #include "primitives/log/LogQueue.h"
+#include "primitives/log/RecordPool.h"
+#include "primitives/message/MsgStruct.h"
 
 namespace {
 
@@ -24,6 +26,11 @@ thread_local bool is_writer = false; // the thread writes the records of the que
 int patience() {
     constexpr int LOCKED_OUT_MS = 1000;
     return LogLock::is_within_a_log() ? LOCKED_OUT_MS : FOR_EVER;
+}
+
+// Whether a full queue may cost the message. One for the administrator is not dropped either.
+bool may_be_dropped(const vlog_msg_t& record) {
+    return record.logp != nullptr && (record.is_debug() || record.sev > SEV_ERR);
 }
 
 } // namespace
@@ -50,6 +57,7 @@ void LoggerThread::start() {
     {
         QENLockGuard guard(&_lock);
         if (is_on()) return;
+        _bound = QueueBound::from_environment();
         _has_ended = false;
         _running.store(true, std::memory_order_release);
         _on.store(true, std::memory_order_release);
@@ -150,18 +158,34 @@ void LoggerThread::append(vlog_msg_t* record) {
     _append_locked(record);
 }
 
+bool LoggerThread::post(vlog_msg_t* record) {
+    const Fate fate = _place(record);
+    if (fate == Fate::TO_BE_WRITTEN) RecordWriter().write(record);
+    if (fate != Fate::DROPPED) return true;
+    delete[] record->en_msgp;
+    delete record->msg_structp;
+    delete record;
+    return false;
+}
+
 // While the thread is being stopped a producer waits and then writes by itself: busy producers would keep the
-// thread from ever ending. Two kinds of threads must not wait. The one that writes the records writes this
-// one at once. One that is within a log, for which the writing thread may wait, appends: what is appended
-// before logger mode is off gets written.
-void LoggerThread::post(vlog_msg_t* record) {
-    {
-        QENLockGuard guard(&_lock);
-        while (is_on() && !is_running() && !is_writer && !LogLock::is_within_a_log())
-            QENCondCvwait(&_written_cond, &_lock, FOR_EVER);
-        if (is_on() && (is_running() || !is_writer)) return _append_locked(record);
+// thread from ever ending. Two kinds of threads must not wait, nor for room. The one that writes the records
+// appends this one, or writes it at once when it is being stopped. One that is within a log, for which the
+// writing thread may wait, appends: what is appended before logger mode is off gets written.
+LoggerThread::Fate LoggerThread::_place(vlog_msg_t* record) {
+    QENLockGuard guard(&_lock);
+    const bool may_wait = !is_writer && !LogLock::is_within_a_log();
+    while (is_on()) {
+        const bool lacks_room = is_running() && _is_full();
+        if (lacks_room && _bound.drops && may_be_dropped(*record)) return Fate::DROPPED;
+        if (!may_wait || (is_running() && !lacks_room)) break;
+        ++_waiting;
+        QENCondCvwait(&_written_cond, &_lock, FOR_EVER);
+        --_waiting;
     }
-    RecordWriter().write(record);
+    if (!is_on() || (is_writer && !is_running())) return Fate::TO_BE_WRITTEN;
+    _append_locked(record);
+    return Fate::APPENDED;
 }
 
 void LoggerThread::finish() {
@@ -199,13 +223,29 @@ DList* LoggerThread::take(int ms) {
     return records;
 }
 
+// A producer that wakes a sleeping thread pays more for that than for all else. While messages come in short
+// intervals, the thread looks for them by itself.
+void LoggerThread::_nap() {
+    _signalled = true; // it is awake soon
+    QENLockRelease(&_lock);
+    QENThreadNap();
+    QENLockAcquire(&_lock);
+    _signalled = false;
+}
+
+// Of the records that were taken, in order.
+void LoggerThread::_count_written(uint64_t records) {
+    if (records == 0) return;
+    _taken -= records;
+    _written += records;
+    if (_waiting != 0) QENCondCvbcast(&_written_cond);
+}
+
 // Moves the queue to the batch, waiting for it up to ms milliseconds. False: there was nothing.
 bool LoggerThread::_next_batch(int ms) {
     QENLockGuard guard(&_lock);
-    if (!_in_batch && _taken != 0) {
-        _written += std::exchange(_taken, 0);
-        if (_waiting != 0) QENCondCvbcast(&_written_cond);
-    }
+    if (!_in_batch) _count_written(_taken);
+    if (is_running() && ms > 0 && _queue->count() == 0) _nap();
     if (is_running()) _wait_for_records(ms);
     const auto count = static_cast<uint64_t>(_queue->count());
     if (count == 0) return false;
@@ -229,6 +269,10 @@ void LoggerThread::_write_batch() {
             writer.write(static_cast<vlog_msg_t*>(link->object()));
             if (++written % YIELD_EVERY != 0) continue;
             writer.flush();
+            if (!was_in_batch) {
+                QENLockGuard guard(&_lock);
+                _count_written(YIELD_EVERY);
+            }
             QENThreadYield();
         }
     }
@@ -239,15 +283,18 @@ void LoggerThread::_write_batch() {
 
 void LoggerThread::before_fork() {
     QENLockAcquire(&_lock);
+    RecordPool::before_fork();
 }
 
 void LoggerThread::after_fork_in_parent() {
+    RecordPool::after_fork();
     QENLockRelease(&_lock);
 }
 
 // The parent's records are neither written nor deleted: most children are about to start another program. The
 // new lists lead to them, so that leak checkers do not complain.
 void LoggerThread::after_fork_in_child() {
+    RecordPool::after_fork();
     _on.store(false, std::memory_order_relaxed);
     _running.store(false, std::memory_order_relaxed);
     _queue = new DList(_queue);

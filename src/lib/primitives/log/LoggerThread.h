@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "platform/unix/QENThread.h"
+#include "primitives/log/QueueBound.h"
 
 class DList;
 struct vlog_msg_t;
@@ -36,13 +37,17 @@ public:
     // at once, each waits for the end. No effect within the write of a log.
     void stop();
 
-    // The producer's end of the queue: appends the record, or writes it at once when logger mode is off.
-    void post(vlog_msg_t* record);
+    // The producer's end of the queue: appends the record, or writes it at once when logger mode is off. When
+    // there is a bound (QueueBound.h) and as many messages are not yet written, waits, or deletes the record
+    // and returns false. A call from within the write of a log never waits, nor do those of the logger
+    // thread: the queue grows beyond its bound then.
+    [[nodiscard]] bool post(vlog_msg_t* record);
     // Returns when all that was appended before has been written.
     void finish();
 
-    // The bare queue. take: all records, in order, for the caller to write and delete together with the list;
-    // null when there are none within ms milliseconds; ms negative waits until there is one.
+    // The bare queue, without its bound. take: all records, in order, for the caller to write and delete
+    // together with the list; null when there are none within ms milliseconds; ms negative waits until there
+    // is one.
     void append(vlog_msg_t* record);
     DList* take(int ms);
 
@@ -60,9 +65,14 @@ private:
     bool _ask_for_end();
     void _switch_off();
     bool _switch_off_when_empty();
+    enum class Fate : unsigned char { APPENDED, TO_BE_WRITTEN, DROPPED };
+    Fate _place(vlog_msg_t* record);
+    bool _is_full() const { return _bound.most != 0 && _appended - _written >= _bound.most; }
     void _append_locked(vlog_msg_t* record);
     void _wait_for_records(int ms);
+    void _nap();
     bool _next_batch(int ms);
+    void _count_written(uint64_t records);
     void _write_batch();
 
     static inline std::atomic<bool> _on{false}; // this and the next change under _lock only
@@ -72,12 +82,13 @@ private:
     pthread_cond_t _records_cond; // there are records, or the thread is to finish
     pthread_cond_t _written_cond; // _written has grown, the thread has ended, or logger mode is off
     DList* _queue;                // of vlog_msg_t, owned
-    bool _signalled = false;      // _records_cond was signalled since the queue was last taken
-    bool _has_ended = false;      // the thread writes no more and can be joined
-    bool _exit_handled = false;   // exit will call _at_exit
-    int _waiting = 0;             // threads in finish()
-    uint64_t _appended = 0;       // records
-    uint64_t _written = 0;        // of these, written
+    bool _signalled = false; // _records_cond was signalled since the queue was last taken, or the thread naps
+    bool _has_ended = false; // the thread writes no more and can be joined
+    bool _exit_handled = false; // exit will call _at_exit
+    int _waiting = 0;           // threads that wait for _written
+    QueueBound _bound;
+    uint64_t _appended = 0; // records
+    uint64_t _written = 0;  // of these, written
     pthread_t _tid{};
 
     // Of the thread that writes: the logger thread, then the one in stop().

@@ -108,3 +108,33 @@ TEST_F(LogQueueTest, NobodyOvertakesWhatTheFinishingThreadStillHasToWrite) {
     }
     EXPECT_EQ(expected, gate.written);
 }
+
+TEST_F(LogQueueTest, NobodyWakesAThreadThatNapsAndASleepingOneIsWoken) {
+    std::atomic<int> writes{0};
+    CallingStream stream([&](std::string_view) { ++writes; });
+    const auto watched = opened("watched", stream.fp);
+    Log::start_logger();
+    int fewest = INT_MAX; // wake-ups, for 100 messages in short intervals
+    for (int round = 0; round < 50 && fewest > 3; ++round) {
+        wake_ups = 0;
+        for (int i = 0; i < 100; ++i) {
+            const auto next = std::chrono::steady_clock::now() + 100us;
+            put(*watched, "x", 1);
+            while (std::chrono::steady_clock::now() < next) {
+            }
+        }
+        fewest = std::min<int>(fewest, wake_ups);
+    }
+    EXPECT_LE(fewest, 3);
+    std::chrono::steady_clock::duration longest{};
+    for (int i = 0; i < 400; ++i) { // when the nap ends, and around it
+        const int before = writes;
+        const auto begin = std::chrono::steady_clock::now();
+        put(*watched, "x", 1);
+        while (writes == before) std::this_thread::yield();
+        longest = std::max(longest, std::chrono::steady_clock::now() - begin);
+        std::this_thread::sleep_for(std::chrono::microseconds(i * 3));
+    }
+    EXPECT_LT(longest, 900ms) << "a message waited for the end of a sleep";
+    Log::stop_logger();
+}
