@@ -26,7 +26,8 @@ public:
         if (pwrite(_records, _bytes, RECORD_SIZE, _end) < 0 ||
             pwrite(_records, _bytes, LDF_HEADER_SIZE, 0) < 0 || write(_text, _bytes, LINE_SIZE) < 0)
             std::abort();
-        _end = LDF_HEADER_SIZE + (_end + RECORD_SIZE) % FILE_SIZE;
+        _end += RECORD_SIZE;
+        if (_end > FILE_SIZE) _end = LDF_HEADER_SIZE;
     }
     void finish() override {}
 
