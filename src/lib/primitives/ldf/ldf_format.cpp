@@ -86,9 +86,9 @@ bool append_field(std::string_view field, char* buf, size_t bufsize, size_t& use
     if (room < 2 || field.size() > room - 2) return false;
     char* to = buf + used;
     std::memcpy(to, field.data(), field.size());
-    for (void* stray = std::memchr(to, LDF_SEPARATOR, field.size()); stray;
-         stray = std::memchr(to, LDF_SEPARATOR, field.size()))
-        *static_cast<char*>(stray) = '?';
+    // To search the copy would wait for its bytes to leave the store buffer.
+    if (std::memchr(field.data(), LDF_SEPARATOR, field.size()) != nullptr)
+        std::replace(to, to + field.size(), static_cast<char>(LDF_SEPARATOR), '?');
     to[field.size()] = static_cast<char>(LDF_SEPARATOR);
     used += field.size() + 1;
     return true;
