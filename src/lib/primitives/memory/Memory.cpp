@@ -1,30 +1,26 @@
-// Blocks with guards around malloc(), and the counters of the allocator.
+// Blocks with guards around malloc(), and how they are counted. MemoryStatistics.cpp reads the counters.
 #include "primitives/memory/Memory.h"
 
 #include "platform/unix/Linux/QENSingleThreaded.h"
 #include "platform/unix/QENAssert.h"
 #include "platform/unix/QENPlatform.h"
 #include "primitives/memory/MemoryPoison.h"
+#include "primitives/memory/ThreadCounters.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 constinit Memory taq_mem;
 
 constinit std::atomic<void (*)(int)> Memory::_block_call{nullptr};
-constinit Memory::counter Memory::_block_threshold{0};
-constinit Memory::counter Memory::_block_time{0};
-constinit Memory::counter Memory::_block_count{0};
-constinit Memory::counter Memory::_blocks{0};
-
-#define QEN_MEMORY_NAME(name) #name,
-const char* const Mem_names[MEMORY_MAX_TYPES] = {QEN_MEMORY_TYPES(QEN_MEMORY_NAME)};
-#undef QEN_MEMORY_NAME
+constinit std::atomic<int32_t> Memory::_block_threshold{0};
+constinit std::atomic<int32_t> Memory::_block_time{0};
+constinit std::atomic<int32_t> Memory::_block_count{0};
+constinit std::atomic<int32_t> Memory::_blocks{0};
 
 namespace {
 
@@ -46,10 +42,10 @@ constexpr uint64_t TRAILER_FREED = mark<uint64_t>("BADBADB");
 
 constexpr size_t HEADER_SIZE = sizeof(Header);
 constexpr size_t TRAILER_SIZE = sizeof(uint64_t);
-constexpr int32_t GUARD_BYTES = HEADER_SIZE + TRAILER_SIZE;
 constexpr size_t LEAD = 8; // unused, in front of the block; malloc's 16-byte alignment then is the payload's
-constexpr size_t MAX_PAYLOAD = UINT32_MAX - static_cast<size_t>(GUARD_BYTES);
-static_assert(GUARD_BYTES == 16 && (LEAD + HEADER_SIZE) % alignof(std::max_align_t) == 0);
+constexpr size_t MAX_PAYLOAD = UINT32_MAX - size_t{Memory::GUARD_BYTES};
+static_assert(Memory::GUARD_BYTES == HEADER_SIZE + TRAILER_SIZE);
+static_assert((LEAD + HEADER_SIZE) % alignof(std::max_align_t) == 0);
 
 constexpr int FILL_FRESH = 0xFD;
 constexpr int FILL_FREED = 0xFE;
@@ -59,32 +55,45 @@ constexpr int DEFAULT_BLOCK_TIME = 400;
 
 constinit std::atomic<bool> fill_enabled{true};
 
-// Wraps as the 32-bit counters do.
-int32_t wrapping_sum(int32_t a, int32_t b) {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
-}
-
 // Adds and returns the sum.
 template <bool SINGLE_THREADED>
-inline int32_t add(std::atomic<int32_t>& counter, int32_t n) {
+inline uint32_t add(std::atomic<uint32_t>& counter, uint32_t n) {
     if constexpr (SINGLE_THREADED) {
-        const int32_t sum = wrapping_sum(counter.load(std::memory_order_relaxed), n);
+        const uint32_t sum = counter.load(std::memory_order_relaxed) + n;
         counter.store(sum, std::memory_order_relaxed);
         return sum;
     } else {
-        return wrapping_sum(counter.fetch_add(n, std::memory_order_relaxed), n);
+        return counter.fetch_add(n, std::memory_order_release) + n;
     }
 }
 
-inline void raise_to(std::atomic<int32_t>& high, int32_t value) {
+inline void raise_to(std::atomic<int32_t>& high, uint32_t sum) {
+    const auto value = static_cast<int32_t>(sum);
     int32_t seen = high.load(std::memory_order_relaxed);
     if (__builtin_expect(value <= seen, 1)) return;
     while (value > seen && !high.compare_exchange_weak(seen, value, std::memory_order_relaxed)) {
     }
 }
 
-inline void fill(void* p, int byte, size_t n) {
-    if (fill_enabled.load(std::memory_order_relaxed)) std::memset(p, byte, n);
+// Fills STEP to 2 * STEP bytes: two stores that may overlap. False when there are less.
+template <int BYTE, size_t STEP>
+inline bool fill_ends(char* p, size_t n) {
+    if (n < STEP) return false;
+    std::memset(p, BYTE, STEP);
+    std::memset(p + n - STEP, BYTE, STEP);
+    return true;
+}
+
+// Short payloads are filled in place. memset() fills them with masked stores, which hold up the check of the
+// trailer behind them.
+template <int BYTE>
+inline void* fill(char* p, size_t n) {
+    if (!fill_enabled.load(std::memory_order_relaxed)) return p;
+    if (n > 128) return std::memset(p, BYTE, n);
+    if (fill_ends<BYTE, 64>(p, n)) return p;
+    if (fill_ends<BYTE, 32>(p, n) || fill_ends<BYTE, 16>(p, n) || fill_ends<BYTE, 8>(p, n)) return p;
+    for (size_t i = 0; i < n; ++i) p[i] = static_cast<char>(BYTE);
+    return p;
 }
 
 // Keeps the compiler from removing the stores to p, which look useless because the memory is freed next.
@@ -107,58 +116,69 @@ int setting(const char* name, int fallback) {
 
 } // namespace
 
-template <bool SINGLE_THREADED>
-inline void Memory::_account(int32_t bytes, int32_t blocks, int type) {
-    const int32_t total = add<SINGLE_THREADED>(_total_bytes, bytes);
-    const int32_t guards = add<SINGLE_THREADED>(_overage, blocks * GUARD_BYTES);
-    add<SINGLE_THREADED>(_type_bytes[type], bytes);
-    add<SINGLE_THREADED>(_cnt[type], blocks);
-    if (blocks < 0) return;
-    raise_to(_total_bytes_high, total);
-    raise_to(_overage_high, guards);
+template <bool SINGLE_THREADED, bool FREED>
+inline void Memory::_account_shared(uint32_t size, int type) {
+    const auto count = [](counter& sum, uint32_t n) { return add<SINGLE_THREADED>(sum, FREED ? 0 - n : n); };
+    const uint32_t bytes = count(_total.bytes, size), blocks = count(_total.blocks, 1);
+    if (type != MEM_MISC) {
+        count(_types[type].bytes, size);
+        count(_types[type].blocks, 1);
+    }
+    if (!FREED) _raise_high(bytes, blocks);
 }
 
-// Atomic additions cost more than the rest of an allocation. So a process with one thread uses plain ones.
-inline void Memory::_account(int32_t bytes, int32_t blocks, int type) {
-    if (QENIsSingleThreaded())
-        _account<true>(bytes, blocks, type);
-    else
-        _account<false>(bytes, blocks, type);
+inline void Memory::_raise_high(uint32_t bytes, uint32_t blocks) {
+    raise_to(_total_bytes_high, bytes);
+    raise_to(_overage_high, blocks * GUARD_BYTES);
 }
 
-inline void* Memory::_get(unsigned int align, size_t size, int type) {
-    QEN_CHECK_AS(type >= 0 && type < MEMORY_MAX_TYPES, "(type < MEMORY_MAX_TYPES)");
-    const bool served = (align == 0 || align == 4 || align == 8) && size <= MAX_PAYLOAD;
+// Locked additions to counters that all threads share cost ten times the rest of an allocation.
+template <bool OF_PROCESS, bool FREED>
+inline void Memory::_account(uint32_t size, int type) {
+    if constexpr (OF_PROCESS)
+        if (ThreadCounters* part = ThreadCounters::mine()) return _account_in<FREED>(*part, size, type);
+    if (QENIsSingleThreaded()) return _account_shared<true, FREED>(size, type);
+    _account_without_part<OF_PROCESS, FREED>(size, type);
+}
+
+template <bool FREED>
+inline void Memory::_account_in(ThreadCounters& part, uint32_t size, int type) {
+    if (__builtin_expect(part.add<FREED>(size, type), 0)) _publish(part);
+}
+
+template <bool OF_PROCESS, bool FREED>
+[[gnu::noinline]] void Memory::_account_without_part(uint32_t size, int type) {
+    if constexpr (OF_PROCESS)
+        if (ThreadCounters* part = ThreadCounters::take()) return _account_in<FREED>(*part, size, type);
+    _account_shared<false, FREED>(size, type);
+}
+
+[[gnu::noinline]] void Memory::_publish(ThreadCounters& part) {
+    const ThreadCounters::Net net = part.take_unpublished();
+    const uint32_t bytes = add<false>(_total.bytes, net.bytes());
+    _raise_high(bytes, add<false>(_total.blocks, net.blocks()));
+}
+
+template <bool OF_PROCESS>
+inline void* Memory::_get(bool is_served, size_t size, int type) {
     _throttle();
-    if (!served) return nullptr;
+    if (!is_served || size > MAX_PAYLOAD) return nullptr;
     char* start = static_cast<char*>(std::malloc(LEAD + HEADER_SIZE + size + TRAILER_SIZE));
     if (start == nullptr) return nullptr;
 
     const auto bytes = static_cast<uint32_t>(size);
-    _account(static_cast<int32_t>(bytes), 1, type);
-
     const Header header = {HEADER_LIVE, bytes};
     char* payload = start + LEAD + HEADER_SIZE;
     std::memcpy(payload - HEADER_SIZE, &header, HEADER_SIZE);
     std::memcpy(payload + size, &TRAILER_LIVE, TRAILER_SIZE);
-    fill(payload, FILL_FRESH, size);
+    _account<OF_PROCESS, false>(bytes, type);
     memory_poison(start, LEAD + HEADER_SIZE);
     memory_poison(payload + size, TRAILER_SIZE);
-    return payload;
+    return fill<FILL_FRESH>(payload, size);
 }
 
-void* Memory::get(unsigned int align, size_t size, int type) {
-    void* retp = _get(align, size, type);
-    QEN_CHECK(retp != NULL);
-    return retp;
-}
-
-void* Memory::try_get(unsigned int align, size_t size, int type) {
-    return _get(align, size, type);
-}
-
-void Memory::release(void* p, int type) {
-    QEN_CHECK_AS(type >= 0 && type < MEMORY_MAX_TYPES, "(type < MEMORY_MAX_TYPES)");
+template <bool OF_PROCESS>
+inline void Memory::_release(void* p, int type) {
     _throttle();
     if (p == nullptr) return;
 
@@ -178,10 +198,41 @@ void Memory::release(void* p, int type) {
     header.mark = HEADER_FREED;
     std::memcpy(payload - HEADER_SIZE, &header, HEADER_SIZE);
     std::memcpy(payload + size, &TRAILER_FREED, TRAILER_SIZE);
-    fill(payload, FILL_FREED, size);
+    _account<OF_PROCESS, true>(header.size, type);
+    fill<FILL_FREED>(payload, size);
     keep_stores(payload);
     std::free(start);
-    _account(static_cast<int32_t>(0 - header.size), -1, type);
+}
+
+void* Memory::get(unsigned int align, size_t size, int type) {
+    void* retp = try_get(align, size, type);
+    QEN_CHECK(retp != NULL);
+    return retp;
+}
+
+void* Memory::try_get(unsigned int align, size_t size, int type) {
+    QEN_CHECK_AS(type >= 0 && type < MEMORY_MAX_TYPES, "(type < MEMORY_MAX_TYPES)");
+    const bool is_served = align == 0 || align == 4 || align == 8;
+    return this == &taq_mem ? _get<true>(is_served, size, type) : _get<false>(is_served, size, type);
+}
+
+void Memory::release(void* p, int type) noexcept {
+    QEN_CHECK_AS(type >= 0 && type < MEMORY_MAX_TYPES, "(type < MEMORY_MAX_TYPES)");
+    this == &taq_mem ? _release<true>(p, type) : _release<false>(p, type);
+}
+
+void* Memory::new_block(size_t size, int type) {
+    void* retp = taq_mem._get<true>(true, size, type);
+    QEN_CHECK(retp != NULL);
+    return retp;
+}
+
+void* Memory::try_new_block(size_t size, int type) {
+    return taq_mem._get<true>(true, size, type);
+}
+
+void Memory::delete_block(void* p, int type) noexcept {
+    taq_mem._release<true>(p, type);
 }
 
 // The callback may allocate and come here again; then it is not called a second time. When several threads
@@ -189,12 +240,12 @@ void Memory::release(void* p, int type) {
 void Memory::_call_back(void (*callback)(int)) {
     static constinit thread_local bool is_calling = false;
     const int32_t threshold = _block_threshold.load(std::memory_order_relaxed);
-    if (add<false>(_block_count, 1) <= threshold || is_calling) return;
+    if (_block_count.fetch_add(1, std::memory_order_relaxed) < threshold || is_calling) return;
     if (_block_count.exchange(0, std::memory_order_relaxed) <= threshold) return;
     is_calling = true;
     callback(_block_time.load(std::memory_order_relaxed));
     is_calling = false;
-    add<false>(_blocks, 1);
+    _blocks.fetch_add(1, std::memory_order_relaxed);
 }
 
 void Memory::block(void (*callback)(int)) {
@@ -206,15 +257,4 @@ void Memory::block(void (*callback)(int)) {
 
 void Memory::set_fill(bool on) {
     fill_enabled.store(on || std::getenv("ZORQ_MEMORY_CLOBBER") != nullptr, std::memory_order_relaxed);
-}
-
-void Memory::print() const {
-    std::printf("_total_bytes      = %d\n", total_bytes());
-    std::printf("_overage          = %d\n", overage());
-    std::printf("_total_bytes_high = %d\n", total_bytes_high());
-    std::printf("_overage_high     = %d\n", overage_high());
-    std::printf("_blocks           = %d\n\n", blocks());
-    for (int type = 0; type < MEMORY_MAX_TYPES; ++type)
-        if (count(type) != 0)
-            std::printf("%-20s\t%3d\t%3d\n", Mem_names[type], count(type), type_bytes(type));
 }
