@@ -24,7 +24,11 @@ std::string_view view_of(const char* s) {
 
 void LdfCopy::_open(const char* namep) {
     _ldfp.reset(new (std::nothrow) LdfWriter);
-    if (_ldfp != nullptr && _ldfp->open(namep, /*flags=*/0) == LDF_OK) return;
+    if (_ldfp != nullptr && _ldfp->open(namep, /*flags=*/0) == LDF_OK) {
+        _ldfp->sync_up_to(_synced_sev);
+        _ldfp->on_lost(_count, &_losses);
+        return;
+    }
     LogAdmin::report(SEV_ERR, __func__, __FILE__, __LINE__, MSG_LDF_OPEN_FAILED,
                      std::unique_ptr<MsgStruct>(MessageBuilder::process_args(
                          "There is an error opening the LDF file for '%s'.", namep)));
@@ -33,7 +37,7 @@ void LdfCopy::_open(const char* namep) {
 }
 
 // A message without a number is recorded with its text, any other with the arguments of its text.
-void LdfCopy::_put(const LogMessage& m, decltype(&LdfWriter::append) put) {
+bool LdfCopy::_put(const LogMessage& m, decltype(&LdfWriter::append) put, bool is_counted) {
     ldf_msg_header_t fixed = {};
     fixed.sev = one_byte(m.logical_sev);
     fixed.timestamp = static_cast<int32_t>(m.time);
@@ -42,8 +46,16 @@ void LdfCopy::_put(const LogMessage& m, decltype(&LdfWriter::append) put) {
     fixed.line_no = static_cast<uint32_t>(m.call.line);
     fixed.seq = LDF_NO_SEQ;
     const std::string_view whop = view_of(m.call.whop);
-    if (m.number() == 0)
-        (_ldfp.get()->*put)(fixed, view_of(m.call.filep), whop, {&m.text, 1});
-    else
-        (_ldfp.get()->*put)(fixed, m.source, whop, m.arguments().span());
+    const LdfAppend result = m.number() == 0
+                                 ? (_ldfp.get()->*put)(fixed, view_of(m.call.filep), whop, {&m.text, 1})
+                                 : (_ldfp.get()->*put)(fixed, m.source, whop, m.arguments().span());
+    if (result != LdfAppend::DONE && is_counted) _count(&_losses, result, m.logical_sev);
+    return result == LdfAppend::DONE;
+}
+
+void LdfCopy::_count(void* losses, LdfAppend why, int sev) {
+    LossReason reason = LossReason::WRITE;
+    if (why == LdfAppend::NO_ROOM) reason = LossReason::ROTATION;
+    if (why == LdfAppend::NOT_SYNCED) reason = LossReason::SYNC;
+    static_cast<LossLedger*>(losses)->note(reason, sev);
 }

@@ -19,7 +19,8 @@ public:
         return {_bytes + _size, ROOM - _size};
     }
     // The lines of a message are in the room. flush: they are not to wait in a stream's buffer.
-    void add(size_t size, bool flush) {
+    void add(size_t size, bool flush, int logical_sev) {
+        _severities[_count] = static_cast<int8_t>(logical_sev);
         _sizes[_count++] = static_cast<uint16_t>(size);
         _size += size;
         _flush = _flush || flush;
@@ -34,6 +35,7 @@ public:
     size_t size() const { return _size; } // bytes
     const char* bytes() const { return _bytes; }
     std::span<const uint16_t> sizes() const { return {_sizes, _count}; } // of each message
+    std::span<const int8_t> severities() const { return {_severities, _count}; }
 
 private:
     static_assert(ROOM <= UINT16_MAX);
@@ -42,5 +44,6 @@ private:
     size_t _size = 0;
     bool _flush = false;
     uint16_t _sizes[MESSAGES];
+    int8_t _severities[MESSAGES]; // logical ones
     char _bytes[ROOM];
 };

@@ -22,6 +22,7 @@ namespace {
 constexpr char ENV_ENABLE_LDF[] = "TAQ_ENABLE_LDF";
 constexpr char ENV_DEBUG_TAGS[] = "TAQ_DEBUG_LOG_TAGS";
 constexpr char ENV_MAXLEN[] = "QEN_LOG_MAXLEN";
+constexpr char ENV_SYNC[] = "QEN_LOG_SYNC";
 constexpr size_t SETTING_SIZE = 255;
 constexpr size_t PATH_SIZE = 4096;
 constexpr size_t SYSTEM_NAME_SIZE = 256;
@@ -30,6 +31,17 @@ constexpr char LOG_SUBDIR[] = "/log/";
 
 int int_value(const char* text) {
     return static_cast<int>(std::clamp<long>(strtol(text, nullptr, 10), INT_MIN, INT_MAX));
+}
+
+// Messages of which severities are waited for until the disk has them: up to this one.
+int synced_severity(const char* word) {
+    constexpr struct {
+        const char* word;
+        int sev;
+    } LEVELS[] = {{"critical", SEV_CRIT}, {"error", SEV_ERR}, {"all", SEV_INFO}};
+    for (const auto& level : LEVELS)
+        if (strcasecmp(word, level.word) == 0) return level.sev;
+    return -1; // "none"
 }
 
 // The folder of text logs under the data root, with a "/" behind it.
@@ -55,6 +67,10 @@ Log::Log() {
         }
     }
     set_maxlen(QENGetenv(ENV_MAXLEN, value, sizeof value) == 0 ? int_value(value) : LOG_DEFAULT_MAXLEN);
+    if (QENGetenv(ENV_SYNC, value, sizeof value) == 0) {
+        _file.sync_up_to(synced_severity(value));
+        _copy.sync_up_to(synced_severity(value));
+    }
 }
 
 Log::~Log() {
@@ -70,6 +86,9 @@ void Log::_release() {
     if (_namep != nullptr) LogIdentity::remove(_namep.get(), this);
     _namep.reset();
     if (_fp != nullptr && !_is_file_log) (void)QENStreamFlush(_fp); // nobody to tell
+    if (!_is_inherited()) (void)_file.settle(/*flush=*/true);
+    if (!_is_inherited() && _loss.is_due()) _tell_losses(); // the last chance
+    _loss.forget();
     _fp = nullptr;
     _file.close();
     _copy.close();

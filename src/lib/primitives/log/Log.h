@@ -42,13 +42,10 @@ class RecordDisplay;
 // together (LoggerThread.h). The messages of a thread keep their order. One from within the write of the same
 // log, by a stream of the program's, is dropped.
 //
-// The end: what was queued is written before a log is deleted and when the program calls exit; not before
-// _exit or a fatal signal. A thread calls exit (one in sigwait, say), never a signal handler: the interrupted
-// thread may hold what the logger thread needs. A class derived from Log that overrides write_log is deleted
-// after stop_logger.
+// The end: what was queued is written before a log is deleted and when a thread calls exit: LoggerThread.h. A
+// class derived from Log that overrides write_log is deleted after stop_logger.
 //
 // Forks: a child appends lines to the logs that it inherits and writes no records: LogFork.h.
-//
 // Logging never stops the program. What cannot be written is dropped, counted and told: LogLoss.h.
 class Log : public ILog, public MessageBuilder, public Pooled<MEM_LOG> {
 public:
@@ -58,7 +55,7 @@ public:
     static void destroy();
     static constexpr std::atomic<bool>& _verify_mode = LogIdentity::verify_mode;
 
-    // --- One log: ILog.h. The constructor reads TAQ_ENABLE_LDF, TAQ_DEBUG_LOG_TAGS and QEN_LOG_MAXLEN.
+    // --- One log: ILog.h. The constructor reads TAQ_ENABLE_LDF, TAQ_DEBUG_LOG_TAGS and QEN_LOG_*.
     Log();
     ~Log() override;
     Log(const Log&) = delete;
@@ -101,8 +98,9 @@ public:
     void write_log(time_t timet, int sev, const char* whop, const char* filep, int line, int flags, int cat,
                    int id, const char* msgp, MsgStruct* msg_structp) override;
 
-    // --- Lost messages: LogLoss.h.
+    // --- Lost messages, and what their listener may do: LogLoss.h. A null listener: none.
     const LogLoss& losses() const { return _loss; }
+    void on_loss(LossListener listener, void* context);
 
     // --- Messages for the administrator: LogAdmin.h. admin_msg takes the message over.
     static void admin_msg(int sev, const char* whop, const char* filep, int line, int cat, int id,
@@ -127,8 +125,7 @@ public:
                            int flags) override;
     void display_ldf_record(const ShownRecord& record, ArgViews args, int flags, LineBuffer& out);
 
-    // --- The logger thread and its queue: LoggerThread.h. Start it after the main thread captures:
-    // Capture.h.
+    // --- The logger thread and its queue: LoggerThread.h. Start it after the main thread captures.
     static void start_logger() { logger_thread().start(); }
     static void stop_logger() { logger_thread().stop(); }
     static bool run_thread() { return LoggerThread::is_running(); }
@@ -170,6 +167,8 @@ private:
     void _next();
     void _write_message(LogMessage& m, bool gathers);
     void _write_at_once(const LogMessage& m, bool is_recorded);
+    bool _put_line(const LogMessage& m, bool is_counted = true);
+    void _tell_losses();
     bool _gather(const LogMessage& m, bool is_recorded);
     void _write_gathered();
     // LogDisplay.cpp
@@ -177,18 +176,18 @@ private:
     RecordDisplay* _make_display();
     std::span<char> _line_room();
 
-    LogLock _lock;                // held by each call that uses what follows
-    unsigned _process = 0;        // QENForkCount() when the log was opened
-    FILE* _fp = nullptr;          // given stream, or that of _file; null until the first file is opened
-    TextLogFile _file;            // of a file log; counts for a given stream as well
-    NameLock _name_lock;          // of a file log
-    LdfCopy _copy;                // the records beside the lines
-    LogDebugTags _tags;           // needs no lock
-    std::atomic<int> _enabled{0}; // 1 once opened
-    bool _is_file_log = false;    // else on a given stream
+    LogLock _lock;                  // held by each call that uses what follows
+    unsigned _process = 0;          // QENForkCount() when the log was opened
+    FILE* _fp = nullptr;            // given stream, or that of _file; null until the first file is opened
+    LogLoss _loss;                  // counted without the lock
+    TextLogFile _file{_loss.lines}; // of a file log; counts for a given stream as well
+    NameLock _name_lock;            // of a file log
+    LdfCopy _copy{_loss.records};   // the records beside the lines
+    LogDebugTags _tags;             // needs no lock
+    std::atomic<int> _enabled{0};   // 1 once opened
+    bool _is_file_log = false;      // else on a given stream
     int _open_flags = 0;
     std::unique_ptr<char[]> _namep;
-    LogLoss _loss; // needs no lock
     LogCache _cache;
     LogCatalog _catalog; // closed unless the stream is a standard one
     LogLine _line{_catalog};

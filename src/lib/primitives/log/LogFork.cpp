@@ -65,6 +65,7 @@ bool Log::_is_inherited() const {
 // In a forked child. What the parent had not yet given to the file stays its own to write. When the state of
 // the log is not whole, not even the stream can be closed.
 void Log::_continue_in_child(bool is_whole) {
+    _loss.forget();
     if (is_whole) return _file.forget_unflushed();
     _file.abandon();
     _fp = nullptr;

@@ -2,51 +2,76 @@
 #include "primitives/log/LogLoss.h"
 
 #include <algorithm>
-#include <numeric>
-
-uint64_t LossCounts::of(LossReason reason) const {
-    const auto& counts = by[static_cast<size_t>(reason)];
-    return std::accumulate(counts.begin(), counts.end(), uint64_t{0});
-}
 
 uint64_t LossCounts::total() const {
     uint64_t sum = 0;
-    for (size_t r = 0; r < LOSS_REASONS; ++r) sum += of(static_cast<LossReason>(r));
+    for (const OfReason& counts : by)
+        for (const uint64_t count : counts) sum += count;
     return sum;
 }
 
-// The count comes first: take() resets the time before it collects the counts, so no count stays behind
-// without a time.
+// The count comes first. Either this thread finds no time and sets it, or told() finds the count behind the
+// time that it reset: so no count stays without a time.
 void LossLedger::note(LossReason reason, int logical_sev) {
     const auto sev = static_cast<size_t>(std::clamp<int>(logical_sev, SEV_CRIT, SEV_APP_END));
-    _counts[static_cast<size_t>(reason)][sev].fetch_add(1, std::memory_order_acq_rel);
+    _counts[static_cast<size_t>(reason)][sev].fetch_add(1);
     _total.fetch_add(1, std::memory_order_relaxed);
     int64_t none = 0;
-    if (_since.load(std::memory_order_acquire) == 0)
-        _since.compare_exchange_strong(none, time(nullptr), std::memory_order_acq_rel);
+    if (_since.load() == 0) _since.compare_exchange_strong(none, time(nullptr));
 }
 
-LossCounts LossLedger::take() {
-    LossCounts taken;
-    taken.since = _since.exchange(0, std::memory_order_acq_rel);
+LossCounts LossLedger::due() const {
+    LossCounts counts;
+    counts.since = _since.load();
     for (size_t r = 0; r < LOSS_REASONS; ++r)
-        for (size_t s = 0; s < LossCounts::SEVERITIES; ++s)
-            taken.by[r][s] = _counts[r][s].exchange(0, std::memory_order_acq_rel);
-    if (taken.since == 0 && taken.total() != 0) taken.since = time(nullptr); // a loss is just being noted
-    return taken;
+        std::copy(_counts[r].begin(), _counts[r].end(), counts.by[r].begin());
+    return counts;
 }
 
-void LossLedger::put_back(const LossCounts& untold) {
+void LossLedger::told(const LossCounts& counts, bool is_all) {
     for (size_t r = 0; r < LOSS_REASONS; ++r)
-        for (size_t s = 0; s < LossCounts::SEVERITIES; ++s)
-            _counts[r][s].fetch_add(untold.by[r][s], std::memory_order_relaxed);
-    int64_t found = _since.load(std::memory_order_relaxed);
-    while ((found == 0 || found > untold.since) &&
-           !_since.compare_exchange_weak(found, untold.since, std::memory_order_release)) {
-    }
+        for (size_t s = 0; s < LossCounts::SEVERITIES; ++s) _counts[r][s].fetch_sub(counts.by[r][s]);
+    if (!is_all) return;
+    _since.store(0);
+    int64_t none = 0;
+    if (due().total() != 0) _since.compare_exchange_strong(none, time(nullptr));
 }
 
 void LogLoss::note(LossReason reason, int logical_sev) {
     lines.note(reason, logical_sev);
     if (logical_sev < SEV_APP_END) records.note(reason, logical_sev);
+}
+
+bool LogLoss::wants_telling() const {
+    if (!is_due()) return false;
+    if (time(nullptr) != _told_at) return true;
+    const auto has_other = [](const LossCounts& counts) {
+        uint64_t queued = 0;
+        for (const uint64_t count : counts.of(LossReason::QUEUE)) queued += count;
+        return counts.total() != queued;
+    };
+    return has_other(lines.due()) || has_other(records.due());
+}
+
+void LogLoss::forget() {
+    lines.told(lines.due(), /*is_all=*/true);
+    records.told(records.due(), /*is_all=*/true);
+    _is_announced = false;
+}
+
+void LogLoss::listen(LossListener listener, void* context) {
+    _listener = listener;
+    _context = context;
+}
+
+void LogLoss::announce() {
+    if (_is_announced) return;
+    _is_announced = true;
+    if (_listener != nullptr) _listener({/*is_told=*/false, lines.due(), records.due()}, _context);
+}
+
+void LogLoss::announce_told(const LossNews& n) {
+    _is_announced = is_due();
+    _told_at = time(nullptr);
+    if (_listener != nullptr) _listener(n, _context);
 }

@@ -98,10 +98,15 @@ void Log::_log(LogMessage& m, bool may_gather) {
     if (!inside) return; // within a write or display of this log
     const bool gathers = may_gather && _is_file_log && !_is_inherited();
     if (!gathers || _file.is_full() || _copy.is_full()) _write_gathered();
-    if (!_has_stream())
-        QENSyslog(SEV_ERR, "Log File Pointer is NULL");
-    else if (m.classify(_open_flags, _tags))
+    const bool has_stream = _has_stream();
+    if (!has_stream) QENSyslog(SEV_ERR, "Log File Pointer is NULL");
+    if (!m.classify(_open_flags, _tags)) return;
+    if (_loss.wants_telling()) _tell_losses();
+    if (has_stream)
         _write_message(m, gathers);
+    else
+        _loss.note(LossReason::ROTATION, m.logical_sev);
+    if (_loss.is_due()) _loss.announce();
 }
 
 // Whether there is a stream to write to. In a forked child it is that of the file which the parent writes
@@ -142,15 +147,20 @@ void Log::_write_message(LogMessage& m, bool gathers) {
 }
 
 void Log::_write_at_once(const LogMessage& m, bool is_recorded) {
+    (void)_put_line(m);
+    if (is_recorded) (void)_copy.add(m);
+}
+
+// is_counted: its loss is. False: it is lost.
+bool Log::_put_line(const LogMessage& m, bool is_counted) {
     const bool flush = is_flushed(m, _tags);
-    _file.begin();
+    _file.begin(m.logical_sev, is_counted);
     LineBuffer line(_fp, _line_room(), _is_file_log ? LineBuffer::A_FILE : LineBuffer::ANY_STREAM);
     const size_t counted = _line.put(m, line);
     const size_t size = line.size();
     if (line.send(/*at_once=*/flush) == size) _file.count(counted, size);
-    if (is_recorded) _copy.add(m);
     if (flush && !_is_file_log) (void)QENStreamFlush(_fp); // as other write errors
-    _file.settle(flush);
+    return _file.settle(flush);
 }
 
 // ---- Gathering: what the logger thread has before it in its list is written together
@@ -166,13 +176,15 @@ bool Log::_gather(const LogMessage& m, bool is_recorded) {
     if (room.data() == nullptr) return false;
     LineBuffer line(_fp, room, LineBuffer::A_FILE);
     const size_t counted = _line.put(m, line);
-    _file.gather(counted, line.size(), is_flushed(m, _tags));
+    _file.gather(counted, line.size(), is_flushed(m, _tags), m.logical_sev);
     if (is_recorded) _copy.gather(m);
     return true;
 }
 
-// The records and their header first: then a line that is there has its record.
+// The records and their header first: then a line that is there has its record. When the disk is waited for,
+// the lines come first, as without the logger thread.
 void Log::_write_gathered() {
+    if (_file.waits_for_gathered()) _file.write_gathered();
     _copy.write_gathered();
     _file.write_gathered();
 }

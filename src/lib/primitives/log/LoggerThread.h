@@ -19,6 +19,10 @@ struct vlog_msg_t;
 // before the administrator hears of it. After 1,000 messages the thread pauses for a millisecond, with
 // nothing gathered.
 //
+// What was queued is written before a log is deleted and when the program calls exit; not before _exit or a
+// fatal signal. exit is called by a thread, one that waits for signals with sigwait for instance, not within
+// a signal handler: the thread that the handler interrupted may hold what the logger thread needs.
+//
 // There is one object in a process, logger_thread(). Any thread may call any function.
 class LoggerThread {
 public:

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "platform/unix/QENDescriptors.h"
 #include "platform/unix/QENFileSystem.h"
@@ -55,7 +56,7 @@ bool TextLogFile::open() {
 void TextLogFile::close() {
     write_gathered();
     if (_stream != nullptr) {
-        begin(); // nothing of a parent's is written a second time
+        if (_is_cut || _is_inherited()) _begin_anew(); // nothing of a parent's is written a second time
         if (fflush(_stream) != 0) _mend();
         fclose(_stream);
     }
@@ -74,9 +75,11 @@ bool TextLogFile::_use(int fd, off_t size) {
     if (_stream != nullptr) fclose(_stream);
     _stream = stream;
     _bytes = QENSaturatedFileSize(size);
+    _files.expect_sync();
     _full_at = QENFileSizeLimit() - static_cast<off_t>(LineBuffer::CAPACITY);
     _flushed = size;
     _pending = 0;
+    _unflushed = 0;
     _forks = QENForkCount();
     _requested = _is_cut = false;
     return true;
@@ -166,6 +169,7 @@ void TextLogFile::forget_unflushed() {
     if (_stream != nullptr) QENStreamPurge(_stream);
     if (_lines != nullptr) _lines->clear();
     _pending = 0;
+    _unflushed = 0;
 }
 
 void TextLogFile::abandon() {
@@ -186,15 +190,20 @@ void TextLogFile::_begin_anew() {
     _is_cut = false;
 }
 
-void TextLogFile::settle(bool flush) {
-    if (_stream == nullptr) return;
+bool TextLogFile::settle(bool flush) {
+    if (_stream == nullptr) return true;
     if (flush) (void)fflush(_stream);
     if (ferror(_stream) != 0) {
         _mend();
-    } else if (flush) {
-        _flushed += _pending;
-        _pending = 0;
+        return false;
     }
+    if (!flush) return true;
+    _flushed += _pending;
+    _pending = 0;
+    _unflushed = 0;
+    const int sev = std::exchange(_sev, NO_SEVERITY);
+    if (_is_synced(sev) && !_sync() && _is_counted) _losses.note(LossReason::SYNC, sev);
+    return true;
 }
 
 // ---- Gathered lines
@@ -206,18 +215,22 @@ std::span<char> TextLogFile::room_for(size_t size) {
 
 // Debug messages may have waited in the stream's buffer since before.
 void TextLogFile::_write_gathered() {
-    begin();
     const size_t size = _lines->size();
+    begin(SEV_APP_END);
     if (!_lines->wants_flush()) {
+        _unflushed += static_cast<int64_t>(_lines->sizes().size()) - 1;
         _pending += static_cast<off_t>(fwrite_unlocked(_lines->bytes(), 1, size, _stream));
         settle(/*flush=*/false);
     } else {
+        --_unflushed; // these do not go through the stream
         settle(/*flush=*/true);
         const size_t written = QENAppend(fileno(_stream), _lines->bytes(), size);
-        if (written == size)
+        if (written == size) {
             _flushed += static_cast<off_t>(size);
-        else
+            _sync_gathered(_lines->sizes().size());
+        } else {
             _write_rest(written);
+        }
     }
     _lines->clear();
 }
@@ -229,13 +242,29 @@ void TextLogFile::_write_rest(size_t written) {
     size_t i = 0, at = 0;
     while (at + sizes[i] <= written) at += sizes[i++];
     _flushed += static_cast<off_t>(at);
+    _sync_gathered(i);
+    if (at < written) begin(_lines->severities()[i]);
     _mend();
     if (at < written) at += sizes[i++];
     for (; i < sizes.size(); at += sizes[i++]) {
-        begin();
+        begin(_lines->severities()[i]);
         count(sizes[i], fwrite_unlocked(_lines->bytes() + at, 1, sizes[i], _stream));
         settle(/*flush=*/true);
     }
+}
+
+bool TextLogFile::waits_for_gathered() const {
+    return _lines != nullptr && std::any_of(_lines->severities().begin(), _lines->severities().end(),
+                                            [this](int sev) { return _is_synced(sev); });
+}
+
+// Waits for the disk once if one of the first `count` messages asks for it.
+void TextLogFile::_sync_gathered(size_t count) {
+    const auto severities = _lines->severities().first(count);
+    const auto is_synced = [this](int sev) { return _is_synced(sev); };
+    if (std::none_of(severities.begin(), severities.end(), is_synced) || _sync()) return;
+    for (const int sev : severities)
+        if (is_synced(sev)) _losses.note(LossReason::SYNC, sev);
 }
 
 void TextLogFile::_mend() {
@@ -243,13 +272,31 @@ void TextLogFile::_mend() {
     QENStreamPurge(_stream);
     const int fd = fileno(_stream);
     QENFileState file;
-    if (!QENStateOfOpen(fd, file)) return;
+    if (!QENStateOfOpen(fd, file)) return _count_lost(fd, /*end=*/_flushed);
     const int64_t end = _end_of_lines(fd, file.size);
     // A child leaves to its parent what may be the parent's own line on its way.
+    _count_lost(fd, end);
     _is_cut = end < file.size && (_owner != QENForkCount() || !QENTruncateFile(fd, end));
     _bytes = QENSaturatedFileSize(_is_cut ? file.size : end);
     _flushed = end;
     _pending = 0;
+}
+
+// The stream takes no bytes behind those that it lost, so the latest message is always among the lost ones.
+// Those before it were debug messages.
+void TextLogFile::_count_lost(int fd, off_t end) {
+    char block[512];
+    int64_t lost = std::exchange(_unflushed, 0);
+    const int sev = std::exchange(_sev, NO_SEVERITY);
+    if (lost == 0) return; // the header of a new file
+    for (off_t at = _flushed; at < end && lost > 1;) {
+        const auto n = static_cast<size_t>(std::min<off_t>(sizeof block, end - at));
+        if (!QENReadAt(fd, block, n, at)) break;
+        lost -= std::count(block, block + n, '\n');
+        at += static_cast<off_t>(n);
+    }
+    if (_is_counted) _losses.note(LossReason::WRITE, sev);
+    for (; lost > 1; --lost) _losses.note(LossReason::WRITE, SEV_APP_END);
 }
 
 // The end of the last whole line behind _flushed. Others may have appended lines there as well: forked

@@ -6,8 +6,10 @@
 #include <cstdio>
 #include <memory>
 
+#include "platform/unix/QENFileSystem.h"
 #include "primitives/files/Generations.h"
 #include "primitives/log/LineBatch.h"
+#include "primitives/log/LogLoss.h"
 
 inline constexpr int LOG_DEFAULT_MAXLEN = 33554432; // bytes at which a text log is rotated
 inline constexpr int LOG_MIN_MAXLEN = 65536;
@@ -16,10 +18,13 @@ inline constexpr int LOG_MIN_MAXLEN = 65536;
 // is opened for appending, so a forked child adds its lines behind those of its parent; a child rotates
 // nothing. A log on a given stream only counts.
 //
+// Messages whose lines are lost are counted in a ledger, those that waited in the stream's buffer too. Among
+// those, a message of several lines may hide the loss of another.
+//
 // Used by one thread at a time.
 class TextLogFile {
 public:
-    TextLogFile() = default;
+    explicit TextLogFile(LossLedger& losses) : _losses(losses) {}
     ~TextLogFile() { close(); }
     TextLogFile(const TextLogFile&) = delete;
     TextLogFile& operator=(const TextLogFile&) = delete;
@@ -50,6 +55,10 @@ public:
     FILE* stream() const { return _stream; } // null: not open
     char* path() const { return _files.current(); }
 
+    // Messages of severities up to this one are waited for until the disk has them, and the names of the
+    // files. Negative, as at first: none.
+    void sync_up_to(int sev) { _synced_sev = sev; }
+
     // Size in bytes at which wants_new() answers yes.
     void set_maxlen(int bytes) { _maxlen = bytes; }
 
@@ -75,27 +84,33 @@ public:
     // before. When the disk refuses a part of them, those behind the line that it cut are written one by one.
     // room_for: room for a line of up to `size` bytes; null data when there is none, or none any more.
     std::span<char> room_for(size_t size);
-    void gather(size_t counted, size_t size, bool flush) {
+    void gather(size_t counted, size_t size, bool flush, int logical_sev) {
         _count_size(counted);
-        _lines->add(size, flush);
+        _lines->add(size, flush, logical_sev);
     }
+    bool waits_for_gathered() const; // a gathered message is one that is waited for
     void write_gathered() {
         if (_lines != nullptr && !_lines->is_empty()) _write_gathered();
     }
 
     // Before a message: a forked child drops what its parent had not flushed; behind a line that was cut, by
-    // a full disk or a death, a new line begins.
-    void begin() {
-        if (_stream != nullptr && (_is_cut || _is_inherited())) _begin_anew();
+    // a full disk or a death, a new line begins. is_counted: its loss is.
+    void begin(int logical_sev, bool is_counted = true) {
+        _sev = logical_sev;
+        _is_counted = is_counted;
+        if (_stream == nullptr) return;
+        if (_is_cut || _is_inherited()) _begin_anew();
+        ++_unflushed;
     }
 
     // After a message: flushes if wanted. When the disk refused something, the size is that of the file, and
     // the start of a line that was cut leaves it again. Nothing is reported: the disk may have room for the
-    // next message.
-    void settle(bool flush);
+    // next message. False: the message is lost.
+    bool settle(bool flush);
 
 private:
     static constexpr off_t NEVER = INT64_MAX;
+    static constexpr int NO_SEVERITY = INT_MAX;
 
     void _count_size(size_t counted) {
         const size_t room = static_cast<size_t>(INT_MAX - _bytes);
@@ -115,6 +130,15 @@ private:
     std::string_view _header_now();
     void _mend();
     off_t _end_of_lines(int fd, off_t size) const;
+    void _count_lost(int fd, off_t end);
+    bool _is_synced(int sev) const { return sev >= 0 && sev <= _synced_sev; }
+    bool _sync() { return QENSyncData(fileno(_stream)) && _files.sync_names(); }
+    void _sync_gathered(size_t count);
+
+    LossLedger& _losses;
+    int _synced_sev = -1;
+    int _sev = NO_SEVERITY;   // of the message in hand, or the latest one
+    bool _is_counted = false; // whether its loss is
 
     Generations _files;
     PathText _header;        // the lines that stay, and room for the rest
@@ -128,6 +152,7 @@ private:
     unsigned _owner = 0;               // of the process that named the log
     off_t _flushed = 0;                // file offset up to which this process wrote whole messages
     off_t _pending = 0;                // bytes given to the stream since
+    int64_t _unflushed = 0;            // messages begun since
     std::unique_ptr<LineBatch> _lines; // gathered; made for the first one
     off_t _full_at = NEVER;            // size beyond which the file may not have room for another line
     RetryPause _pause;                 // between attempts at a rotation that is blocked

@@ -29,9 +29,11 @@ protected:
         }
         return all;
     }
-    // Puts the same messages into two logs, one by one and gathered. They must leave the same.
+    // Puts the same messages into two logs, one by one and gathered, within one second, since a log tells
+    // when it lost messages. They must leave the same.
     using Put = std::function<void(Log&, const std::function<void(vlog_msg_t*)>&)>;
     void compare(const Put& put) const {
+        const time_t start = time(nullptr);
         {
             const auto single = opened("single"), joined = opened("joined");
             put(*single, [&](vlog_msg_t* record) {
@@ -44,10 +46,12 @@ protected:
             RecordWriter writer(1h);
             put(*joined, [&](vlog_msg_t* record) { writer.write(record); });
         }
-        EXPECT_TRUE(files("single") == files("joined"));
+        const bool in_one_second = time(nullptr) == start;
+        EXPECT_TRUE(!in_one_second || files("single") == files("joined"));
         EXPECT_FALSE(files("single").empty());
         for (const char* folder : {"log", "ldf"}) remove_tree(dir.path(folder));
         dir.make("ldf");
+        if (!in_one_second) compare(put);
     }
 };
 

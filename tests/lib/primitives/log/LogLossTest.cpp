@@ -1,0 +1,177 @@
+// What a log tells about messages that it lost, and which messages it waits for until the disk has them.
+#include <cerrno>
+#include <regex>
+
+#include "LogFixture.h"
+#include "primitives/ldf/LdfReader.h"
+#include "support/SystemCalls.h"
+
+namespace {
+
+// One kind of call fails while it lives.
+struct Failing {
+    explicit Failing(std::string_view name, size_t size = 0) {
+        system_call_plan = [=](const SystemCall& call) {
+            return call.name == name && (size == 0 || call.size == size) ? ssize_t{-EIO} : PASS;
+        };
+    }
+    ~Failing() { system_call_plan = nullptr; }
+};
+
+class LogLossTest : public LogFixture {
+protected:
+    LogLossTest() { LdfReader::init(); }
+    ~LogLossTest() override { unsetenv("QEN_LOG_SYNC"); }
+
+    size_t text_size() const { return std::filesystem::file_size(log_path("engine_A.log")); }
+    static void send(Log& log, const char* text, int sev = SEV_INFO) {
+        log.write_buf("f", "g", 1, sev, BARE, 25, 1, text, text);
+    }
+    // Lines and records alike: the text of a message, or what a telling one tells: its number, how many
+    // messages, and how many of them were critical, errors, warnings and others.
+    Strings texts() const {
+        Strings all;
+        std::istringstream in(body());
+        for (std::string line; std::getline(in, line);) {
+            if (line[0] == '.') continue;
+            std::smatch told;
+            static const std::regex telling(
+                R"(.* (\w+) K-16-1-(\d+) (\d+) messages .*since [\d/]{10} [\d:]{8} \((\d+) \w+, (\d+) \w+, (\d+) \w+, (\d+) .*)");
+            if (std::regex_match(line, told, telling)) line = told.format("$2: $3=$4+$5+$6+$7 $1");
+            all.push_back(line);
+        }
+        return all;
+    }
+    static Strings recorded() {
+        Strings all;
+        LdfReader reader;
+        EXPECT_EQ(LDF_OK, reader.open(nullptr, "engine_A"));
+        for (LdfRecordView view; reader.next_record({}, view) == LDF_OK;) {
+            const auto arg = [&](size_t i) { return std::string(view.argv()[i]); };
+            const std::string sev = ulog_app_sev_name(view.header.sev);
+            const unsigned number = view.header.msgcat_id & 0xFFFF;
+            all.push_back(number == 1 ? arg(0)
+                                      : std::to_string(number) + ": " + arg(0) + "=" + arg(2) + "+" + arg(3) +
+                                            "+" + arg(4) + "+" + arg(5) + " " + sev);
+        }
+        return all;
+    }
+};
+
+TEST_F(LogLossTest, EachFileTellsWhatItLacks) {
+    struct Heard {
+        std::string news;
+        static void hear(const LossNews& n, void* self) {
+            static_cast<Heard*>(self)->news += (n.is_told ? "told " : "lost ") +
+                                               std::to_string(n.lines.total()) + "/" +
+                                               std::to_string(n.records.total()) + " ";
+        }
+    } heard;
+    const auto log = opened("engine");
+    log->on_loss(Heard::hear, &heard);
+    send(*log, "a");
+    log->write_dbg(DBG_1, "f", "g", 1, BARE, 1, 1, std::string(3000, '.').c_str());
+    send(*log, "b"); // the text log is longer than the record file now
+    {
+        const FullDisk limit(text_size());
+        send(*log, "record only", SEV_ERR);
+        const Failing records("pwrite");
+        for (const int sev : {SEV_CRIT, SEV_ERR, SEV_WARN, SEV_NOTE, SEV_INFO, SEV_INFO})
+            send(*log, "none", sev);
+    }
+    EXPECT_EQ("lost 1/0 ", heard.news) << "once, however many";
+    {
+        const Failing records("pwrite");
+        send(*log, "line only", SEV_WARN);
+        EXPECT_EQ("lost 1/0 told 7/0 ", heard.news) << "the record file has not told yet";
+    }
+    send(*log, "c");
+    EXPECT_EQ((Strings{"a", "b", "50880: 7=1+2+1+3 ERROR", "line only", "c"}), texts());
+    EXPECT_EQ((Strings{"a", "b", "record only", "50880: 7=1+1+2+3 ERROR", "c"}), recorded());
+    EXPECT_EQ("lost 1/0 told 7/0 told 0/7 ", heard.news);
+    EXPECT_EQ(7u, log->losses().lines_lost());
+    EXPECT_EQ(7u, log->losses().records_lost());
+    EXPECT_FALSE(log->losses().is_due());
+}
+
+TEST_F(LogLossTest, UnflushedDebugMessagesCountWhenTheirBufferIsLost) {
+    auto log = opened("engine");
+    log->enable_debug("DBG_1");
+    const auto debug = [&](const char* text) { log->write_dbg(DBG_1, "f", "g", 1, BARE, 1, 1, text); };
+    {
+        debug("first");
+        const FullDisk limit(text_size() + 12);
+        for (const char* text : {"second", "third"}) debug(text);
+        send(*log, "x"); // the first two debug lines are the last that fit
+    }
+    log.reset(); // what is due is told at the latest now
+    const Strings all = texts();
+    ASSERT_EQ(2u, all.size()) << body();
+    EXPECT_EQ("first", all[0]);
+    EXPECT_EQ("50880: 3=0+0+0+3 WARNING", all[1]);
+}
+
+TEST_F(LogLossTest, EachReasonHasItsMessage) {
+    setenv("QEN_LOG_SYNC", "all", 1);
+    const FullDisk limit(LDF_RECORD_MAX + LDF_HEADER_SIZE + 600); // a record may start in these 600 bytes
+    const auto log = opened("engine");
+    send(*log, "makes the files");
+    {
+        const Failing rotation("rename");
+        for (int i = 0; i < 100 && log->losses().records_lost() == 0; ++i) send(*log, "a", SEV_CRIT);
+    }
+    {
+        const Failing disk("fdatasync");
+        send(*log, "unconfirmed"); // the line may be there, the record is taken back
+    }
+    send(*log, "b");
+    EXPECT_EQ((Strings{"50882: 1=1+0+0+0 ERROR", "50883: 1=0+0+0+1 WARNING", "b"}), recorded());
+}
+
+// p: a record or a header is written, d: a file's data is waited for, n: names.
+TEST_F(LogLossTest, WaitsForTheDiskInOrderAndOnlyWhenAsked) {
+    const char* const NEW_FILES = "dnnpdnnpd"; // the first time the directories themselves, too
+    struct {
+        const char* level;
+        int sev;
+        const char* calls;
+    } const cases[] = {
+        {nullptr, SEV_CRIT, "pp"},         {"none", SEV_CRIT, "pp"},      {"critical", SEV_ERR, "pp"},
+        {"critical", SEV_CRIT, NEW_FILES}, {"error", SEV_WARN, "pp"},     {"error", SEV_ERR, NEW_FILES},
+        {"all", SEV_INFO, NEW_FILES},      {"sometimes", SEV_CRIT, "pp"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << (c.level != nullptr ? c.level : "unset") << " " << c.sev);
+        std::filesystem::remove_all(root + "/log");
+        std::filesystem::remove_all(root + "/ldf");
+        c.level != nullptr ? setenv("QEN_LOG_SYNC", c.level, 1) : unsetenv("QEN_LOG_SYNC");
+        std::string calls;
+        const auto log = opened("engine");
+        send(*log, "makes the files");
+        const bool waits = strlen(c.calls) > 2;
+        if (waits && c.sev != SEV_INFO) calls.clear();
+        system_call_plan = [&](const SystemCall& call) {
+            if (call.name == "pwrite") calls += 'p';
+            if (call.name == "fdatasync") calls += 'd';
+            if (call.name == "fsync") calls += 'n';
+            return PASS;
+        };
+        send(*log, "a", c.sev);
+        EXPECT_EQ(waits && c.sev == SEV_INFO ? "dpdpd" : c.calls, calls);
+        calls.clear();
+        send(*log, "b", c.sev);
+        EXPECT_EQ(waits ? "dpdpd" : "pp", calls);
+        log->rotate();
+        calls.clear();
+        send(*log, "c", c.sev);
+        EXPECT_EQ(waits ? "pdnpdpd" : "ppp", calls) << "its header, and its name";
+        log->enable_debug("DBG_1");
+        log->set_flush_debug("DBG_1");
+        calls.clear();
+        log->write_dbg(DBG_1, "f", "g", 1, BARE, 1, 1, "debug");
+        system_call_plan = nullptr;
+        EXPECT_EQ("", calls);
+    }
+}
+
+} // namespace
