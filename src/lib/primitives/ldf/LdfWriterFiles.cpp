@@ -212,5 +212,7 @@ int LdfWriter::_recover() {
 
 // Rotates the generations. While that fails, file A stays open as it is.
 void LdfWriter::_next() {
+    // What is not waited for may lag behind a header that is on the disk already. Nobody mends file B later.
+    if (_synced_sev >= 0 && _opened != 0) (void)QENSyncData(fileno(_fp)); // no promise covers these records
     (void)_install_new(&Generations::rotate);
 }

@@ -111,6 +111,41 @@ TEST_F(LogLossTest, UnflushedDebugMessagesCountWhenTheirBufferIsLost) {
     EXPECT_EQ("50880: 3=0+0+0+3 WARNING", all[1]);
 }
 
+// The parent's losses are the parent's to tell.
+TEST_F(LogLossTest, AChildTellsItsOwnLossesOnly) {
+    const auto log = opened("engine");
+    send(*log, "a");
+    {
+        const FullDisk limit(text_size());
+        send(*log, "lost");
+    }
+    EXPECT_EQ(0, wait_for(start([&] { send(*log, "child"), _exit(0); })));
+    send(*log, "b");
+    EXPECT_EQ((Strings{"a", "child", "50880: 1=0+0+0+1 WARNING", "b"}), texts());
+}
+
+TEST_F(LogLossTest, AFullQueueIsToldOnceASecond) {
+    time_t second;
+    LogLoss loss;
+    bool after_queue, after_write;
+    do {
+        second = time(nullptr);
+        loss.note(LossReason::QUEUE, SEV_INFO);
+        EXPECT_TRUE(loss.wants_telling());
+        const LossNews news = {true, loss.lines.due(), loss.records.due()};
+        loss.note(LossReason::QUEUE, MessageBuilder::logical_sev(DBG_1)); // meanwhile, and without a record
+        loss.lines.told(news.lines, true);
+        loss.records.told(news.records, true);
+        loss.announce_told(news);
+        EXPECT_TRUE(loss.lines.is_due() && !loss.records.is_due());
+        after_queue = loss.wants_telling();
+        loss.lines.note(LossReason::WRITE, SEV_INFO);
+        after_write = loss.wants_telling();
+        loss.forget();
+    } while (time(nullptr) != second);
+    EXPECT_TRUE(!after_queue && after_write);
+}
+
 TEST_F(LogLossTest, EachReasonHasItsMessage) {
     setenv("QEN_LOG_SYNC", "all", 1);
     const FullDisk limit(LDF_RECORD_MAX + LDF_HEADER_SIZE + 600); // a record may start in these 600 bytes
