@@ -1,5 +1,5 @@
-// What a writer of log files asks of the system, call by call: Recorder.cpp stands before the C library in the
-// program that lists it.
+// What a writer of log files asks of the system, call by call: Recorder.cpp stands before the C library in
+// the program that lists it.
 #pragma once
 
 #include <cstdint>
