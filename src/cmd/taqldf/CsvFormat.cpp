@@ -1,6 +1,5 @@
 // A record as a line of comma-separated values (RFC 4180), with the names of the JSON form in the first line.
 // Lines end with a newline alone. Control characters are visible, so a record is one line.
-#include <charconv>
 #include <cstring>
 
 #include "ExportedRecord.h"
@@ -10,7 +9,6 @@
 namespace {
 
 constexpr std::string_view STARTS_OF_FORMULAS = "=+-@\t";
-constexpr size_t NUMBER_SIZE = 24;
 constexpr size_t FIELDS = 28;
 constexpr std::string_view ARG_NAMES[LDF_MAX_ARGS] = {"arg_a", "arg_b", "arg_c", "arg_d", "arg_e", "arg_f"};
 
@@ -40,7 +38,7 @@ struct PlainSink {
         *end++ = ',';
     }
     void number(std::string_view, int64_t number) {
-        end = std::to_chars(end, end + NUMBER_SIZE, number).ptr;
+        end = put_number(end, number);
         *end++ = ',';
     }
     void args(const ExportedRecord& f) {
@@ -76,7 +74,7 @@ struct QuotingSink {
     }
     void number(std::string_view, int64_t number) {
         char digits[NUMBER_SIZE];
-        const char* const end = std::to_chars(digits, digits + NUMBER_SIZE, number).ptr;
+        const char* const end = put_number(digits, number);
         text("", {digits, static_cast<size_t>(end - digits)}, NO_ODDITIES);
     }
     void args(const ExportedRecord& f) {

@@ -1,5 +1,4 @@
 // A record as a line of JSON, always with the same keys in the same order.
-#include <charconv>
 #include <cstring>
 
 #include <rapidjson/stringbuffer.h>
@@ -55,7 +54,6 @@ std::string base64(std::string_view bytes) {
 
 using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
 
-constexpr size_t NUMBER_SIZE = 24;
 constexpr size_t NAMES_SIZE = 512; // of all names, with what stands around them
 
 // Fields in which nothing must be escaped, into room that suffices for all.
@@ -88,7 +86,7 @@ struct PlainSink {
     template <size_t N>
     void number(const char (&number_name)[N], int64_t number) {
         name(number_name);
-        end = std::to_chars(end, end + NUMBER_SIZE, number).ptr;
+        end = put_number(end, number);
     }
     void args(const ExportedRecord& f) {
         name("args");

@@ -43,11 +43,6 @@ LogSource::~LogSource() {
     if (_fd >= 0) QENCloseDescriptor(_fd);
 }
 
-FoundRecord LogSource::record() const {
-    const FoundPlace& place = _found[_current];
-    return {_run.bytes + place.at, _files.back().get(), _run.offset + place.at, place.number};
-}
-
 bool LogSource::_find_more() {
     _current = 0;
     _found.clear();

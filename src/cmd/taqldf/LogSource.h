@@ -42,7 +42,10 @@ public:
 
     // Goes on to the next record. False: there are no more.
     bool next() { return ++_current < _found.size() || _find_more(); }
-    FoundRecord record() const;
+    FoundRecord record() const {
+        const FoundPlace& place = _found[_current];
+        return {_run.bytes + place.at, _files.back().get(), _run.offset + place.at, place.number};
+    }
     // The time of the current record, or of an earlier one of this log if that is later: it never falls, so
     // records keep their order although a clock was set back.
     int32_t key() const { return _found[_current].key; }

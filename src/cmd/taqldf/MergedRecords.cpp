@@ -18,7 +18,7 @@ bool MergedRecords::next(FoundRecord& record) {
             first = _heap.back();
             _heap.pop_back();
         }
-        _sink(0);
+        if (_heap.size() > 1) _sink(0);
     }
     _has_begun = true;
     if (_heap.empty()) return false;

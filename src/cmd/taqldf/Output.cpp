@@ -24,7 +24,7 @@ bool Output::open(const std::string& path) {
             return false;
         }
     }
-    _room.reset(new char[ROOM]);
+    _room = raw_room<char>(ROOM);
     _lines =
         std::make_unique<LineBuffer>(_file != nullptr ? _file : stdout, std::span<char>(_room.get(), ROOM));
     return true;

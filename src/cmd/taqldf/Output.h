@@ -7,6 +7,7 @@
 
 #include "Problems.h"
 #include "primitives/log/LineBuffer.h"
+#include "primitives/memory/RawRoom.h"
 
 class Output {
 public:
@@ -32,7 +33,7 @@ private:
     bool _give_up();
 
     Problems& _problems;
-    std::unique_ptr<char[]> _room;
+    RawRoom<char> _room;
     std::unique_ptr<LineBuffer> _lines;
     std::string _path, _unfinished; // "" for standard output
     FILE* _file = nullptr;          // owned; null for standard output

@@ -166,7 +166,7 @@ std::unique_ptr<TextSearch> TextSearch::make(const std::vector<TextCondition>& c
         }
         search->_conditions.push_back({std::move(expression), condition.is_negated});
     }
-    search->_block.resize(BLOCK_SIZE + MessageTexts::SIZE + 1);
+    search->_block = raw_room<char>(BLOCK_SIZE + MessageTexts::SIZE + 1);
     if (search->_conditions.size() != 1) return search;
     const std::string& expression = search->_conditions.front().expression->pattern();
     search->_prepare_blocks(expression, options.ignores_case);
@@ -220,7 +220,7 @@ bool TextSearch::may_match(const unsigned char* record, size_t place) {
     }
     LdfRecordView view;
     ldf_view_record(record, view);
-    char* const text = _block.data() + _used;
+    char* const text = _block.get() + _used;
     const size_t size = _texts.compose(_texts.of(msgcat_id), {view.argv(), view.argc()}, text);
     if (_in_block == nullptr || std::memchr(text, '\n', size) != nullptr) {
         _decide(place, _matches_alone({text, size}));
@@ -228,7 +228,7 @@ bool TextSearch::may_match(const unsigned char* record, size_t place) {
     }
     _lines.push_back({_used, place});
     _used += size;
-    _block[_used++] = '\n';
+    _block.get()[_used++] = '\n';
     if (_used > BLOCK_SIZE) _search_block();
     return true;
 }
@@ -299,7 +299,7 @@ bool TextSearch::_matches_alone(std::string_view text) const {
 // before.
 void TextSearch::_search_block() {
     const bool is_negated = _conditions.front().is_negated;
-    const re2::StringPiece block(_block.data(), _used);
+    const re2::StringPiece block(_block.get(), _used);
     size_t line = 0;
     while (line < _lines.size()) {
         re2::StringPiece match;
@@ -309,7 +309,7 @@ void TextSearch::_search_block() {
             _decide(_lines[line++].place, is_negated);
         const size_t end = line + 1 < _lines.size() ? _lines[line + 1].start : _used;
         _decide(_lines[line].place,
-                _matches_alone({_block.data() + _lines[line].start, end - 1 - _lines[line].start}));
+                _matches_alone({_block.get() + _lines[line].start, end - 1 - _lines[line].start}));
         ++line;
     }
     while (line < _lines.size()) _decide(_lines[line++].place, is_negated);

@@ -12,6 +12,7 @@
 #include "FoundPlace.h"
 #include "MessageTexts.h"
 #include "primitives/ldf/LdfStream.h"
+#include "primitives/memory/RawRoom.h"
 
 namespace re2 {
 class RE2;
@@ -94,7 +95,7 @@ private:
     bool _is_prepared = false;     // the atoms were looked for in the run
     bool _folds_strangely = false; // the run holds one of the strange letters
 
-    std::vector<char> _block;
+    RawRoom<char> _block;
     size_t _used = 0;
     std::vector<Line> _lines; // of the block
     std::vector<size_t> _dropped;

@@ -1,6 +1,7 @@
 // Puts the parts together: sources, merge, filter, format, output.
 #include "run_records.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -87,6 +88,14 @@ std::unique_ptr<RecordFormat> make_format(const Options& options, bool has_sever
     return nullptr;
 }
 
+// The reader's display opens catalogs of its own. A language is tried in any case.
+bool needs_texts(const Options& options) {
+    const auto& clauses = options.filter.clauses;
+    return options.format != FormatName::TAQMSG || !options.lang.empty() ||
+           std::any_of(clauses.begin(), clauses.end(),
+                       [](const FilterClause& clause) { return clause.kind == FilterClause::TEXT; });
+}
+
 // Null with the reason in `error`: an expression is wrong.
 std::unique_ptr<RecordFilter> make_filter(Options& options, MessageTexts& texts, std::string& error) {
     std::vector<TextCondition> conditions;
@@ -138,7 +147,7 @@ int run_records(Options options) {
     Problems problems;
     MessageTexts texts;
     std::string error;
-    if (!texts.open(options.lang.empty() ? nullptr : options.lang.c_str())) {
+    if (needs_texts(options) && !texts.open(options.lang.empty() ? nullptr : options.lang.c_str())) {
         problems.failure("no catalogs in the language '" + options.lang + "'");
         return problems.status(false);
     }

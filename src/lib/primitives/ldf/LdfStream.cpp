@@ -68,6 +68,7 @@ std::string LdfDamage::text() const {
 int LdfStream::open(LdfBytes& bytes) {
     _bytes = &bytes;
     _header = {};
+    _buf.reset(); // another file may want another size
     _record = 0;
     _pos = static_cast<int64_t>(LDF_HEADER_SIZE);
     return refresh();
@@ -169,7 +170,7 @@ bool LdfStream::_load() {
     if (_buf == nullptr) {
         const int64_t size = _size < 0 ? std::numeric_limits<int64_t>::max() : _size;
         _capacity = std::min(_window, static_cast<size_t>(std::max<int64_t>(size, 2 * LDF_RECORD_MAX)));
-        _buf.reset(new unsigned char[_capacity + LDF_SPLIT_SLACK]);
+        _buf = raw_room<unsigned char>(_capacity + LDF_SPLIT_SLACK);
     }
     if (_len > 0) std::memmove(_buf.get(), _buf.get() + _at, _len);
     _at = 0;

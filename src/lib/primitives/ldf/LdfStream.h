@@ -4,13 +4,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string>
 
 #include "primitives/ldf/LdfRecordView.h"
 #include "primitives/ldf/LdfWindow.h"
 #include "primitives/ldf/ldf_format.h"
+#include "primitives/memory/RawRoom.h"
 
 // Where the bytes of a log data file come from.
 class LdfBytes {
@@ -148,6 +148,6 @@ private:
     int64_t _pos = 0;
     size_t _at = 0;
     size_t _len = 0;
-    std::unique_ptr<unsigned char[]> _buf; // _capacity + LDF_SPLIT_SLACK bytes, or null
+    RawRoom<unsigned char> _buf; // _capacity + LDF_SPLIT_SLACK bytes, or null
     size_t _capacity = 0;
 };
