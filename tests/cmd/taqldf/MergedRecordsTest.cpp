@@ -7,14 +7,50 @@
 
 #include <gtest/gtest.h>
 
+namespace {
+
+struct Given {
+    int log;
+    uint32_t line; // counts the records of the log
+    int32_t time;
+    uint8_t severity;
+    bool operator==(const Given&) const = default;
+};
+
+// All records of the logs in the order of the merge, or those of one severity.
+std::vector<Given> merged(const std::vector<LogInput>& inputs, int severity = -1) {
+    Problems problems;
+    Progress progress(true);
+    FilterOptions options;
+    if (severity >= 0) {
+        options.clauses.push_back({FilterClause::SEVERITY, false, {}, {}, {}, {}, {}});
+        options.clauses.back().codes.set(static_cast<size_t>(severity));
+    }
+    RecordFilter filter(options);
+    std::vector<std::unique_ptr<LogSource>> sources;
+    for (const LogInput& input : inputs)
+        sources.push_back(std::make_unique<LogSource>(input, filter, 2 * LDF_RECORD_MAX, progress, problems));
+    MergedRecords records(std::move(sources));
+    std::vector<Given> given;
+    for (FoundRecord record; records.next(record);) {
+        LdfRecordView view;
+        ldf_view_record(record.bytes, view);
+        given.push_back({std::stoi(record.file->log), view.header.line_no, view.header.timestamp,
+                         ldf_record_severity(record.bytes)});
+    }
+    EXPECT_EQ(TAQLDF_FOUND, problems.status(true));
+    return given;
+}
+
+} // namespace
+
 TEST(MergedRecords, KeepTheOrderOfEachLogAndRiseOtherwise) {
     std::mt19937 random(5);
     for (int round = 0; round < 30; ++round) {
         const TempDir dir;
-        const size_t logs = 1 + random() % 40;
-        std::vector<std::vector<int32_t>> times(logs);
-        std::vector<LogInput> inputs(logs);
-        for (size_t log = 0; log < logs; ++log) {
+        std::vector<LogInput> inputs(1 + random() % 40);
+        std::vector<uint32_t> counts(inputs.size());
+        for (size_t log = 0; log < inputs.size(); ++log) {
             inputs[log].log = std::to_string(log);
             int32_t time = 100;
             for (const char generation : std::string("CBA").substr(random() % 3)) {
@@ -22,8 +58,8 @@ TEST(MergedRecords, KeepTheOrderOfEachLogAndRiseOtherwise) {
                 for (size_t n = random() % 20; n > 0; --n) {
                     time += static_cast<int32_t>(random() % 4) -
                             (random() % 9 == 0 ? 6 : 0); // a clock is set back
-                    file.record({.time = time, .line = static_cast<uint32_t>(times[log].size())});
-                    times[log].push_back(time);
+                    file.record(
+                        {.sev = static_cast<uint8_t>(random() % 3), .time = time, .line = counts[log]++});
                 }
                 LogFile found{dir.path(std::to_string(log) + "_" + generation + ".ldf"), generation, {}};
                 file.write(found.path);
@@ -31,34 +67,21 @@ TEST(MergedRecords, KeepTheOrderOfEachLogAndRiseOtherwise) {
                 inputs[log].files.push_back(found);
             }
         }
-        Problems problems;
-        Progress progress(true);
-        RecordFilter filter{FilterOptions()};
-        std::vector<std::unique_ptr<LogSource>> sources;
-        for (const LogInput& input : inputs)
-            sources.push_back(
-                std::make_unique<LogSource>(input, filter, 2 * LDF_RECORD_MAX, progress, problems));
-        MergedRecords merged(std::move(sources));
-
-        std::map<std::string, size_t> seen;
-        std::map<std::string, int32_t> latest;
+        std::vector<Given> all = merged(inputs);
+        std::vector<uint32_t> seen(inputs.size());
+        std::map<int, int32_t> latest;
         std::pair<int32_t, int> last = {INT32_MIN, 0};
-        size_t count = 0;
-        for (FoundRecord record; merged.next(record); ++count) {
-            LdfRecordView view;
-            ldf_view_record(record.bytes, view);
-            const std::string& log = record.file->log;
-            ASSERT_EQ(seen[log]++, view.header.line_no) << "the log's own order";
-            latest[log] = std::max(latest[log], view.header.timestamp);
-            const std::pair<int32_t, int> key = {latest[log], std::stoi(log)};
+        for (const Given& given : all) {
+            ASSERT_EQ(seen[static_cast<size_t>(given.log)]++, given.line) << "the log's own order";
+            latest[given.log] = std::max(latest[given.log], given.time);
+            const std::pair<int32_t, int> key = {latest[given.log], given.log};
             ASSERT_GE(key, last);
             last = key;
         }
-        size_t expected = 0;
-        for (const auto& of_log : times) expected += of_log.size();
-        EXPECT_EQ(expected, count);
-        EXPECT_EQ(TAQLDF_FOUND, problems.status(true));
-        EXPECT_EQ(static_cast<int64_t>(count), progress.counts.records);
+        EXPECT_EQ(counts, seen);
+        const std::vector<Given> some = merged(inputs, 1);
+        std::erase_if(all, [](const Given& given) { return given.severity != 1; });
+        EXPECT_EQ(all, some) << "a filter leaves the order as it is";
     }
 }
 

@@ -71,15 +71,29 @@ public:
         const auto search = TextSearch::make(conditions, options, *texts, error);
         if (search == nullptr) return {-1};
         return records->found_by([&](const LdfRun& run, std::vector<FoundPlace>& places) {
-            search->begin(run);
-            uint32_t at = 0;
-            for (int32_t i = 0; i < run.count; ++i) {
-                if (search->may_match(run.bytes + at, places.size()))
-                    places.push_back({at, run.first + i, 0});
-                at += static_cast<uint32_t>(ldf_record_size(run.bytes + at));
+            uint32_t start = 0;
+            for (int32_t first = 0, count; first < run.count; first += count) { // many ends of runs
+                count = std::min(1 + first % 7, run.count - first);
+                std::vector<FoundPlace> part;
+                const uint32_t size =
+                    search_part({run.bytes + start, 0, 0, run.first + first, count}, *search, part);
+                for (FoundPlace place : part) places.push_back({place.at + start, place.number, 0});
+                start += size;
             }
-            search->end(places);
         });
+    }
+
+    // Returns the bytes of the run, whose size need not be told.
+    static uint32_t search_part(LdfRun run, TextSearch& search, std::vector<FoundPlace>& places) {
+        for (int32_t i = 0; i < run.count; ++i) run.size += ldf_record_size(run.bytes + run.size);
+        search.begin(run);
+        uint32_t at = 0;
+        for (int32_t i = 0; i < run.count; ++i) {
+            if (search.may_match(run.bytes + at, places.size())) places.push_back({at, run.first + i, 0});
+            at += static_cast<uint32_t>(ldf_record_size(run.bytes + at));
+        }
+        search.end(places);
+        return at;
     }
 
     // The same by a search in each text.
