@@ -69,7 +69,7 @@ TEST_F(LogBoundTest, AFullQueueBlocksUntilSomethingIsWritten) {
     std::this_thread::sleep_for(50ms);
     EXPECT_EQ(10, sent);
     EXPECT_EQ(0, wait_for(start([] { // a child has no queue
-                  exit(LoggerThread::is_on() ? 1 : 0);
+                  _exit(LoggerThread::is_on() ? 1 : 0);
               })));
     std::thread stopper([] { Log::stop_logger(); });
     while (Log::run_thread()) std::this_thread::yield();
