@@ -122,9 +122,8 @@ TEST_F(LogBoundTest, AServiceUnderFullLoadStopsSoon) {
     bound("20000");
     const auto log = opened("engine");
     Log::start_logger();
-    Producers producers(3, 1 << 30, [&](int p, long n) {
-        QEN_MESSAGE(log.get(), SEV_INFO, BARE, 25, 1, "%d %ld", p, n);
-    });
+    Producers producers(
+        3, 1 << 30, [&](int p, long n) { QEN_MESSAGE(log.get(), SEV_INFO, BARE, 25, 1, "%d %ld", p, n); });
     std::this_thread::sleep_for(500ms);
     const auto begin = std::chrono::steady_clock::now();
     for (std::jthread& producer : producers.threads) producer.request_stop();
