@@ -20,7 +20,7 @@
 #include <new>
 
 void* operator new(size_t size) {
-    return Memory::new_block(size, MEM_MISC);
+    return Memory::new_block(size);
 }
 
 void* operator new[](size_t size) {
@@ -28,7 +28,7 @@ void* operator new[](size_t size) {
 }
 
 void* operator new(size_t size, const std::nothrow_t&) noexcept {
-    return Memory::try_new_block(size, MEM_MISC);
+    return Memory::try_new_block(size);
 }
 
 void* operator new[](size_t size, const std::nothrow_t& nothrow) noexcept {
@@ -36,7 +36,7 @@ void* operator new[](size_t size, const std::nothrow_t& nothrow) noexcept {
 }
 
 void operator delete(void* p) noexcept {
-    Memory::delete_block(p, MEM_MISC);
+    Memory::delete_block(p);
 }
 
 void operator delete[](void* p) noexcept {

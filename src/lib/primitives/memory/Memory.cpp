@@ -221,18 +221,18 @@ void Memory::release(void* p, int type) noexcept {
     this == &taq_mem ? _release<true>(p, type) : _release<false>(p, type);
 }
 
-void* Memory::new_block(size_t size, int type) {
-    void* retp = taq_mem._get<true>(true, size, type);
+void* Memory::new_block(size_t size) {
+    void* retp = taq_mem._get<true>(true, size, MEM_MISC);
     QEN_CHECK(retp != NULL);
     return retp;
 }
 
-void* Memory::try_new_block(size_t size, int type) {
-    return taq_mem._get<true>(true, size, type);
+void* Memory::try_new_block(size_t size) {
+    return taq_mem._get<true>(true, size, MEM_MISC);
 }
 
-void Memory::delete_block(void* p, int type) noexcept {
-    taq_mem._release<true>(p, type);
+void Memory::delete_block(void* p) noexcept {
+    taq_mem._release<true>(p, MEM_MISC);
 }
 
 // The callback may allocate and come here again; then it is not called a second time. When several threads

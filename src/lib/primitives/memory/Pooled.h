@@ -17,14 +17,14 @@ class Pooled {
     static_assert(TYPE >= 0 && TYPE < MEMORY_MAX_TYPES);
 
 public:
-    static void* operator new(size_t size) { return Memory::new_block(size, TYPE); }
+    static void* operator new(size_t size) { return taq_mem.get(0, size, TYPE); }
     static void* operator new[](size_t size) { return operator new(size); }
-    static void operator delete(void* p) noexcept { Memory::delete_block(p, TYPE); }
+    static void operator delete(void* p) noexcept { taq_mem.release(p, TYPE); }
     static void operator delete[](void* p) noexcept { operator delete(p); }
 
     // A class-level operator hides these global forms.
     static void* operator new(size_t size, const std::nothrow_t&) noexcept {
-        return Memory::try_new_block(size, TYPE);
+        return taq_mem.try_get(0, size, TYPE);
     }
     static void* operator new[](size_t size, const std::nothrow_t& nothrow) noexcept {
         return operator new(size, nothrow);
