@@ -65,9 +65,10 @@ using LossListener = void (*)(const LossNews& news, void* context);
 
 // Of one log. A line and a record are counted apart, each where it is missing: the text log tells how many
 // lines it lacks, the log data file how many records. So a message without line and record counts in both,
-// and every message is either in a file or in a count that the file tells. Lines count in file logs only;
-// records while the log has a log data file. Not lost is a message that the log never takes: from within a
-// write of the same log, of a level that is off, or, as a record, from a forked child.
+// and every message is either in a file or in a count that the file tells. On a given stream only lines count
+// that a full queue cost; records count while the log has a log data file. Not lost is a message that the log
+// never takes: from within a write of the same log, of a level that is off, or, as a record, from a forked
+// child.
 //
 // Any thread may call note(), lines_lost() and records_lost(). The rest is the log's, under its lock.
 class LogLoss {

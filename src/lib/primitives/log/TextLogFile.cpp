@@ -254,12 +254,14 @@ void TextLogFile::_write_rest(size_t written) {
 }
 
 bool TextLogFile::waits_for_gathered() const {
-    return _lines != nullptr && std::any_of(_lines->severities().begin(), _lines->severities().end(),
-                                            [this](int sev) { return _is_synced(sev); });
+    return _synced_sev >= 0 && _lines != nullptr &&
+           std::any_of(_lines->severities().begin(), _lines->severities().end(),
+                       [this](int sev) { return _is_synced(sev); });
 }
 
 // Waits for the disk once if one of the first `count` messages asks for it.
 void TextLogFile::_sync_gathered(size_t count) {
+    if (_synced_sev < 0) return;
     const auto severities = _lines->severities().first(count);
     const auto is_synced = [this](int sev) { return _is_synced(sev); };
     if (std::none_of(severities.begin(), severities.end(), is_synced) || _sync()) return;
