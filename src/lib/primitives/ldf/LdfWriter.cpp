@@ -163,7 +163,7 @@ LdfAppend LdfWriter::_put(const unsigned char* bytes, std::span<const LdfPart> r
     return result;
 }
 
-LdfAppend LdfWriter::_put_header(ldf_header_t updated, bool sync) {
+LdfAppend LdfWriter::_put_header(ldf_header_t& updated, bool sync) {
     LdfAppend result = LdfAppend::DONE;
     if (_write_header(updated) != LDF_OK)
         result = LdfAppend::WRITE_FAILED;

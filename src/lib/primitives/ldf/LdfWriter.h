@@ -124,7 +124,7 @@ private:
     void _next();
     bool _begin(int8_t obj_tag);
     LdfAppend _put(const unsigned char* bytes, std::span<const LdfPart> records);
-    LdfAppend _put_header(ldf_header_t updated, bool sync);
+    LdfAppend _put_header(ldf_header_t& updated, bool sync);
     bool _reaches_end() const;
     void _put_gathered();
     void _unregister();
