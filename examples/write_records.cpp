@@ -2,6 +2,7 @@
 // TAQ_LOG/log/NAME_A.log this writes its compact twin TAQ_LDF/ldf/NAME_A.ldf, which taqmsg shows in any
 // language. Usage: write_records NAME COUNT
 #include "Log.h"
+#include "LogResult.h"
 #include "MessageSite.h"
 #include "QENObjTags.h"
 
@@ -55,7 +56,7 @@ int main(int argc, char** argv) {
     auto* log = new Log;
     const int rc = log->open(argv[1], /*fp=*/nullptr, /*flags=*/0, nullptr);
     if (rc != ULOG_OK)
-        std::fprintf(stderr, "write_records: the log cannot be opened (%d)\n", rc);
+        std::fprintf(stderr, "write_records: %s\n", ulog_result_text(rc));
     else
         for (int i = 0; i < std::atoi(argv[2]); ++i) log_one(log, i);
     delete log;

@@ -2,6 +2,7 @@
 // wrong name or number of arguments this does not compile. Usage: orders NAME COUNT
 #include "CatalogMessage.h"
 #include "Log.h"
+#include "LogResult.h"
 #include "orders_messages.h"
 
 #include <cstdio>
@@ -16,7 +17,7 @@ int main(int argc, char** argv) {
     Log log;
     const int rc = log.open(argv[1], /*fp=*/nullptr, /*flags=*/0, nullptr);
     if (rc != ULOG_OK) {
-        std::fprintf(stderr, "orders: the log cannot be opened (%d)\n", rc);
+        std::fprintf(stderr, "orders: %s\n", ulog_result_text(rc));
         return rc;
     }
     QEN_REPORT(&log, SEV_NOTE, 0, orders::started);

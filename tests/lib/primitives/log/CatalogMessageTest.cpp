@@ -1,6 +1,8 @@
 // Messages of generated headers are logged as message sites log them, in their lines and in their records.
 #include "primitives/log/CatalogMessage.h"
 #include "LogFixture.h"
+#include "primitives/ldf/ResultText.h"
+#include "primitives/log/LogResult.h"
 #include "primitives/log/MessageSite.h"
 
 #include <limits>
@@ -46,6 +48,21 @@ TEST_F(CatalogMessageTest, IsLoggedAsAMessageSiteLogsIt) {
         EXPECT_EQ(7, std::ranges::count(body(names[0] + "_A.log"), '\n'));
         return;
     }
+}
+
+// A service that cannot log tells its administrator what to make.
+TEST_F(CatalogMessageTest, ResultsHaveWords) {
+    setenv("TAQ_LOG", "/no/such", 1);
+    setenv("TAQ_LDF", "/nor this", 1);
+    Log log;
+    const int result = log.open("r", nullptr, 0, nullptr);
+    EXPECT_STREQ("there is no folder /no/such (TAQ_LOG sets another one)", ulog_result_text(result));
+    EXPECT_STREQ("there is no folder /nor this (TAQ_LDF sets another one)", ldf_result_text(LDF_EROOT));
+    EXPECT_STREQ("Log::init was not called", ulog_result_text(ULOG_ENOINIT));
+    EXPECT_STREQ("there are no more records", ldf_result_text(LDF_EEND));
+    EXPECT_STREQ("unknown result", ulog_result_text(-1));
+    unsetenv("TAQ_LOG");
+    EXPECT_STREQ("there is no folder /var/taqsvc (TAQ_LOG sets another one)", ulog_result_text(ULOG_EROOT));
 }
 
 } // namespace
