@@ -52,6 +52,14 @@ function(taq_manual)
   endforeach()
 endfunction()
 
+# taq_completion(COMMAND): installs what bash and zsh complete for a command, from completions/.
+function(taq_completion command)
+  set(from ${PROJECT_SOURCE_DIR}/completions)
+  install(FILES ${from}/${command}.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ${command}
+          COMPONENT tools)
+  install(FILES ${from}/_${command} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)
+endfunction()
+
 # taq_test(NAME [SYSLOG] SOURCES file... [LIBS target...] [LABELS label...] [TIMEOUT seconds])
 # One GoogleTest program; every TEST in it becomes a test of its own for ctest. SYSLOG: what the program sends to
 # the system log is caught (tests/support/SyslogTrap.h).
