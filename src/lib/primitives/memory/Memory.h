@@ -75,8 +75,8 @@ public:
     // trailer", "Unknown trailer") and ends the process with a core image.
     void release(void* p, int type) noexcept;
 
-    // get, try_get and release of taq_mem for the global operators: they need not look at alignment,
-    // type and allocator, which saves an eighth of a new and delete.
+    // get, try_get and release of MISC blocks of taq_mem, for the global operators: they need not look at
+    // alignment, type and allocator, which saves an eighth of a new and delete.
     [[nodiscard]] static void* new_block(size_t size);
     [[nodiscard]] static void* try_new_block(size_t size);
     static void delete_block(void* p) noexcept;

@@ -180,11 +180,12 @@ TEST(OperatorsDeathTest, WithoutMemoryPlainFormsEndTheProcessAndNothrowFormsGive
     }
     EXPECT_EQ(bytes, taq_mem.total_bytes());
     for (const void* p : given) EXPECT_EQ(nullptr, p);
-    const auto exhaust = [] {
+    const auto exhaust = [](bool of_class) {
         const FailingMalloc limit(0);
-        kept = new Small;
+        kept = of_class ? new Small : ::operator new(1);
     };
-    EXPECT_DEATH(exhaust(), "expression \\(retp != NULL\\)");
+    for (const bool of_class : {true, !OWN_OPERATORS})
+        EXPECT_DEATH(exhaust(of_class), "expression \\(retp != NULL\\)");
 }
 
 } // namespace
