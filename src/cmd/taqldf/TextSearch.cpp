@@ -5,10 +5,12 @@
 // message an atom can stand
 //   - in a literal piece: then in every text of the message
 //   - within one argument: then it stands in the record, too
-//   - across an end of a piece: only when the end of the piece fits the start of the atom, or the other way
-//   round.
-// Only a message whose literal pieces do not suffice and across whose ends no atom can stand is decided by a
-// search for the atoms in the bytes of many records at once.
+//   - across ends of pieces: then an argument, and the record, holds a part of it, whose least extent follows
+//   from
+//     the literal pieces around the arguments
+// A message whose literal pieces do not suffice, and whose arguments must hold a part of some length, is
+// decided by a search for these parts, the needles, in the bytes of many records at once. All others are
+// composed.
 #include "TextSearch.h"
 
 #include <algorithm>
@@ -25,7 +27,9 @@ namespace {
 
 constexpr size_t BLOCK_SIZE = 48 * 1024; // bytes of texts that are searched together
 constexpr int SHORTEST_ATOM = 3;
+constexpr size_t SHORTEST_NEEDLE = 3;
 constexpr size_t MOST_ATOMS = 16; // with more, composing is cheaper than looking for each
+constexpr size_t MOST_NEEDLES = 32;
 
 // Characters beyond ASCII whose lower case is an ASCII letter: the Kelvin sign and the long s.
 constexpr struct {
@@ -129,11 +133,26 @@ std::vector<std::string> literal_pieces(const KnownMessage& message) {
     return pieces;
 }
 
-// Whether a proper end of `first` is a start of `second`.
-bool overlap(std::string_view first, std::string_view second, size_t longest) {
-    for (size_t n = 1; n <= std::min({first.size(), second.size(), longest}); ++n)
-        if (first.substr(first.size() - n) == second.substr(0, n)) return true;
-    return false;
+// Whether the start of an atom can stand right before an argument that the piece precedes: in the piece, or
+// over the whole piece when there is an argument before it.
+bool can_precede(std::string_view start, std::string_view piece, bool has_arg_before) {
+    return piece.ends_with(start) || (has_arg_before && start.ends_with(piece));
+}
+bool can_follow(std::string_view end, std::string_view piece, bool has_arg_behind) {
+    return piece.starts_with(end) || (has_arg_behind && end.starts_with(piece));
+}
+
+// The part of the atom that one argument holds at least when the atom stands in a text, but not in one of its
+// pieces.
+std::string_view least_part_in_argument(std::string_view atom, const std::vector<std::string>& pieces) {
+    size_t first = 0, last = atom.size();
+    for (size_t p = 0; p + 1 < pieces.size(); ++p) { // the argument between two pieces
+        for (size_t i = first + 1; i < atom.size(); ++i)
+            if (can_precede(atom.substr(0, i), pieces[p], p > 0)) first = i;
+        for (size_t i = last - 1; i > 0; --i)
+            if (can_follow(atom.substr(i), pieces[p + 1], p + 2 < pieces.size())) last = i;
+    }
+    return first < last ? atom.substr(first, last - first) : std::string_view();
 }
 
 } // namespace
@@ -202,7 +221,7 @@ void TextSearch::_prepare_atoms(const std::string& expression, bool ignores_case
             std::any_of(atoms.begin(), atoms.end(),
                         [c = lower_case](const std::string& atom) { return atom.find(c) != atom.npos; }))
             _strange_letters.push_back(letter);
-    for (std::string& atom : atoms) _atoms.push_back({std::move(atom), 0});
+    _atoms = std::move(atoms);
 }
 
 void TextSearch::begin(const LdfRun& run) {
@@ -214,8 +233,8 @@ bool TextSearch::may_match(const unsigned char* record, size_t place) {
     const uint32_t msgcat_id = ldf_record_id(record);
     if (_filtered != nullptr) {
         Seen& seen = _seen[(msgcat_id ^ msgcat_id >> 16) % _seen.size()];
-        if (seen.key != msgcat_id) seen = {msgcat_id, _can_match_anywhere(_texts.of(msgcat_id))};
-        if (!seen.can_match && !_has_atom(record, ldf_record_size(record)))
+        if (seen.key != msgcat_id) seen = _learn(_texts.of(msgcat_id));
+        if (!seen.can_match && !_has_needle(record, ldf_record_size(record), seen.needles))
             return _conditions.front().is_negated;
     }
     LdfRecordView view;
@@ -238,52 +257,58 @@ bool TextSearch::_holds_strange_letter(std::string_view text) const {
                        [text](std::string_view letter) { return text.find(letter) != text.npos; });
 }
 
-// Whether the texts of a message can match whatever its arguments hold.
-bool TextSearch::_can_match_anywhere(const KnownMessage& message) {
-    if (message.kind != KnownMessage::TEMPLATE || _holds_strange_letter(message.text)) return true;
+TextSearch::Seen TextSearch::_learn(const KnownMessage& message) {
+    Seen seen{message.key, true, 0};
+    if (message.kind != KnownMessage::TEMPLATE || _holds_strange_letter(message.text)) return seen;
     const std::vector<std::string> pieces = literal_pieces(message);
-    std::vector<int> present, potentials;
+    std::vector<int> present, potentials; // atoms of which the record's bytes tell nothing
     for (size_t i = 0; i < _atoms.size(); ++i) {
-        const std::string& atom = _atoms[i].bytes;
-        bool may_stand = false;
-        for (size_t p = 0; p < pieces.size(); ++p) {
-            const std::string& piece = pieces[p];
-            const bool has_arg_before = p > 0, has_arg_behind = p + 1 < pieces.size();
-            may_stand = may_stand || piece.find(atom) != piece.npos ||
-                        (has_arg_behind && overlap(piece, atom, atom.size() - 1)) ||
-                        (has_arg_before && overlap(atom, piece, atom.size() - 1)) ||
-                        (has_arg_before && has_arg_behind && atom.find(piece) != atom.npos);
-        }
-        if (may_stand) present.push_back(static_cast<int>(i));
+        const std::string& atom = _atoms[i];
+        const bool is_in_piece = std::any_of(pieces.begin(), pieces.end(), [&](const std::string& piece) {
+            return piece.find(atom) != piece.npos;
+        });
+        const std::string_view part = least_part_in_argument(atom, pieces);
+        if (is_in_piece || part.size() < SHORTEST_NEEDLE || !_add_needle(part, seen))
+            present.push_back(static_cast<int>(i));
     }
     _filtered->AllPotentials(present, &potentials);
-    return !potentials.empty();
+    seen.can_match = !potentials.empty();
+    return seen;
 }
 
-// Whether one of the atoms stands in the record. Records come in the order of the run.
-bool TextSearch::_has_atom(const unsigned char* record, size_t size) {
+// False: there are too many.
+bool TextSearch::_add_needle(std::string_view bytes, Seen& seen) {
+    bytes = bytes.substr(0, LONGEST_NEEDLE); // the slack behind a run bounds it
+    size_t n = 0;
+    while (n < _needles.size() && _needles[n].bytes != bytes) ++n;
+    if (n == MOST_NEEDLES) return false;
+    if (n == _needles.size()) _needles.push_back({std::string(bytes), _find(bytes, 0)});
+    seen.needles |= uint32_t{1} << n;
+    return true;
+}
+
+// Whether one of the needles stands in the record. Records come in the order of the run.
+bool TextSearch::_has_needle(const unsigned char* record, size_t size, uint32_t needles) {
     if (!_is_prepared) _prepare_run();
     if (_folds_strangely) return true;
     const auto from = static_cast<size_t>(record - _run.bytes);
-    bool found = false;
-    for (Atom& atom : _atoms) {
-        if (atom.next < from) atom.next = _find(atom.bytes, from);
-        found = found || atom.next < from + size;
+    for (; needles != 0; needles &= needles - 1) {
+        Needle& needle = _needles[static_cast<size_t>(std::countr_zero(needles))];
+        if (needle.next < from) needle.next = _find(needle.bytes, from);
+        if (needle.next < from + size) return true;
     }
-    return found;
+    return false;
 }
 
 void TextSearch::_prepare_run() {
     _is_prepared = true;
     _folds_strangely = std::any_of(_strange_letters.begin(), _strange_letters.end(),
                                    [this](std::string_view letter) { return _find(letter, 0) < _run.size; });
-    for (Atom& atom : _atoms) atom.next = _find(atom.bytes, 0);
+    for (Needle& needle : _needles) needle.next = _find(needle.bytes, 0);
 }
 
-// A long needle is looked for by its start: the slack behind a run bounds it.
 size_t TextSearch::_find(std::string_view needle, size_t from) const {
-    return find_in_any_case(reinterpret_cast<const char*>(_run.bytes), _run.size, from,
-                            needle.substr(0, LONGEST_NEEDLE));
+    return find_in_any_case(reinterpret_cast<const char*>(_run.bytes), _run.size, from, needle);
 }
 
 bool TextSearch::_matches_alone(std::string_view text) const {

@@ -52,10 +52,16 @@ public:
 
 private:
     struct Condition;
-    // The next place in the run where an atom stands.
-    struct Atom {
+    // What is looked for in the bytes of many records at once, and the next place in the run where it stands.
+    struct Needle {
         std::string bytes; // lower case
         size_t next;
+    };
+    // What is known of the texts of a message.
+    struct Seen {
+        uint64_t key = ~uint64_t{0};
+        bool can_match = true; // whatever the arguments are
+        uint32_t needles = 0;  // else a record must hold one of these: a bit for each of _needles
     };
     struct Line {
         size_t start; // in the block
@@ -65,8 +71,9 @@ private:
     TextSearch(MessageTexts& texts, bool any);
     void _prepare_blocks(const std::string& expression, bool ignores_case);
     void _prepare_atoms(const std::string& expression, bool ignores_case);
-    bool _can_match_anywhere(const KnownMessage& message);
-    bool _has_atom(const unsigned char* record, size_t size);
+    Seen _learn(const KnownMessage& message);
+    bool _add_needle(std::string_view bytes, Seen& seen);
+    bool _has_needle(const unsigned char* record, size_t size, uint32_t needles);
     void _prepare_run();
     size_t _find(std::string_view needle, size_t from) const;
     bool _holds_strange_letter(std::string_view text) const;
@@ -81,18 +88,14 @@ private:
     std::vector<Condition> _conditions;
     std::unique_ptr<re2::RE2> _in_block;         // null: each text is searched alone
     std::unique_ptr<re2::FilteredRE2> _filtered; // null: every text must be composed
-    std::vector<Atom> _atoms;
+    std::vector<std::string> _atoms;
+    std::vector<Needle> _needles;
     std::vector<std::string_view> _strange_letters; // whose lower case is a letter of an atom
 
-    // For each message that was seen lately, whether its text can match whatever its arguments are.
-    struct Seen {
-        uint64_t key = ~uint64_t{0};
-        bool can_match = true;
-    };
-    std::array<Seen, 1024> _seen;
+    std::array<Seen, 1024> _seen; // a message has one place, which it shares with others
 
     LdfRun _run = {};
-    bool _is_prepared = false;     // the atoms were looked for in the run
+    bool _is_prepared = false;     // the needles were looked for in the run
     bool _folds_strangely = false; // the run holds one of the strange letters
 
     RawRoom<char> _block;
