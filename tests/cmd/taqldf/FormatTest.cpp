@@ -44,12 +44,8 @@ public:
         return lines;
     }
 
-    // A string without quotes, or what stands for one that is missing.
-    static std::string value_of(const rapidjson::Document& line, const char* name) {
-        const rapidjson::Value& value = line[name];
-        return value.IsString() ? std::string(value.GetString(), value.GetStringLength())
-               : value.IsNull() ? "null"
-                                : "?";
+    static std::string value_of(const rapidjson::Value& value) {
+        return value.IsString() ? std::string(value.GetString(), value.GetStringLength()) : "null";
     }
     static rapidjson::Document parsed(const std::string& line) {
         rapidjson::Document document;
@@ -75,11 +71,6 @@ private:
     std::deque<SourceFile> _files;
 };
 
-// What U+FFFD replaces in JSON, and what is shown for each byte alone.
-std::string json_of(int byte) {
-    return byte < 0x80 ? std::string(1, static_cast<char>(byte)) : "\xEF\xBF\xBD";
-}
-
 } // namespace
 
 // Bytes that no field of a file can hold, NUL and 0xFF, are left out.
@@ -87,28 +78,23 @@ TEST_F(FormatTest, JsonHoldsEveryByteOfEveryField) {
     const auto json = make_json_format(texts);
     for (int byte = 1; byte < 0xFF; ++byte) {
         const std::string odd = "a" + std::string(1, static_cast<char>(byte)) + "b",
-                          shown = "a" + json_of(byte) + "b";
-        const LdfTestRecord plain = {.obj = 6, .num = 2, .file = "f", .func = "g", .args = {"x"}};
-        for (int field = 0; field < 5; ++field) {
-            LdfTestRecord record = plain;
-            if (field == 0) record.file = odd;
-            if (field == 1) record.func = odd;
-            if (field == 2) record.args = {odd};
-            if (field == 3) record.args = {odd, "second"}; // not as many as the text takes
-            const std::string line = lines_of(*json, record, field == 4 ? odd : "node1");
+                          shown = byte < 0x80 ? odd : "a\uFFFDb";
+        for (size_t field = 0; field < 5; ++field) {
+            std::string given[] = {"f", "g", "node1", "x"}, expected[] = {"f", "g", "node1", "x", "x is up"};
+            given[std::min(field, size_t{3})] = odd;
+            expected[std::min(field, size_t{3})] = shown;
+            LdfTestRecord record = {.num = 2, .file = given[0], .func = given[1], .args = {given[3]}};
+            if (field == 3) expected[4] = shown + " is up";
+            if (field == 4) record.args.push_back("second"), expected[4] = "??? is up"; // one too many
+            const std::string line = lines_of(*json, record, given[2]);
             for (const char c : line.substr(0, line.size() - 1))
                 ASSERT_TRUE(static_cast<unsigned char>(c) >= ' ' && c != 0x7F) << byte;
             const rapidjson::Document document = parsed(line);
-            EXPECT_EQ(field == 0 ? shown : "f", value_of(document, "file"));
-            EXPECT_EQ(field == 1 ? shown : "g", value_of(document, "function"));
-            EXPECT_EQ(field == 2 || field == 3 ? shown : "x", document["args"][0].GetString());
-            EXPECT_EQ(field == 2   ? shown + " is up"
-                      : field == 3 ? "??? is up"
-                                   : "x is up",
-                      value_of(document, "text"));
-            EXPECT_EQ(field == 4 ? shown : "node1", value_of(document, "host"));
-            EXPECT_EQ((field == 2 || field == 3) && byte >= 0x80, document.HasMember("args_b64"));
-            if (byte == 0xFB && document.HasMember("args_b64")) {
+            for (size_t i = 0; const char* name : {"file", "function", "host", "args", "text"})
+                EXPECT_EQ(expected[i++],
+                          value_of(document[name].IsArray() ? document[name][0] : document[name]));
+            EXPECT_EQ(field > 2 && byte >= 0x80, document.HasMember("args_b64"));
+            if (byte == 0xFB && field > 2) {
                 EXPECT_STREQ("Yfti", document["args_b64"][0].GetString());
             }
         }

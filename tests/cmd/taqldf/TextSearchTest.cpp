@@ -45,8 +45,8 @@ LdfBuilder random_file(Random& random) {
 
 class TextSearchTest : public testing::Test {
 public:
-    // New texts, and records with them.
-    void make(Random& random) {
+    // New texts, and these records with them.
+    void make(Random& random, const LdfBuilder& file) {
         CatalogBuilder catalog;
         for (uint32_t number = 1; number <= 10; ++number)
             catalog.text(number, random_words(random, 6, in_texts, 3));
@@ -54,7 +54,7 @@ public:
         setenv("TAQ_MESSAGES_DIR", _dir.path().c_str(), 1);
         texts = std::make_unique<MessageTexts>();
         ASSERT_TRUE(texts->open("en"));
-        records = std::make_unique<RecordsInMemory>(random_file(random));
+        records = std::make_unique<RecordsInMemory>(file);
         composed.clear();
         records->for_each([&](const unsigned char* bytes, int) {
             LdfRecordView view;
@@ -71,32 +71,27 @@ public:
         const auto search = TextSearch::make(conditions, options, *texts, error);
         if (search == nullptr) return {-1};
         return records->found_by([&](const LdfRun& run, std::vector<FoundPlace>& places) {
-            uint32_t start = 0;
-            for (int32_t first = 0, count; first < run.count; first += count) { // many ends of runs
-                count = std::min(1 + first % 7, run.count - first);
-                std::vector<FoundPlace> part;
-                const uint32_t size =
-                    search_part({run.bytes + start, 0, 0, run.first + first, count}, *search, part);
-                for (FoundPlace place : part) places.push_back({place.at + start, place.number, 0});
-                start += size;
+            LdfRun part = run;
+            part.size = 0;
+            for (int32_t at = 0; at < run.count; at += part.count, part.size = 0) { // many ends of runs
+                part.count = std::min(1 + at % 7, run.count - at);
+                for (int32_t i = 0; i < part.count; ++i) part.size += ldf_record_size(part.bytes + part.size);
+                std::vector<FoundPlace> kept;
+                search->begin(part);
+                int32_t number = run.first + at;
+                for (uint32_t place = 0; place < part.size; ++number) {
+                    if (search->may_match(part.bytes + place, kept.size()))
+                        kept.push_back({place, number, 0});
+                    place += static_cast<uint32_t>(ldf_record_size(part.bytes + place));
+                }
+                search->end(kept);
+                places.insert(places.end(), kept.begin(), kept.end());
+                part.bytes += part.size;
             }
         });
     }
 
-    // Returns the bytes of the run, whose size need not be told.
-    static uint32_t search_part(LdfRun run, TextSearch& search, std::vector<FoundPlace>& places) {
-        for (int32_t i = 0; i < run.count; ++i) run.size += ldf_record_size(run.bytes + run.size);
-        search.begin(run);
-        uint32_t at = 0;
-        for (int32_t i = 0; i < run.count; ++i) {
-            if (search.may_match(run.bytes + at, places.size())) places.push_back({at, run.first + i, 0});
-            at += static_cast<uint32_t>(ldf_record_size(run.bytes + at));
-        }
-        search.end(places);
-        return at;
-    }
-
-    // The same by a search in each text.
+    // The same by a search in each text; -1 when an expression is none.
     std::vector<int> expected(const std::vector<TextCondition>& conditions,
                               const TextSearchOptions& options) {
         std::vector<int> numbers;
@@ -109,6 +104,7 @@ public:
             std::vector<bool> matches(composed.size());
             for (const std::string& text : condition.expressions) {
                 const re2::RE2 expression(text, how);
+                if (!expression.ok()) return {-1};
                 for (size_t i = 0; i < composed.size(); ++i)
                     matches[i] = matches[i] || re2::RE2::PartialMatch(composed[i], expression);
             }
@@ -128,63 +124,40 @@ private:
     TempDir _dir;
 };
 
-bool is_valid(const TextCondition& condition, const TextSearchOptions& options) {
-    re2::RE2::Options how;
-    how.set_log_errors(false);
-    how.set_literal(options.is_literal);
-    for (const std::string& expression : condition.expressions)
-        if (!re2::RE2(expression, how).ok()) return false;
-    return true;
-}
-
 } // namespace
 
 TEST_F(TextSearchTest, FindsWhatASearchInEachTextFinds) {
     Random random(7);
-    int searches = 0, with_hits = 0;
+    int telling = 0;
     for (int round = 0; round < 60; ++round) {
-        make(random);
+        make(random, random_file(random));
         for (int i = 0; i < 60; ++i) {
             TextSearchOptions options;
             options.is_literal = random() % 6 == 0;
             options.ignores_case = random() % 3 == 0;
             options.any = random() % 2 == 0;
             std::vector<TextCondition> conditions(random() % 5 == 0 ? 2 : 1);
-            bool are_valid = true;
             for (TextCondition& condition : conditions) {
                 condition.is_negated = random() % 4 == 0;
                 for (size_t n = random() % 4 == 0 ? 2 : 1; n > 0; --n)
                     condition.expressions.push_back(random_words(random, 5, in_expressions, 3));
-                are_valid = are_valid && is_valid(condition, options);
             }
             const std::vector<int> hits = found(conditions, options);
-            if (!are_valid) {
-                EXPECT_EQ(std::vector<int>{-1}, hits) << conditions[0].expressions[0];
-                continue;
-            }
-            ++searches;
-            with_hits += !hits.empty() && hits.size() < composed.size();
+            telling += hits.size() > 1 && hits.size() < composed.size();
             ASSERT_EQ(expected(conditions, options), hits)
-                << round << "/" << i << " '" << conditions[0].expressions[0] << "' literal "
-                << options.is_literal << " case " << options.ignores_case << " not "
-                << conditions[0].is_negated;
+                << round << "/" << i << " '" << conditions[0].expressions[0] << "'";
         }
     }
-    EXPECT_GT(searches, 2000);
-    EXPECT_GT(with_hits, searches / 3) << "the expressions must tell texts apart";
+    EXPECT_GT(telling, 700) << "the expressions must tell texts apart";
 }
 
 // More texts than a block holds, and a window that ends within a block.
 TEST_F(TextSearchTest, FindsTheSameAcrossBlocksAndRuns) {
     Random random(1);
-    make(random);
     LdfBuilder file;
     for (int i = 0; i < 400; ++i)
         file.record({.num = 0, .args = {std::string(random() % 900, 'x'), std::to_string(i) + "."}});
-    records = std::make_unique<RecordsInMemory>(file);
-    const auto hits = found({{{"\\b\\d+7\\.$"}, false}}, {});
-    std::vector<int> sevens;
-    for (int i = 7; i < 400; i += 10)
-        if (i > 9) sevens.push_back(i);
-    EXPECT_EQ(sevens, hits);
+    make(random, file);
+    const std::vector<TextCondition> condition = {{{"\\b\\d+7\\.$"}, false}};
+    EXPECT_EQ(expected(condition, {}), found(condition, {}));
 }

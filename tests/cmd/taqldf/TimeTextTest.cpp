@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <sstream>
 
 #include "TimeText.h"
 
@@ -44,30 +45,13 @@ TEST(TimeText, ReadsTheTimesOfUsers) {
         EXPECT_EQ(c.local, parse_time(c.text, NOW, false).value_or(-1)) << c.text;
         EXPECT_EQ(c.utc, parse_time(c.text, NOW, true).value_or(-1)) << c.text;
     }
-    for (const char* wrong : {"",
-                              "-",
-                              "@",
-                              "@1x",
-                              "-2",
-                              "-2y",
-                              "-h",
-                              "2026",
-                              "2026-13-01",
-                              "2026-02-29",
-                              "2026-11-16T",
-                              "2026-11-16T24:00",
-                              "2026-11-16 18:60",
-                              "2026-11-16 18:18:61",
-                              "2026-11-16 18:18 Z",
-                              "2026-11-16Z1",
-                              "18:1",
-                              "18:18x",
-                              "tomorrow",
-                              "2026-11-16 18:18+1:00",
-                              "@99999999999999999999",
-                              "-99999999999999999w",
-                              "2026-1-1",
-                              "2026-11-16 18:18:26."})
+    constexpr char WRONG[] =
+        "|-|@|@1x|-2|-2y|-h|2026|2026-13-01|2026-02-29|2026-11-16T|2026-11-16T24:00|"
+        "2026-11-16 18:60|2026-11-16 18:18:61|2026-11-16 18:18 Z|2026-11-16Z1|18:1|18:18x|"
+        "tomorrow|2026-11-16 18:18+1:00|@99999999999999999999|-99999999999999999w|"
+        "2026-1-1|2026-11-16 18:18:26.";
+    std::istringstream all(WRONG);
+    for (std::string wrong; std::getline(all, wrong, '|');)
         EXPECT_FALSE(parse_time(wrong, NOW, false).has_value()) << wrong;
     use_zone("UTC");
 }
@@ -78,7 +62,6 @@ TEST(TimeText, WritesTimesOfBothZonesInAnyOrder) {
         int32_t time;
         const char *utc, *local;
     } cases[] = {{static_cast<int32_t>(NOW), "2026-11-16T18:18:26Z", "2026-11-16T19:18:26+01:00"},
-                 {static_cast<int32_t>(NOW), "2026-11-16T18:18:26Z", "2026-11-16T19:18:26+01:00"},
                  {1794873599, "2026-11-16T23:59:59Z", "2026-11-17T00:59:59+01:00"},
                  {1794873600, "2026-11-17T00:00:00Z", "2026-11-17T01:00:00+01:00"},
                  {1782864000, "2026-07-01T00:00:00Z", "2026-07-01T02:00:00+02:00"},
@@ -88,9 +71,9 @@ TEST(TimeText, WritesTimesOfBothZonesInAnyOrder) {
                  {INT32_MAX, "2038-01-19T03:14:07Z", "2038-01-19T04:14:07+01:00"},
                  {INT32_MIN, "1901-12-13T20:45:52Z", "1901-12-13T21:45:52+01:00"}};
     IsoTime utc(true), local(false);
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.utc, utc.at(c.time));
-        EXPECT_EQ(c.local, local.at(c.time));
-    }
+    for (const auto& c : cases)
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(std::string(c.utc) + c.local,
+                      std::string(utc.at(c.time)) + std::string(local.at(c.time)));
     use_zone("UTC");
 }
