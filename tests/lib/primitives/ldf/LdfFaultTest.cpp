@@ -21,24 +21,37 @@ struct LdfFault : LdfFixture {
 };
 
 TEST_F(LdfFault, FailedWriteCostsItsRecordOnly) {
-    const std::pair<std::vector<ssize_t>, bool> cases[] = {
-        // and whether the record is written
-        {{-EIO}, false},       {{10, -ENOSPC}, false},    {{0}, false},
-        {{PASS, -EIO}, false}, {{PASS, 64, -EIO}, false}, // the header
-        {{1, 10, 20}, true},   {{PASS, 1, 60}, true},     {{-EINTR, PASS, -EINTR, -EINTR}, true}};
-    for (const auto& [steps, written] : cases) {
+    const std::tuple<bool, std::vector<ssize_t>, Seqs> cases[] = {
+        // whether 2 to 4 are gathered, answers of pwrite, and which records are there
+        {false, {-EIO}, {1}},
+        {false, {10, -ENOSPC}, {1}},
+        {false, {0}, {1}},
+        {false, {PASS, -EIO}, {1}}, // the header
+        {false, {PASS, 64, -EIO}, {1}},
+        {false, {1, 10, 20}, {1, 2}},
+        {false, {PASS, 1, 60}, {1, 2}},
+        {false, {-EINTR, PASS, -EINTR, -EINTR}, {1, 2}},
+        {true, {-ENOSPC}, {1, 2, 3, 4}},
+        {true, {40, -ENOSPC, PASS, PASS, -ENOSPC, PASS, PASS}, {1, 2, 4}},
+        // the header, which is put back
+        {true, {PASS, 60, -EIO, PASS, PASS, PASS, PASS, PASS, 10, -EIO}, {1, 2, 3}},
+        {true, {-EIO, -EIO, -EIO, -EIO}, {1}}};
+    for (auto [gathered, steps, expected] : cases) {
         SCOPED_TRACE(testing::PrintToString(steps));
         fs::remove(path("log_A"));
         LdfWriter w;
         ASSERT_EQ(LDF_OK, w.open("log", 0));
         write(w, 1);
+        for (const unsigned seq : {2u, 3u, 4u})
+            if (gathered) gather(w, seq);
         plan("pwrite", steps);
-        write(w, 2, "longer than the others", 1, 3);
+        gathered ? w.write_gathered() : write(w, 2, "longer than the others", 1, 3);
         system_call_plan = nullptr;
-        EXPECT_EQ(written ? (Seqs{1, 2}) : Seqs{1}, seqs_in("log_A")); // right even before the next write
-        EXPECT_EQ(written, header_of("log_A").total_error == 1);
-        write(w, 3);
-        EXPECT_EQ(written ? (Seqs{1, 2, 3}) : (Seqs{1, 3}), seqs_in("log_A"));
+        EXPECT_EQ(expected, seqs_in("log_A")); // right even before the next write
+        EXPECT_EQ(!gathered && expected.size() == 2, header_of("log_A").total_error == 1);
+        write(w, 5);
+        expected.push_back(5);
+        EXPECT_EQ(expected, seqs_in("log_A"));
     }
 }
 

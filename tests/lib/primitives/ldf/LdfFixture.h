@@ -64,6 +64,13 @@ struct LdfFixture : testing::Test {
                 arg.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr);
     }
 
+    // The same, gathered.
+    static void gather(LdfWriter& w, unsigned seq, const std::string& arg = "x") {
+        const std::string_view args[] = {arg};
+        const auto sev = static_cast<int8_t>(seq % 5), obj = static_cast<int8_t>(seq % 7);
+        w.gather({0, 0, sev, 1000, 25u << 16 | 7, obj, 1, seq}, "f", "g", args);
+    }
+
     const TempDir temp;
     const std::string root = temp.path();
     const std::string folder = temp.make("ldf");

@@ -10,33 +10,6 @@ static std::string text_of(size_t size) {
     return "f\xFFg\xFF"s + std::string(size - 6, 'a') + "\xFF\0"s;
 }
 
-// Whatever opens: the records that are read, the result at their end, and that of tail(20).
-TEST_F(LdfReaderTest, EveryFileGivesAListedResult) {
-    const LdfBuilder one = LdfBuilder().record(), two = LdfBuilder(one).record();
-    const std::tuple<const char*, LdfBuilder, size_t, int, int> cases[] = {
-        {"no NUL in the host name", LdfBuilder().system(std::string(33, 'h')), 0, LDF_EEND, LDF_OK},
-        {"end before a record", LdfBuilder(one).offset_end(116), 1, LDF_EEND, LDF_OK},
-        {"a record more than counted", LdfBuilder(two).total_msgs(1), 1, LDF_EEND, LDF_OK},
-        {"largest count", LdfBuilder(two).total_msgs(INT32_MAX), 2, LDF_EEND, LDF_EFAIL},
-        {"longest text", LdfBuilder().record({.text = text_of(4096)}), 1, LDF_EEND, LDF_OK},
-        {"length 0", LdfBuilder().record({.text = ""}).record(), 2, LDF_EEND, LDF_OK},
-        {"too long", LdfBuilder(one).record({.text = text_of(4097)}).records(30), 1, LDF_EFAIL, LDF_EFAIL},
-        {"hostile length", LdfBuilder().record({.data_size = ~22u}).records(30), 0, LDF_EFAIL, LDF_EFAIL},
-        {"version before length", LdfBuilder(one).record({.version = 2, .data_size = 5000}), 1, LDF_EVERSION,
-         LDF_OK},
-    };
-    for (const auto& [name, file, records, expected, tail] : cases) {
-        SCOPED_TRACE(name);
-        LdfReader reader;
-        open(reader, file);
-        EXPECT_TRUE(LdfReader_obj("F") == &reader && reader.get_header()->system[32] == 0);
-        int end = 0;
-        EXPECT_EQ(records, read_all(reader, {}, &end).size());
-        EXPECT_EQ(expected, end);
-        EXPECT_EQ(tail, reader.tail(20));
-    }
-}
-
 TEST_F(LdfReaderTest, CutAndFlippedFiles) {
     const LdfBuilder one = LdfBuilder().record({.args = {"a", "bc"}}), good = LdfBuilder(one).record();
     const size_t size = good.bytes().size(), second = one.bytes().size();

@@ -51,36 +51,48 @@ std::string records_of(LdfStream& stream) {
 
 } // namespace
 
-TEST_F(LdfStreamTest, GivesEveryRecordBeforeADamageAndNamesIt) {
-    const LdfBuilder two = LdfBuilder().records(2, {.args = {"a"}});
-    const std::string first = LdfBuilder::record_bytes(two.last());
-    const size_t second = 117 + first.size();
+// Stream and reader give every record before a damage; the stream names it.
+TEST_F(LdfStreamTest, EveryFileGivesAListedResult) {
+    const LdfBuilder one = LdfBuilder().record({.args = {"a"}}), two = LdfBuilder(one).record(one.last());
+    const auto text_of = [](size_t size) { return "f\xFFg\xFF"s + std::string(size - 6, 'a') + "\xFF\0"s; };
+    const size_t first = LdfBuilder::record_bytes(two.last()).size(), second = 117 + first;
+    const std::string cut = "offset 0x98, record 1: the file ends here, the header counts 2 records";
     const struct {
         const char* name;
         LdfBuilder file;
-        int records;
+        int opened;
+        size_t records;
         std::string damage;
-        int opened = LDF_OK;
+        int end = LDF_EEND,
+            tail = LDF_OK; // results of the reader: of its opening or last reading, and of tail(20)
     } cases[] = {
-        {"sound", two, 2, ""},
-        {"records behind the counted ones", LdfBuilder(two).total_msgs(1), 1, ""},
-        {"header cut", LdfBuilder().truncate(116), 0, "116 bytes are too short for a log data file",
+        {"sound", two, LDF_OK, 2, ""},
+        {"no NUL in the host name", LdfBuilder().system(std::string(33, 'h')), LDF_OK, 0, ""},
+        {"longest text", LdfBuilder().record({.text = text_of(4096)}), LDF_OK, 1, ""},
+        {"length 0", LdfBuilder().record({.text = ""}).record(), LDF_OK, 2, ""},
+        {"records behind the counted ones", LdfBuilder(two).total_msgs(1), LDF_OK, 1, ""},
+        {"end before a record", LdfBuilder(one).offset_end(116), LDF_OK, 1, ""},
+        {"end beyond", LdfBuilder(two).offset_end(9999), LDF_OK, 2,
+         "offset 0xbb, record 2: the file ends here, the header ends at 9999", LDF_EFAIL},
+        {"header cut", LdfBuilder().truncate(116), LDF_EFAIL, 0,
+         "116 bytes are too short for a log data file"},
+        {"signature", LdfBuilder().signature(7), LDF_EFAIL, 0, "no log data file (signature 7)"},
+        {"version", LdfBuilder().version(4, 0), LDF_EVERSION, 0, "written by another version (4)"},
+        {"negative total", LdfBuilder(two).total_msgs(-1), LDF_OK, 0, "the header counts -1 records"},
+        {"largest total", LdfBuilder(two).total_msgs(INT32_MAX), LDF_OK, 2,
+         "offset 0xbb, record 2: the file ends here, the header counts 2147483647 records", LDF_EEND,
          LDF_EFAIL},
-        {"signature", LdfBuilder().signature(7), 0, "no log data file (signature 7)", LDF_EFAIL},
-        {"version", LdfBuilder().version(4, 0), 0, "written by another version (4)", LDF_EVERSION},
-        {"negative total", LdfBuilder(two).total_msgs(-1), 0, "the header counts -1 records"},
-        {"end beyond", LdfBuilder(two).offset_end(9999), 2,
-         "offset 0xbb, record 2: the file ends here, the header ends at 9999"},
-        {"longest text", LdfBuilder().record({.text = std::string(4096, 'x')}), 1, ""},
-        {"text too long", LdfBuilder(two).put32(second, 4097), 1,
-         "offset 0x98, record 1: data_size 4097 exceeds 4096"},
-        {"record version", LdfBuilder(two).flip(second + 4), 1, "offset 0x98, record 1: record version 254"},
-        {"cut in the text", LdfBuilder(two).cut(1), 1,
-         "offset 0x98, record 1: the file ends here, the header counts 2 records"},
-        {"cut in the fixed part", LdfBuilder(two).truncate(second + 22), 1,
-         "offset 0x98, record 1: the file ends here, the header counts 2 records"},
-        {"cut between records", LdfBuilder(two).truncate(second), 1,
-         "offset 0x98, record 1: the file ends here, the header counts 2 records"},
+        {"text too long", LdfBuilder(one).record({.text = text_of(4097)}).records(30), LDF_OK, 1,
+         "offset 0x98, record 1: data_size 4097 exceeds 4096", LDF_EFAIL, LDF_EFAIL},
+        {"hostile length", LdfBuilder().record({.data_size = ~22u}).records(30), LDF_OK, 0,
+         "offset 0x75, record 0: data_size 4294967273 exceeds 4096", LDF_EFAIL, LDF_EFAIL},
+        {"record version", LdfBuilder(two).flip(second + 4), LDF_OK, 1,
+         "offset 0x98, record 1: record version 254", LDF_EVERSION},
+        {"record version, and length", LdfBuilder(one).record({.version = 2, .data_size = 5000}), LDF_OK, 1,
+         "offset 0x98, record 1: data_size 5000 exceeds 4096", LDF_EVERSION},
+        {"cut in the text", LdfBuilder(two).cut(1), LDF_OK, 1, cut, LDF_EFAIL},
+        {"cut in the fixed part", LdfBuilder(two).truncate(second + 22), LDF_OK, 1, cut, LDF_EFAIL},
+        {"cut between records", LdfBuilder(two).truncate(second), LDF_OK, 1, cut, LDF_EFAIL},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -89,16 +101,25 @@ TEST_F(LdfStreamTest, GivesEveryRecordBeforeADamageAndNamesIt) {
         LdfStream stream;
         EXPECT_EQ(c.opened, stream.open(bytes));
         std::string expected;
-        for (int i = 0; i < c.records && c.file.bytes().size() < 4000; ++i)
-            expected += std::to_string(i) + "@" +
-                        std::to_string(117 + static_cast<size_t>(i) * first.size()) + ":" + first;
-        const std::string found = records_of(stream);
-        if (c.file.bytes().size() < 4000) {
-            EXPECT_EQ(expected, found);
+        for (size_t i = 0, at = 117; i < c.records; ++i) {
+            const size_t size = LDF_RECORD_HEADER_SIZE + from_be(bytes.bytes.substr(at, 4));
+            expected += std::to_string(i) + "@" + std::to_string(at) + ":" + bytes.bytes.substr(at, size);
+            at += size;
         }
-        EXPECT_EQ(c.records > 0, !found.empty());
+        EXPECT_EQ(expected, records_of(stream));
         EXPECT_EQ(c.damage, stream.damage().text());
-        EXPECT_EQ(c.damage.starts_with("offset"), bool(stream.damage()) && stream.damage().offset > 117);
+
+        LdfReader reader;
+        c.file.write(path("f"));
+        if (const int opened = reader.open(nullptr, "f"); opened != LDF_OK) {
+            EXPECT_EQ(c.opened != LDF_OK ? c.opened : c.end, opened);
+            continue;
+        }
+        EXPECT_TRUE(LdfReader_obj("F") == &reader && reader.get_header()->system[32] == 0);
+        int end = 0;
+        EXPECT_EQ(c.records, read_all(reader, {}, &end).size());
+        EXPECT_EQ(c.end, end);
+        EXPECT_EQ(c.tail, reader.tail(20));
     }
 }
 

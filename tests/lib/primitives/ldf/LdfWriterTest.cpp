@@ -37,6 +37,41 @@ TEST_F(LdfWriterTest, FileIsByteForByteWhatTheFormatSays) {
     EXPECT_DEATH(write(w, 0, "x", 4, 7), "ASSERTION FAILED") << "no such object type";
 }
 
+// Small records and the longest, over rotations, with a record that does not wait among them.
+TEST_F(LdfWriterTest, GatheredRecordsMakeTheFilesOfSingleOnes) {
+    std::string kept[2]; // without what tells the time
+    for (const bool joins : {false, true}) {
+        LdfWriter w;
+        ASSERT_EQ(LDF_OK, w.open("log", 0));
+        w.set_maxlen(LDF_MIN_MAXLEN);
+        for (unsigned seq = 0; seq < 500; ++seq) {
+            gather(w, seq, std::string(seq < 300 ? seq : (seq * 411) % LDF_TEXT_MAX, 'x'));
+            if (!joins) w.write_gathered();
+            if (seq % 97 == 0) write(w, 1000 + seq);
+        }
+        w.write_gathered();
+        for (const char* file : {"ldf/log_C.ldf", "ldf/log_B.ldf", "ldf/log_A.ldf"}) {
+            kept[joins] += temp.read(file).substr(57);
+            fs::remove(temp.path(file));
+        }
+    }
+    EXPECT_TRUE(kept[0] == kept[1]);
+}
+
+TEST_F(LdfWriterTest, ManyGatheredRecordsTakeTwoWrites) {
+    LdfWriter w;
+    ASSERT_EQ(LDF_OK, w.open("log", 0));
+    std::vector<size_t> sizes;
+    system_call_plan = [&](const SystemCall& call) { return sizes.push_back(call.size), PASS; };
+    for (unsigned seq = 0; seq < LdfBatch::RECORDS; ++seq) gather(w, seq);
+    EXPECT_TRUE(sizes.empty());
+    gather(w, 64);
+    for (int i = 0; i < 2; ++i) w.write_gathered(); // then there is nothing
+    const size_t record = LDF_RECORD_HEADER_SIZE + 7;
+    EXPECT_EQ((std::vector<size_t>{64 * record, LDF_HEADER_SIZE, record, LDF_HEADER_SIZE}), sizes);
+    EXPECT_EQ(65u, seqs_in("log_A").size());
+}
+
 TEST_F(LdfWriterTest, CountersAndTextsHaveTheirLimits) {
     LdfBuilder().record().total_msgs(INT32_MAX).put32(65, INT32_MAX).write(path("full_A"));
     LdfWriter full, w;
