@@ -11,13 +11,13 @@ protected:
     LogGatherTest() { setenv("QEN_LOG_MAXLEN", "65536", 1); }
 
     // A message of the queue; with ULOG_DEBUG a debug text.
-    static vlog_msg_t* queued(Log& log, const std::string& text, int sev = SEV_INFO, int flags = BARE) {
+    static vlog_msg_t* queued(Log* log, const std::string& text, int sev = SEV_INFO, int flags = BARE) {
         const LogCall call(/*time=*/1, sev, "f", "g", 1, flags, 25, 1);
         const bool is_debug = (flags & ULOG_DEBUG) != 0;
         char* const debug_text = is_debug ? strcpy(new char[text.size() + 1], text.c_str()) : nullptr;
         MsgStruct* const structp = is_debug ? nullptr : message(text, {text}).release();
-        auto* record = new vlog_msg_t(&log, call, debug_text, structp);
-        record->is_to_log = true;
+        auto* record = new vlog_msg_t(log, call, debug_text, structp);
+        record->is_to_log = log != nullptr;
         return record;
     }
     // All that a log has left, without what tells the time.
@@ -65,8 +65,8 @@ TEST_F(LogGatherTest, FilesAreThoseOfMessagesWrittenOneByOne) {
             if (i % 100 == 99) text += std::string(i * 30, 'y');
             const int flags = i % 5 == 0 ? ULOG_SOURCE : BARE;
             const bool is_debug = i % 7 == 0;
-            write(is_debug ? queued(log, text, DBG_IPM, flags | ULOG_DEBUG)
-                           : queued(log, text, i % 11 == 0 ? SEV_ERR : SEV_INFO, flags));
+            write(is_debug ? queued(&log, text, DBG_IPM, flags | ULOG_DEBUG)
+                           : queued(&log, text, i % 11 == 0 ? SEV_ERR : SEV_INFO, flags));
             if (i == 350) log.rotate();
         }
     });
@@ -77,12 +77,12 @@ TEST_F(LogGatherTest, AFullDiskCostsWhatWouldNotFitAlone) {
     for (size_t room = 0; room < 700; room += 23) {
         SCOPED_TRACE(room);
         compare([room](Log& log, const auto& write) {
-            write(queued(log, "first", SEV_ERR, EVENT)); // which ends a batch
+            write(queued(&log, "first", SEV_ERR, EVENT)); // which ends a batch
             for (const char* word : {"full", "free"}) {
                 const FullDisk limit(*word == 'f' && word[1] == 'u' ? 150 + room : size_t{1} << 30);
                 for (size_t i = 0; i < 40; ++i)
-                    write(queued(log, word + std::string(i * 17 % 50, 'x') + (i % 4 == 0 ? "\nmore" : "")));
-                write(queued(log, "last", SEV_ERR, EVENT));
+                    write(queued(&log, word + std::string(i * 17 % 50, 'x') + (i % 4 == 0 ? "\nmore" : "")));
+                write(queued(&log, "last", SEV_ERR, EVENT));
             }
         });
     }
@@ -96,29 +96,16 @@ TEST_F(LogGatherTest, WhatEndsABatch) {
         long written; // of five that were gathered before, and the others
         RecordWriter::Clock::duration longest = 1h;
     } cases[] = {
-        {"nothing", [](Log& log, RecordWriter& w) { w.write(queued(log, "n 5")); }, 0},
+        {"nothing", [](Log& log, RecordWriter& w) { w.write(queued(&log, "n 5")); }, 0},
         {"the end of the list", [](Log&, RecordWriter& w) { w.flush(); }, 5},
         {"the end behind a debug message that may wait",
-         [](Log& log, RecordWriter& w) {
-             w.write(queued(log, "n 5", DBG_1, BARE | ULOG_DEBUG));
-             w.flush();
-         },
+         [](Log& log, RecordWriter& w) { w.write(queued(&log, "n 5", DBG_1, BARE | ULOG_DEBUG)), w.flush(); },
          6},
-        {"another log", [&](Log&, RecordWriter& w) { w.write(queued(*other, "x")); }, 5},
-        {"the system log",
-         [](Log&, RecordWriter& w) {
-             w.write(new vlog_msg_t(nullptr, {1, SEV_ERR, "f", "g", 1, 0, 25, 1}, nullptr,
-                                    message("x").release()));
-         },
-         5},
-        {"an error", [](Log& log, RecordWriter& w) { w.write(queued(log, "n 5", SEV_ERR, EVENT)); }, 6},
+        {"another log", [&](Log&, RecordWriter& w) { w.write(queued(other.get(), "x")); }, 5},
+        {"the system log", [](Log&, RecordWriter& w) { w.write(queued(nullptr, "x", SEV_ERR)); }, 5},
+        {"an error", [](Log& log, RecordWriter& w) { w.write(queued(&log, "n 5", SEV_ERR, EVENT)); }, 6},
         {"a write at once", [](Log& log, RecordWriter&) { put(log, "n 5"); }, 6},
-        {"a rotation",
-         [](Log& log, RecordWriter& w) {
-             log.rotate();
-             w.write(queued(log, "n 5"));
-         },
-         5},
+        {"a rotation", [](Log& log, RecordWriter& w) { log.rotate(), w.write(queued(&log, "n 5")); }, 5},
         {"the close of the log",
          [](Log& log, RecordWriter& w) {
              EXPECT_EQ(ULOG_OK, log.open("next", nullptr, 0, nullptr));
@@ -128,13 +115,13 @@ TEST_F(LogGatherTest, WhatEndsABatch) {
          5},
         {"64 messages",
          [](Log& log, RecordWriter& w) {
-             for (int i = 5; i < 70; ++i) w.write(queued(log, "n " + std::to_string(i)));
+             for (int i = 5; i < 70; ++i) w.write(queued(&log, "n " + std::to_string(i)));
          },
          64},
         {"a millisecond",
          [](Log& log, RecordWriter& w) {
              std::this_thread::sleep_for(2ms);
-             for (int i = 5; i < 8; ++i) w.write(queued(log, "n " + std::to_string(i)));
+             for (int i = 5; i < 8; ++i) w.write(queued(&log, "n " + std::to_string(i)));
          },
          8, 1ms},
         {"no child",
@@ -149,14 +136,13 @@ TEST_F(LogGatherTest, WhatEndsABatch) {
         SCOPED_TRACE(c.name);
         const auto log = opened("engine");
         RecordWriter writer(c.longest);
-        for (int i = 0; i < 5; ++i) writer.write(queued(*log, "n " + std::to_string(i)));
+        for (int i = 0; i < 5; ++i) writer.write(queued(log.get(), "n " + std::to_string(i)));
         c.end(*log, writer);
-        const std::string file = std::filesystem::exists(log_path("engine_B.log")) ? "engine_B" : "engine_A";
-        const bool has_file = std::filesystem::exists(log_path(file + ".log"));
-        EXPECT_EQ(c.written, has_file ? counted(file + ".log")["n"] : 0);
-        const std::string copy = dir.read("ldf/engine_A.ldf");
-        const int recorded = static_cast<unsigned char>(copy.at(60)); // by the header
-        EXPECT_GE(recorded, c.written - 1) << "a debug message has no record";
+        long written = 0;
+        for (const char* file : {"engine_A.log", "engine_B.log"})
+            if (fs::exists(log_path(file))) written = std::max(written, counted(file)["n"]);
+        EXPECT_EQ(c.written, written);
+        EXPECT_GE(record_count(), written - 1) << "a debug message has no record";
         writer.flush();
         for (const char* folder : {"log", "ldf"}) remove_tree(dir.path(folder));
         dir.make("ldf");
