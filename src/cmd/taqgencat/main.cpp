@@ -112,7 +112,7 @@ ExitStatus add(const Options& options) {
     const std::string& folder = options.sources.front();
     for (const std::string& language : languages) {
         Options one = options;
-        const bool is_translated = is_folder(folder + "/" + language);
+        const bool is_translated = is_folder(std::string(folder).append("/").append(language));
         one.language = language;
         one.sources = {folder + "/" + (is_translated ? language : REFERENCE_LANGUAGE)};
         one.fill_from.push_back(folder + "/" + REFERENCE_LANGUAGE);

@@ -165,6 +165,7 @@ int run_records(Options options) {
     Progress progress(options.output.empty());
     const size_t window = inputs.size() > MOST_LARGE_WINDOWS ? SMALL_WINDOW : LARGE_WINDOW;
     std::vector<std::unique_ptr<LogSource>> sources;
+    sources.reserve(inputs.size());
     for (const LogInput& input : inputs)
         sources.push_back(std::make_unique<LogSource>(input, *filter, window, progress, problems));
     MergedRecords records(std::move(sources));

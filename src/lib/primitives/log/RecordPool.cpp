@@ -25,7 +25,8 @@ static_assert(sizeof(Stretch) % alignof(std::max_align_t) == 0);
 
 // Before each record stands the stretch that it is in, null for one of the heap.
 using Owner = Stretch*;
-static_assert(sizeof(Owner) == 8);
+constexpr size_t OWNER_SIZE = 8;
+static_assert(sizeof(void*) == OWNER_SIZE);
 
 pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER; // guards the next two
 Stretch* kept = nullptr;
@@ -119,17 +120,17 @@ bool Producer::_renew() {
 
 void* RecordPool::get(size_t size) {
     constexpr size_t UNIT = alignof(Owner);
-    char* place = size <= LARGEST ? producer.take((sizeof(Owner) + size + UNIT - 1) / UNIT * UNIT) : nullptr;
+    char* place = size <= LARGEST ? producer.take((OWNER_SIZE + size + UNIT - 1) / UNIT * UNIT) : nullptr;
     if (place == nullptr) {
-        place = static_cast<char*>(taq_mem.get(0, sizeof(Owner) + size, MEM_MISC));
+        place = static_cast<char*>(taq_mem.get(0, OWNER_SIZE + size, MEM_MISC));
         *reinterpret_cast<Owner*>(place) = nullptr;
     }
-    return place + sizeof(Owner);
+    return place + OWNER_SIZE;
 }
 
 void RecordPool::release(void* record) noexcept {
     if (record == nullptr) return;
-    char* const place = static_cast<char*>(record) - sizeof(Owner);
+    char* const place = static_cast<char*>(record) - OWNER_SIZE;
     if (Stretch* const stretch = *reinterpret_cast<Owner*>(place))
         count_down(stretch, 1);
     else

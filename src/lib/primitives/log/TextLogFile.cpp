@@ -265,7 +265,7 @@ void TextLogFile::_sync_gathered(size_t count) {
     const auto severities = _lines->severities().first(count);
     const auto is_synced = [this](int sev) { return _is_synced(sev); };
     if (std::none_of(severities.begin(), severities.end(), is_synced) || _sync()) return;
-    for (const int sev : severities)
+    for (const int8_t sev : severities)
         if (is_synced(sev)) _losses.note(LossReason::SYNC, sev);
 }
 
