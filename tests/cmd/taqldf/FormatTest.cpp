@@ -53,8 +53,8 @@ public:
         EXPECT_FALSE(document.HasParseError()) << line;
         std::string names;
         const rapidjson::Value& object = document;
-        for (rapidjson::SizeType i = 0; i < object.MemberCount();
-             ++i) // its iterators do not compare in C++20
+        // By number: its iterators do not compare in C++20.
+        for (rapidjson::SizeType i = 0; i < object.MemberCount(); ++i)
             names += std::string((object.MemberBegin() + static_cast<int>(i))->name.GetString()) + " ";
         if (document.HasMember("args_b64")) names.erase(names.find("args_b64 "), 9);
         EXPECT_EQ(

@@ -17,8 +17,8 @@ constexpr int64_t OPEN = INT64_C(1) << 40;
 
 // Who fills it knows how many records it made; those that give them back only count down.
 struct Stretch {
-    std::atomic<int64_t> left{
-        OPEN};               // while it is filled: OPEN less the records given back; then those that live
+    // While it is filled: OPEN less the records given back. Then: records that are still in use.
+    std::atomic<int64_t> left{OPEN};
     Stretch* next = nullptr; // of the stretches that are kept
 };
 static_assert(sizeof(Stretch) % alignof(std::max_align_t) == 0);
