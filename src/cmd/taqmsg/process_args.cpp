@@ -9,7 +9,6 @@
 #include "primitives/strings/QENString.h"
 #include "primitives/strings/argvalue.h"
 #include "primitives/utils/QENUtils.h"
-#include "primitives/values/HashTable.h"
 
 #include <climits>
 #include <cstdlib>

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-class HashTable;
+#include "primitives/values/HashTable.h"
 
 // Display flags, which the options set and the modes hand on.
 inline constexpr int TAQMSG_ANY = 1;           // -any: one matching filter suffices (LDF_MATCH_ANY)

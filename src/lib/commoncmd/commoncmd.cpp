@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <string>
 
+inline namespace taq_1 {
+
 void initialization(const char* cmdname) {
     const std::string err_name = std::string(cmdname) + "-err";
     QENSigignore(SIGIO);
@@ -35,3 +37,5 @@ void drop_log_pair() {
 int l10nconversion(char**, int, char**) {
     return 0;
 }
+
+} // namespace taq_1

@@ -3,6 +3,8 @@
 
 #include "primitives/log/ILog.h"
 
+inline namespace taq_1 {
+
 inline constexpr int CMD_STDOUT_FLAGS = ULOG_NO_TIME | ULOG_NO_EVENT; // open flags
 inline constexpr int CMD_STDERR_FLAGS = CMD_STDOUT_FLAGS | ULOG_ERROR_LOG;
 
@@ -21,3 +23,5 @@ void drop_log_pair();
 // holds converted copies made with new[], which the caller uses and frees. Here arguments are used as the
 // system delivers them: nothing is written and the result is 0.
 int l10nconversion(char** out_argv, int argc, char** argv);
+
+} // namespace taq_1

@@ -11,6 +11,8 @@
 
 #include "platform/unix/QENAssert.h"
 
+inline namespace taq_1 {
+
 NetBuffer::NetBuffer()
     : _buffer(_defaultBuffer), _buffersize(0), _totalbuffersize(DEFAULT_SIZE),
       _defaultbuffersize(DEFAULT_SIZE), _next(nullptr), _prev(nullptr), _defaultBuffer{} {}
@@ -146,3 +148,5 @@ void NetBufferList::remove_buf(NetBuffer* bufp) {
         _tail = nullptr;
     }
 }
+
+} // namespace taq_1

@@ -11,6 +11,8 @@
 
 #include <cstdint>
 
+inline namespace taq_1 {
+
 class NetBufferList;
 
 class NetBuffer {
@@ -127,3 +129,5 @@ private:
     uint32_t _count;
     NetBuffer _nbuf;
 };
+
+} // namespace taq_1

@@ -5,6 +5,8 @@
 
 #include "i18n/common/bmcmap.h"
 
+inline namespace taq_1 {
+
 int bmc_create_table(const char* root_pathp, const char* langp, const char* modulep, bmc_table* tablep) {
     tablep->clear();
     if (!i18n_checkdir(root_pathp)) return I18N_ENODIR;
@@ -107,3 +109,5 @@ int bmc_read_msg(const i18n_file& file, uint64_t slot_offset, char* buffer, size
     if (file.read_at(text, buffer, size) != size) return I18N_EBADHANDLE;
     return buffer[size - 1] == '\0' ? I18N_SOK : I18N_EBADHANDLE;
 }
+
+} // namespace taq_1

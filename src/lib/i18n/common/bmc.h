@@ -10,6 +10,8 @@
 #include "i18n/common/i18n_types.h"
 #include "i18n/unix/i18n_file.h"
 
+inline namespace taq_1 {
+
 // One catalog. Path, version, category and limits come from the map file; the rest from the catalog's header
 // once it was read (_is_initialized), which then stays in memory as long as the handle.
 struct bmc_t {
@@ -55,3 +57,5 @@ const bmc_range_t* bmc_find_range(const i18n_vector<bmc_range_t>& table, uint32_
 // buffsize, and only its last byte was read. I18N_EBADHANDLE: slot or record outside the file, length 0, no
 // NUL at the end.
 int bmc_read_msg(const i18n_file& file, uint64_t slot_offset, char* buffer, size_t buffsize, uint32_t* sizep);
+
+} // namespace taq_1

@@ -34,6 +34,8 @@
 
 #include "platform/unix/ByteOrder.h"
 
+inline namespace taq_1 {
+
 inline constexpr uint32_t BMC_MAGIC = 0x00004795;
 inline constexpr size_t BMC_HEADER_SIZE = 64;
 inline constexpr size_t BMC_RANGE_SIZE = 12;
@@ -109,3 +111,5 @@ inline void bmc_encode_word(uint32_t word, uint8_t* p) {
 inline uint32_t bmc_decode_word(const uint8_t* p) {
     return get_be32(p);
 }
+
+} // namespace taq_1

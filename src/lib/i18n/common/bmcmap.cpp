@@ -8,6 +8,8 @@
 
 #include "i18n/common/i18n_lang.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr std::string_view BLANKS = " \t\r\n";
@@ -161,3 +163,5 @@ int bmcmap_process_map(const char* messages_pathp, const char* langp, const char
     if (!fp) return I18N_EBMC;
     return bmcmap_read(fp.get(), lang_dir, langp, modulep, tablep);
 }
+
+} // namespace taq_1

@@ -27,6 +27,8 @@
 
 #include "i18n/common/bmc.h"
 
+inline namespace taq_1 {
+
 inline constexpr size_t BMCMAP_LINE_MAX = 511;        // bytes of one piece of a line, without newline
 inline constexpr size_t BMCMAP_NAME_MAX = 511;        // bytes of a name
 inline constexpr size_t BMCMAP_VALUE_MAX = 4095;      // bytes of a value, continuations included
@@ -49,3 +51,5 @@ int bmcmap_read(std::FILE* fp, const i18n_string& lang_dir, const char* langp, c
 // Finds and reads the map file of a module below messages_path ("<root>/messages/"). Beside the results of
 // bmcmap_read: I18N_EINVAL null path; I18N_ENOLANG no such language directory; I18N_EBMC no map file.
 int bmcmap_process_map(const char* messages_pathp, const char* langp, const char* modulep, bmc_table* tablep);
+
+} // namespace taq_1

@@ -9,6 +9,8 @@
 #include "i18n/common/i18n_lang.h"
 #include "i18n/unix/i18n_locale.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 // Fills a new record; on failure it is deleted as far as it got. Throws std::bad_alloc.
@@ -152,3 +154,5 @@ int i18nConvertMsg(const char* from_codep, const char* to_codep, const char* msg
 i18n_bool i18nIsValidUTFString(const char* s) {
     return s != nullptr && i18n_is_utf8(s) ? I18N_TRUE : I18N_FALSE;
 }
+
+} // namespace taq_1

@@ -28,6 +28,8 @@
 #include "i18n/common/i18n_memory.h"
 #include "i18n/common/i18n_types.h"
 
+inline namespace taq_1 {
+
 inline constexpr size_t I18N_MAX_ARGS = 6;         // arguments of a text
 inline constexpr size_t I18N_CONV_BUFFSIZE = 4096; // bytes of the longest finished text, its NUL included
 
@@ -139,3 +141,5 @@ int i18nConvertMsg(const char* from_codep, const char* to_codep, const char* msg
 
 // Whether a string is well-formed UTF-8; a null pointer is not.
 i18n_bool i18nIsValidUTFString(const char* s);
+
+} // namespace taq_1

@@ -4,6 +4,8 @@
 
 #include "i18n/common/i18n_internal.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 // The slot to be filled next: the first of those with the fewest hits, so an empty one if there is one.
@@ -94,3 +96,5 @@ int i18n_find_new_text(i18n_t* i18np, uint32_t catID, uint32_t msgID, size_t lon
         return I18N_ENOMEM;
     }
 }
+
+} // namespace taq_1

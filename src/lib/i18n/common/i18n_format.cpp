@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+inline namespace taq_1 {
+
 namespace {
 
 // Bounded output: what exceeds the room is cut.
@@ -117,3 +119,5 @@ i18n_formatted i18n_format(std::string_view text, const std::string_view* argv, 
     for (i18n_scanner scanner(text); scanner.next(&piece);) out.put(text.data(), piece, argv, argc);
     return out.result();
 }
+
+} // namespace taq_1

@@ -10,6 +10,8 @@
 
 #include "i18n/common/i18n_types.h"
 
+inline namespace taq_1 {
+
 inline constexpr std::string_view I18N_MISSING_ARG = "???"; // shown where there is no argument
 // Splits a text into its pieces, in order. Refers to the text.
 class i18n_scanner {
@@ -51,3 +53,5 @@ i18n_formatted i18n_format(const char* text, const i18n_piece* pieces, size_t pi
                            const std::string_view* argv, size_t argc, char* dst, size_t room);
 i18n_formatted i18n_format(std::string_view text, const std::string_view* argv, size_t argc, char* dst,
                            size_t room);
+
+} // namespace taq_1

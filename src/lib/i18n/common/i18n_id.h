@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+inline namespace taq_1 {
+
 // An identity has 32 bits: the category, which names a catalog, and the message's number in it.
 inline constexpr uint32_t I18N_ID_NUMBER_BITS = 16;
 inline constexpr uint32_t I18N_ID_MAX = 65535; // greatest category, greatest number
@@ -19,3 +21,5 @@ constexpr uint32_t i18n_category_of(uint32_t msgcat_id) {
 constexpr uint32_t i18n_number_of(uint32_t msgcat_id) {
     return msgcat_id & I18N_ID_MAX;
 }
+
+} // namespace taq_1

@@ -10,6 +10,8 @@
 #include "i18n/unix/i18n_conv.h"
 #include "i18n/unix/i18n_file.h"
 
+inline namespace taq_1 {
+
 inline constexpr int32_t I18N_MRU_COUNT = 5;      // catalog files that a handle holds open
 inline constexpr size_t I18N_BMC_BUFFSIZE = 1024; // first size of the raw text buffer
 inline constexpr size_t I18N_BMC_BUFFSLACK = 255; // what it grows by beyond the need
@@ -75,3 +77,5 @@ inline int i18n_find_text(i18n_t* i18np, uint32_t catID, uint32_t msgID, size_t 
 // Ends the process when an invariant of this room is broken. No input causes that.
 [[noreturn]] void i18n_assertion_failed(const char* file, int line);
 #define I18N_ASSERT(condition) ((condition) ? (void)0 : i18n_assertion_failed(__FILE__, __LINE__))
+
+} // namespace taq_1

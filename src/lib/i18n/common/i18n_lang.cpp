@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+inline namespace taq_1 {
+
 // Where the standard has changed a code, the old one stays: existing directories and scripts use it.
 const i18n_lang_t lang_table[I18N_LANG_COUNT] = {
     {"Abkhazian", "ab"},    {"Afan", "om"},        {"Afar", "aa"},           {"Afrikaans", "af"},
@@ -64,3 +66,5 @@ bool i18n_equal_nocase(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](char x, char y) { return lower(x) == lower(y); });
 }
+
+} // namespace taq_1

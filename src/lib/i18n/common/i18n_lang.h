@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <string_view>
 
+inline namespace taq_1 {
+
 struct i18n_lang_t {
     char name[32];  // English name
     char abrev[32]; // two-letter code, which names the language's directory
@@ -17,3 +19,5 @@ const char* i18n_lang_get_abrev(const char* namep);
 
 // Whether two names are equal but for the case of ASCII letters, whatever the locale.
 bool i18n_equal_nocase(std::string_view a, std::string_view b);
+
+} // namespace taq_1

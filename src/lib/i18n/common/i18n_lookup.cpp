@@ -5,6 +5,8 @@
 
 #include "i18n/common/i18n_internal.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 // The codeset in which a text is wanted.
@@ -284,3 +286,5 @@ int i18nGetUTF8Msg(void** i18nhp, uint32_t catID, uint32_t msgID, char** msgp, i
     va_end(args._list);
     return rc;
 }
+
+} // namespace taq_1

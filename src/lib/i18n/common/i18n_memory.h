@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+inline namespace taq_1 {
+
 // Allocates by the nothrow operator: a program may replace the plain one by a form that ends the process.
 template <class T>
 struct i18n_allocator {
@@ -39,3 +41,5 @@ T* i18n_checked(T* p) {
     if (p == nullptr) throw std::bad_alloc();
     return p;
 }
+
+} // namespace taq_1

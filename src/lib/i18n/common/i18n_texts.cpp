@@ -4,6 +4,8 @@
 #include <cstring>
 #include <utility>
 
+inline namespace taq_1 {
+
 i18n_text* i18n_texts::keep(uint32_t catID, uint32_t msgID, const i18n_text& text) {
     if (text._record_size > KEPT_TEXT_MAX) return nullptr;
     i18n_piece pieces[KEPT_PIECES_MAX + 1];
@@ -29,3 +31,5 @@ i18n_text* i18n_texts::keep(uint32_t catID, uint32_t msgID, const i18n_text& tex
     s._texts[way] = std::move(kept);
     return s._texts[way].get();
 }
+
+} // namespace taq_1

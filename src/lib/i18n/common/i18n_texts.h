@@ -10,6 +10,8 @@
 #include "i18n/common/i18n_memory.h"
 #include "i18n/common/i18n_types.h"
 
+inline namespace taq_1 {
+
 // One message record. A kept text, which is one in the cache, owns its bytes; any other text points into the
 // handle's raw text buffer.
 struct i18n_text {
@@ -62,3 +64,5 @@ private:
 
     std::unique_ptr<set> _sets[SETS]; // null until a text falls on it: a run needs few of them
 };
+
+} // namespace taq_1

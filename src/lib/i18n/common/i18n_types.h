@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+inline namespace taq_1 {
+
 enum i18n_bool { I18N_FALSE = 0, I18N_TRUE = 1 };
 
 // What the operations of this family return.
@@ -36,3 +38,5 @@ struct i18n_piece {
     int32_t _arg;     // 0-based index of the argument, which may be past the last; I18N_NO_ARG for none
 };
 inline constexpr int32_t I18N_NO_ARG = -1;
+
+} // namespace taq_1

@@ -9,6 +9,8 @@
 #include "i18n/common/i18n_lang.h"
 #include "i18n/unix/i18n_locale.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr char CATALOG_CODESET[] = "utf8"; // codeset of the texts in the catalogs
@@ -134,3 +136,5 @@ bool i18n_is_utf8(std::string_view text) {
     }
     return true;
 }
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 
 #include "i18n/common/i18n_types.h"
 
+inline namespace taq_1 {
+
 typedef void* i18n_conv; // an iconv descriptor; null when there is none
 
 // What is known of a target codeset without asking iconv.
@@ -41,3 +43,5 @@ int i18n_conv_convert(const char* from_codep, const char* to_codep, const char* 
 // forms, at most U+10FFFF).
 bool i18n_is_ascii(std::string_view text);
 bool i18n_is_utf8(std::string_view text);
+
+} // namespace taq_1

@@ -10,6 +10,8 @@
 #include <unistd.h>
 #include <utility>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int FIRST_KEPT = STDERR_FILENO + 1;
@@ -116,3 +118,5 @@ bool i18n_checkdir(const char* path) {
     struct stat st;
     return ::stat(path, &st) == 0 && S_ISDIR(st.st_mode);
 }
+
+} // namespace taq_1

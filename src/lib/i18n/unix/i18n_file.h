@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <memory>
 
+inline namespace taq_1 {
+
 inline constexpr size_t I18N_WHOLE_MAX = 64 * 1024; // bytes of the largest file that is read whole
 
 // An open regular file that is read at given offsets. Owns its descriptor; movable. A file of at most
@@ -65,3 +67,5 @@ private:
 
 // Whether the path is a directory.
 bool i18n_checkdir(const char* path);
+
+} // namespace taq_1

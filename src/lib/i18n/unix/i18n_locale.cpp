@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t CODESET_SIZE = 512;
@@ -79,3 +81,5 @@ const char* i18n_lang_get_system_codeset() {
     std::free(locale);
     return codeset;
 }
+
+} // namespace taq_1

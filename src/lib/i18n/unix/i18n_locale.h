@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+inline namespace taq_1 {
+
 inline constexpr char I18N_ENV_LANG[] = "QENI18N_LANG"; // language of the catalogs; empty means English
 inline constexpr char I18N_DEFAULT_LANG[] = "en";
 inline constexpr char I18N_DEFAULT_LOCALE[] = "en_US";
@@ -23,3 +25,5 @@ char* i18n_lang_get_system_locale();
 // The codeset of the locale in use, modifier included; "UTF-8" when it names none. Stands in one buffer of
 // the process (512 bytes), which the next call overwrites; so one thread at a time.
 const char* i18n_lang_get_system_codeset();
+
+} // namespace taq_1

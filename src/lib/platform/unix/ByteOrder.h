@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
+inline namespace taq_1 {
+
 inline uint16_t get_be16(const void* p) {
     uint16_t v;
     std::memcpy(&v, p, sizeof v);
@@ -27,3 +29,5 @@ inline void put_be32(void* p, uint32_t v) {
     if (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__) v = __builtin_bswap32(v);
     std::memcpy(p, &v, sizeof v);
 }
+
+} // namespace taq_1

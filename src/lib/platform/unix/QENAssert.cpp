@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int SEV_ERROR = 1; // of the system log
@@ -26,3 +28,5 @@ void QENAssert(const char* expr, const char* file, unsigned line, const char* re
     QENPutError(report);
     std::abort();
 }
+
+} // namespace taq_1

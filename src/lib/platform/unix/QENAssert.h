@@ -2,6 +2,8 @@
 // mistake of our own, and the process ends with a report and a core image.
 #pragma once
 
+inline namespace taq_1 {
+
 // Reports a failed check and ends the process as abort() does. The report, "ASSERTION FAILED: file %s,
 // line %u, expression (%s)\n", goes to the system log (error level) and to standard error, cut at 4095
 // bytes; a reason goes there first. Null texts read "(null)". Callable from any thread.
@@ -14,3 +16,5 @@
 // The same, reported with another text than the expression has in the source.
 #define QEN_CHECK_AS(expr, text)                                                                             \
     (__builtin_expect(!(expr), 0) ? QENAssert(text, __FILE__, __LINE__) : (void)0)
+
+} // namespace taq_1

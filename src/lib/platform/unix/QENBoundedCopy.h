@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstring>
 
+inline namespace taq_1 {
+
 // Copies at most size - 1 characters and terminates; nothing for size 0 or a null dst. A null src counts as
 // empty. Returns the length of src.
 inline size_t QENBoundedCopy(char* dst, const char* src, size_t size) {
@@ -14,3 +16,5 @@ inline size_t QENBoundedCopy(char* dst, const char* src, size_t size) {
     dst[n] = '\0';
     return length;
 }
+
+} // namespace taq_1

@@ -1,6 +1,8 @@
 // Where the product keeps its files, and the environment variables that move it: one place for all.
 #pragma once
 
+inline namespace taq_1 {
+
 // The roots are options of the build, which define these only when they differ.
 #ifndef TAQ_DEFAULT_DATA_ROOT
 #define TAQ_DEFAULT_DATA_ROOT "/var/taqsvc"
@@ -23,3 +25,5 @@ inline constexpr char QEN_ENV_LOG_ROOT[] = "TAQ_LOG";
 inline constexpr char QEN_ENV_CONF_DIR[] = "TAQ_CONF";
 inline constexpr char QEN_ENV_MESSAGES_ROOT[] = "TAQ_MESSAGES_DIR";
 inline constexpr char QEN_ENV_LOCAL_NAME[] = "ZORQ_LOCAL_NAME";
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int FIRST_KEPT = STDERR_FILENO + 1;
@@ -81,3 +83,5 @@ FILE* QENStreamOver(int fd, const char* mode) {
     if (fp == nullptr) QENCloseDescriptor(fd);
     return fp;
 }
+
+} // namespace taq_1

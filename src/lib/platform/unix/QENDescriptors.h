@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <sys/types.h>
 
+inline namespace taq_1 {
+
 // A process that closed its descriptors 0 to 2 gets them back with its next open(). A stray printf must not
 // end in a log file, so whatever the library keeps has a descriptor of at least 3, closed on exec.
 
@@ -36,3 +38,5 @@ FILE* QENOpenStream(const char* path, const char* mode);
 
 // fdopen(3) that closes the descriptor when it fails. Null with errno set.
 FILE* QENStreamOver(int fd, const char* mode);
+
+} // namespace taq_1

@@ -3,6 +3,8 @@
 
 #include <dirent.h>
 
+inline namespace taq_1 {
+
 QENDirectory::QENDirectory(const char* path) : _stream(opendir(path)) {}
 
 QENDirectory::~QENDirectory() {
@@ -16,3 +18,5 @@ bool QENDirectory::next() {
     _is_known_file = entry->d_type == DT_REG;
     return true;
 }
+
+} // namespace taq_1

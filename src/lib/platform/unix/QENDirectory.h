@@ -1,6 +1,8 @@
 // Lists a directory: taqmsg shows the log data files that lie there.
 #pragma once
 
+inline namespace taq_1 {
+
 // An open directory. Not copied; used by one thread at a time.
 class QENDirectory {
 public:
@@ -24,3 +26,5 @@ private:
     const char* _name = nullptr;
     bool _is_known_file = false;
 };
+
+} // namespace taq_1

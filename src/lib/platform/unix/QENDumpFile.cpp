@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int OPEN_FLAGS = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
@@ -40,3 +42,5 @@ bool QENEmptyOwnFile(int fd) {
 bool QENCloseDumpFile(int fd) {
     return close(fd) == 0;
 }
+
+} // namespace taq_1

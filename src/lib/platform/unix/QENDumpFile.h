@@ -2,6 +2,8 @@
 // write, hence the checks. All functions are async-signal-safe. Descriptors are closed on exec.
 #pragma once
 
+inline namespace taq_1 {
+
 // Creates a file that only its owner may read, in place of what stands there, links included. For a signal
 // handler: another dump cannot be writing into it. -1: it could not be made.
 int QENCreateDumpFile(const char* path);
@@ -16,3 +18,5 @@ bool QENEmptyOwnFile(int fd);
 
 // False with errno set: what was written may not have arrived.
 bool QENCloseDumpFile(int fd);
+
+} // namespace taq_1

@@ -11,6 +11,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int FATAL_SIGNALS[] = {SIGSEGV, SIGBUS, SIGABRT};
@@ -138,3 +140,5 @@ int QENInstallFatalSignalHandlers() {
         if (set_action(signal, on_fatal_signal, SA_ONSTACK, true) != 0) return -1;
     return 0;
 }
+
+} // namespace taq_1

@@ -9,6 +9,8 @@
 
 #include "platform/unix/QENDescriptors.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 QENFileState::Kind kind_of(mode_t mode) {
@@ -142,3 +144,5 @@ QENFileLock QENAskFileLock(int fd) {
     if (lock.l_type == F_UNLCK) return {QENFileLock::Result::FREED, 0};
     return {QENFileLock::Result::HELD, lock.l_pid};
 }
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+inline namespace taq_1 {
+
 // What the system knows about a file.
 struct QENFileState {
     enum class Kind : uint8_t { REGULAR, DIRECTORY, OTHER };
@@ -69,3 +71,5 @@ struct QENFileLock {
 QENFileLock QENTryLockFile(int fd);
 
 QENFileLock QENAskFileLock(int fd); // HELD, FREED (nobody has it) or FAILED; takes nothing
+
+} // namespace taq_1

@@ -10,6 +10,8 @@
 #include <libgen.h>
 #include <unistd.h>
 
+inline namespace taq_1 {
+
 int QENCheckDir(const char* namep) {
     QENFileState state;
     return namep != nullptr && QENStateOfPath(namep, state) && state.is_directory();
@@ -66,3 +68,5 @@ int QENGetenv(const char* env, char* str, size_t size) {
     QENBoundedCopy(str, value, size);
     return value != nullptr ? 0 : -1;
 }
+
+} // namespace taq_1

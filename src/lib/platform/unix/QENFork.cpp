@@ -4,6 +4,8 @@
 #include <atomic>
 #include <pthread.h>
 
+inline namespace taq_1 {
+
 namespace {
 
 std::atomic<unsigned> fork_count{0};
@@ -24,3 +26,5 @@ unsigned QENForkCount() {
 void QENAtFork(void (*prepare)(), void (*in_parent)(), void (*in_child)()) {
     (void)pthread_atfork(prepare, in_parent, in_child);
 }
+
+} // namespace taq_1

@@ -3,6 +3,8 @@
 
 #include <atomic>
 
+inline namespace taq_1 {
+
 namespace {
 
 std::atomic<decltype(QENHooks::thread_failure)> thread_failure{nullptr};
@@ -22,3 +24,5 @@ QENHooks QENGetHooks() {
     return {thread_failure.load(std::memory_order_acquire), report_event.load(std::memory_order_acquire),
             dump_first_failure.load(std::memory_order_acquire)};
 }
+
+} // namespace taq_1

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+inline namespace taq_1 {
+
 class MsgStruct;
 
 // A failed thread operation, worded as an application message of category 25 and severity WARNING. All
@@ -45,3 +47,5 @@ struct QENHooks {
 void QENSetHooks(const QENHooks& hooks);
 
 QENHooks QENGetHooks(); // async-signal-safe
+
+} // namespace taq_1

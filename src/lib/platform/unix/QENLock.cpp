@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <climits>
 
+inline namespace taq_1 {
+
 // A failed check of this file reports the expression "0" at its own line.
 #define CHECK_CALL(ok) QEN_CHECK_AS(ok, "0")
 
@@ -178,3 +180,5 @@ int QENCondCvwait(pthread_cond_t* cv, QENLock* extlock, int mSec) {
 void QENCondCvwait(pthread_cond_t* cv, QENLock* extlock, const timeval* span) {
     (void)wait_on(cv, extlock, span != nullptr ? msec_of(*span) : FOR_EVER); // the caller looks at its state
 }
+
+} // namespace taq_1

@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char** environ;
+inline namespace taq_1 {
 
 namespace {
 
@@ -57,3 +57,5 @@ int QENMakeDir(const char* namep) {
     }
     return 0;
 }
+
+} // namespace taq_1

@@ -4,6 +4,8 @@
 #include <string_view>
 #include <strings.h>
 
+inline namespace taq_1 {
+
 // Negative, 0 or positive: a comes before b, is equal, or comes after it.
 inline int QENCompareNoCase(const char* a, const char* b) {
     return strcasecmp(a, b);
@@ -17,3 +19,5 @@ inline bool QENEqualNoCase(const char* a, const char* b) {
 inline bool QENEqualNoCase(std::string_view a, std::string_view b) {
     return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
+
+} // namespace taq_1

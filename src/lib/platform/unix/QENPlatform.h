@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <sys/types.h>
 
+inline namespace taq_1 {
+
 class MsgStruct;
 
 // ---- Files and directories. A null path fails as a missing one does.
@@ -117,3 +119,5 @@ int QENInstallSignalStack();
 // process by that signal. A dump that hangs or fails itself is cut short after at most 5 seconds, for which
 // the handler takes over SIGALRM and alarm(). 0, or -1.
 int QENInstallFatalSignalHandlers();
+
+} // namespace taq_1

@@ -8,6 +8,8 @@
 #include <sys/single_threaded.h>
 #include <unistd.h>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t SMALLEST_BUFFER = 1024; // of a stream that has not allocated its buffer yet
@@ -103,3 +105,5 @@ bool QENIsTerminal(FILE* fp) {
     errno = error;
     return is_one;
 }
+
+} // namespace taq_1

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdio>
 
+inline namespace taq_1 {
+
 // The C library throws bytes away when the descriptor under a stream is non-blocking and full. These
 // functions send what the stream holds, and then their own bytes, through the descriptor themselves, and wait
 // for room. A stream without a descriptor (fmemopen, fopencookie) and one that can also be read go through
@@ -21,3 +23,5 @@ void QENStreamPurge(FILE* fp);
 
 // Whether the stream is a terminal. Leaves errno alone.
 bool QENIsTerminal(FILE* fp);
+
+} // namespace taq_1

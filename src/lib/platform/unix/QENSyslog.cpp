@@ -11,6 +11,8 @@
 #include <string>
 #include <syslog.h>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t SYSLOG_TEXT_SIZE = 4095; // with the NUL
@@ -102,3 +104,5 @@ void QENReportEvent(int logical_sev, uint32_t dwEventID, MsgStruct* msg_structp)
     const auto report = QENGetHooks().report_event;
     if (report != nullptr) report(logical_sev, dwEventID, msg_structp, QEN_EVENT_FILE, QEN_EVENT_LINE);
 }
+
+} // namespace taq_1

@@ -11,6 +11,8 @@
 #include <new>
 #include <sys/select.h>
 
+inline namespace taq_1 {
+
 pthread_key_t qen_key_logfd;
 pthread_key_t qen_key_logfile;
 
@@ -147,3 +149,5 @@ int QENThreadInitTsdKeys() {
     tsd_keys_made = true;
     return 0;
 }
+
+} // namespace taq_1

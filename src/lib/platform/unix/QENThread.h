@@ -7,6 +7,8 @@
 #include <sys/time.h>
 #include <time.h>
 
+inline namespace taq_1 {
+
 // ---- Locks
 
 // A mutex that knows its holder. Not recursive: taking a lock that the caller holds is misuse. Fields are
@@ -93,3 +95,5 @@ void QENThreadNap();   // half of one
 extern pthread_key_t qen_key_logfd;
 extern pthread_key_t qen_key_logfile;
 int QENThreadInitTsdKeys(); // 0, also when they exist; -1 when the system has no key left
+
+} // namespace taq_1

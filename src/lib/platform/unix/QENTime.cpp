@@ -5,6 +5,8 @@
 #include <ctime>
 #include <sys/time.h>
 
+inline namespace taq_1 {
+
 int QENTime(char* bufp, size_t size) {
     timeval now;
     tm local;
@@ -15,3 +17,5 @@ int QENTime(char* bufp, size_t size) {
     QENBoundedCopy(bufp, text, size); // strftime leaves unknown bytes in a buffer that is too short
     return 0;
 }
+
+} // namespace taq_1

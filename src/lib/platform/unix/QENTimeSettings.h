@@ -4,6 +4,8 @@
 #include <ctime>
 #include <langinfo.h>
 
+inline namespace taq_1 {
+
 // What a local time depends on beside the second.
 class QENTimeSettings {
 public:
@@ -28,3 +30,5 @@ private:
     const char* _summer_zone = nullptr;
     long _offset = 0; // seconds west of UTC
 };
+
+} // namespace taq_1

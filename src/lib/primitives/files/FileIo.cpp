@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <new>
 
+inline namespace taq_1 {
+
 PathText file_join(std::initializer_list<std::string_view> parts) {
     size_t size = 1;
     for (std::string_view part : parts) size += part.size();
@@ -42,3 +44,5 @@ int file_create(const char* path, std::string_view content, QENAccess access) {
     errno = why;
     return -1;
 }
+
+} // namespace taq_1

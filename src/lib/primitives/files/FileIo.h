@@ -8,6 +8,8 @@
 #include "platform/unix/QENDescriptors.h"
 #include "platform/unix/QENFileSystem.h"
 
+inline namespace taq_1 {
+
 using PathText = std::unique_ptr<char[]>;
 
 // A new string: the parts joined. Null: out of memory.
@@ -22,3 +24,5 @@ int file_open_regular(const char* path, QENAccess access, QENFileState& state);
 // dead process left there is replaced. -1 with errno set: the path is free, unless something that cannot be
 // removed stands there.
 int file_create(const char* path, std::string_view content, QENAccess access);
+
+} // namespace taq_1

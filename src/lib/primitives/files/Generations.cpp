@@ -7,6 +7,8 @@
 
 #include "platform/unix/QENPlatform.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr char NEW_EXTENSION[] = ".new";
@@ -137,3 +139,5 @@ bool RetryPause::failed() {
     _left = _length;
     return first;
 }
+
+} // namespace taq_1

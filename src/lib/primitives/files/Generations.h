@@ -5,6 +5,8 @@
 
 #include "primitives/files/FileIo.h"
 
+inline namespace taq_1 {
+
 // A rotation makes the new file under a temporary name, lets B take the place of C, gives A the second name B
 // and puts the new file in the place of A. So there is a current file at every moment, and it has its header.
 // Where the file system has no hard links, A is renamed to B instead, and for an instant there is none.
@@ -78,3 +80,5 @@ private:
     int _length = 0; // length of the present pause in calls; 0: the last attempt succeeded
     int _left = 0;   // of it
 };
+
+} // namespace taq_1

@@ -9,6 +9,8 @@
 #include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 // Guards the list of held locks. A thread may fork while another thread holds the guard. The child takes a
@@ -123,3 +125,5 @@ void NameLock::_let_go() {
 bool NameLock::is_held() const {
     return _fd >= 0 && _forks == QENForkCount();
 }
+
+} // namespace taq_1

@@ -3,6 +3,8 @@
 
 #include "primitives/files/FileIo.h"
 
+inline namespace taq_1 {
+
 // A lock on a hidden file beside the log, directory + "." + name + ".lock", which the system drops when the
 // process ends in whatever way. It belongs to this process: a forked child does not hold it, and the child's
 // end does not free it. Works between processes of one machine, and of several as far as the file system's
@@ -49,3 +51,5 @@ private:
     PathText _path;
     NameLock* _next = nullptr; // of the locks that this process holds
 };
+
+} // namespace taq_1

@@ -8,6 +8,8 @@
 #include "primitives/ldf/ldf_format.h"
 #include "primitives/memory/Pooled.h"
 
+inline namespace taq_1 {
+
 // What the file's header must know of a record.
 struct LdfPart {
     uint32_t size; // bytes
@@ -39,3 +41,5 @@ private:
     LdfPart _parts[RECORDS];
     unsigned char _bytes[ROOM];
 };
+
+} // namespace taq_1

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string_view>
 
+inline namespace taq_1 {
+
 class HashTable;
 
 // Most arguments of a file are none of the names, and their length or first letter already shows that. Only
@@ -30,3 +32,5 @@ private:
     std::array<uint8_t, FIRSTS> _lower; // as the comparison of names folds a byte
     std::bitset<LENGTHS * FIRSTS> _classes;
 };
+
+} // namespace taq_1

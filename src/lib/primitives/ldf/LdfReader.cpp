@@ -8,6 +8,8 @@
 #include "primitives/values/HashTable.h"
 #include "primitives/values/VList.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int32_t OFFSET_MAX = std::numeric_limits<int32_t>::max();
@@ -178,3 +180,5 @@ int LdfReader::get_next(int catid, int msgid, char sev, char otype, HashTable* o
     }
     return LDF_OK;
 }
+
+} // namespace taq_1

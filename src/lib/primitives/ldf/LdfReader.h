@@ -10,6 +10,8 @@
 #include "primitives/ldf/ldf_format.h"
 #include "primitives/memory/Pooled.h"
 
+inline namespace taq_1 {
+
 class HashTable;
 class VList;
 
@@ -117,3 +119,5 @@ private:
 
 // The reader that has `name` open, or null.
 LdfReader* LdfReader_obj(const char* name);
+
+} // namespace taq_1

@@ -10,6 +10,8 @@
 #include "primitives/ldf/LdfRegistry.h"
 #include "primitives/ldf/LdfTrace.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 LdfRegistry readers;
@@ -136,3 +138,5 @@ void LdfReader::XXDEBUG_OPEN(const char* name) {
 void LdfReader::XXDEBUG(const char* text) {
     ldf_trace(_debug_fp, text);
 }
+
+} // namespace taq_1

@@ -9,6 +9,8 @@
 #include <emmintrin.h>
 #endif
 
+inline namespace taq_1 {
+
 bool ldf_next_piece(std::string_view& rest, std::string_view& piece) {
     const size_t start = rest.find_first_not_of(static_cast<char>(LDF_SEPARATOR));
     if (start == std::string_view::npos) {
@@ -86,3 +88,5 @@ void ldf_split_text(const char* text, size_t size, LdfRecordView& view) {
         return;
     }
 }
+
+} // namespace taq_1

@@ -5,6 +5,8 @@
 
 #include "primitives/ldf/ldf_format.h"
 
+inline namespace taq_1 {
+
 // Takes the next non-empty piece off the front of `rest`, which holds pieces separated by LDF_SEPARATOR.
 // False, with `rest` empty, when there is none.
 bool ldf_next_piece(std::string_view& rest, std::string_view& piece);
@@ -39,3 +41,5 @@ struct LdfRecordView {
 // difference: they must be addressable.
 inline constexpr size_t LDF_SPLIT_SLACK = 64;
 void ldf_split_text(const char* text, size_t size, LdfRecordView& view);
+
+} // namespace taq_1

@@ -5,6 +5,8 @@
 
 #include "primitives/values/NVList.h"
 
+inline namespace taq_1 {
+
 void LdfRegistry::create() {
     if (!_names) _names = new NVList;
 }
@@ -33,3 +35,5 @@ void* LdfRegistry::find(const char* name) const {
     NVElem* entry = _names && name ? _names->inquire(name, /*case_sensitive=*/false) : nullptr;
     return entry ? entry->getptr() : nullptr;
 }
+
+} // namespace taq_1

@@ -4,6 +4,8 @@
 
 #include "primitives/ldf/ldf_format.h"
 
+inline namespace taq_1 {
+
 class NVList;
 
 class LdfRegistry {
@@ -20,3 +22,5 @@ public:
 private:
     NVList* _names = nullptr; // owned
 };
+
+} // namespace taq_1

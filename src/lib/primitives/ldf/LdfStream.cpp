@@ -9,6 +9,8 @@
 
 #include "platform/unix/QENFileSystem.h"
 
+inline namespace taq_1 {
+
 static_assert(LDF_WINDOW_MAX >= 2 * LDF_RECORD_MAX);
 
 int64_t LdfFileBytes::read(void* buffer, size_t n, int64_t offset) {
@@ -196,3 +198,5 @@ bool LdfStream::_end() {
 int64_t LdfStream::skipped() const {
     return _damage ? std::max<int64_t>(_size - _damage.offset, 0) : 0;
 }
+
+} // namespace taq_1

@@ -12,6 +12,8 @@
 #include "primitives/ldf/ldf_format.h"
 #include "primitives/memory/RawRoom.h"
 
+inline namespace taq_1 {
+
 // Where the bytes of a log data file come from.
 class LdfBytes {
 public:
@@ -151,3 +153,5 @@ private:
     RawRoom<unsigned char> _buf; // _capacity + LDF_SPLIT_SLACK bytes, or null
     size_t _capacity = 0;
 };
+
+} // namespace taq_1

@@ -5,6 +5,8 @@
 
 #include "platform/unix/QENDescriptors.h"
 
+inline namespace taq_1 {
+
 FILE* ldf_trace_open(FILE* fp, const char* name, const char* suffix) {
     constexpr size_t NAME_MAX_LEN = 254;
     if (fp) std::fclose(fp);
@@ -18,3 +20,5 @@ void ldf_trace(FILE* fp, const char* text) {
     std::fprintf(fp, "%s\n", text);
     std::fflush(fp);
 }
+
+} // namespace taq_1

@@ -7,6 +7,8 @@
 #include "platform/unix/QENFileSystem.h"
 #include "primitives/ldf/LdfRecordView.h"
 
+inline namespace taq_1 {
+
 static_assert(LDF_WINDOW_MAX >= 2 * LDF_RECORD_MAX);
 
 void LdfWindow::attach(int fd, int64_t filesize) {
@@ -37,3 +39,5 @@ size_t LdfWindow::_fill(int64_t pos, size_t n, const unsigned char*& bytes) {
     bytes = _buf.get();
     return std::min<size_t>(_len, n);
 }
+
+} // namespace taq_1

@@ -7,6 +7,8 @@
 
 #include "primitives/memory/RawRoom.h"
 
+inline namespace taq_1 {
+
 inline constexpr size_t LDF_WINDOW_MAX = 64 * 1024;
 
 class LdfWindow {
@@ -45,3 +47,5 @@ private:
     int64_t _start = 0;          // file offset of _buf[0]
     uint64_t _len = 0;           // bytes of the file in _buf
 };
+
+} // namespace taq_1

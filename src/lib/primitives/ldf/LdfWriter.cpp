@@ -11,6 +11,8 @@
 #include "primitives/ldf/LdfTrace.h"
 #include "primitives/ldf/QENObjTags.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int32_t COUNT_MAX = std::numeric_limits<int32_t>::max();
@@ -196,3 +198,5 @@ void LdfWriter::XXDEBUG_OPEN(const char* name) {
 void LdfWriter::XXDEBUG(const char* text) {
     ldf_trace(_debug_fp, text);
 }
+
+} // namespace taq_1

@@ -9,6 +9,8 @@
 #include "primitives/ldf/ldf_format.h"
 #include "primitives/memory/Pooled.h"
 
+inline namespace taq_1 {
+
 inline constexpr int LDF_DEFAULT_MAXLEN = 4194304; // bytes at which a file is rotated, set by open
 inline constexpr int LDF_MIN_MAXLEN = 65536;
 
@@ -154,3 +156,5 @@ private:
 
 // The writer that has the log `name` open, or null.
 LdfWriter* Ldf_obj(const char* name);
+
+} // namespace taq_1

@@ -13,6 +13,8 @@
 #include "primitives/ldf/LdfWindow.h"
 #include "primitives/utils/QENUtils.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 LdfRegistry writers;
@@ -216,3 +218,5 @@ void LdfWriter::_next() {
     if (_synced_sev >= 0 && _opened != 0) (void)QENSyncData(fileno(_fp)); // no promise covers these records
     (void)_install_new(&Generations::rotate);
 }
+
+} // namespace taq_1

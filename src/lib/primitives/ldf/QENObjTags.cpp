@@ -5,6 +5,8 @@
 
 #include "platform/unix/QENNoCase.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr const char* tag_names[] = {"QEN", "HMX", "CLU", "GRP", "SYS", "AGT", "RES", "XLK"};
@@ -38,3 +40,5 @@ obj_tag_t QENLogFlagToObjTag(int flags) {
         if (flags & entry.bit) return entry.tag;
     return OBJTAG_QEN;
 }
+
+} // namespace taq_1

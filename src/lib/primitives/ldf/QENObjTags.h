@@ -1,6 +1,8 @@
 // Object types of messages: what kind of object a message concerns, with the names that users type.
 #pragma once
 
+inline namespace taq_1 {
+
 enum obj_tag_t : int {
     OBJTAG_QEN = 0,
     OBJTAG_HMX = 1,
@@ -28,3 +30,5 @@ obj_tag_t QENGetObjTag(const char* name);
 // The object type that a log call's flags word asks for: RES, GRP, SYS, AGT in this order of precedence,
 // QEN when it names none.
 obj_tag_t QENLogFlagToObjTag(int flags);
+
+} // namespace taq_1

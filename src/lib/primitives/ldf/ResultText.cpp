@@ -7,6 +7,8 @@
 #include "platform/unix/QENPlatform.h"
 #include "primitives/ldf/ldf_format.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t PATH_SIZE = 1024; // a longer path is cut
@@ -42,3 +44,5 @@ const char* find_result_text(const ResultText* table, size_t count, int result, 
 const char* ldf_result_text(int result) {
     return find_result_text(TEXTS, sizeof TEXTS / sizeof TEXTS[0], result, LDF_EROOT, QEN_ENV_LDF_ROOT);
 }
+
+} // namespace taq_1

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+inline namespace taq_1 {
+
 // In English, without a full stop, never null; unknown codes are "unknown result". A missing root is told
 // with its path and the variable that moves it, in room of the calling thread, which its next call uses
 // again.
@@ -16,3 +18,5 @@ struct ResultText {
 };
 const char* find_result_text(const ResultText* table, size_t count, int result, int root_result,
                              const char* root_variable);
+
+} // namespace taq_1

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <iterator>
 
+inline namespace taq_1 {
+
 const char* ldf_platform_name(int32_t platform) {
     const auto code = static_cast<uint32_t>(platform);
     return platform_id_names[code < std::size(platform_id_names) ? code : 0];
@@ -108,3 +110,5 @@ size_t ldf_encode_text(std::string_view file, std::string_view func, std::span<c
     buf[used] = '\0';
     return used;
 }
+
+} // namespace taq_1

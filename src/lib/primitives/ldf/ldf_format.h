@@ -41,6 +41,8 @@
 
 #include "platform/unix/ByteOrder.h"
 
+inline namespace taq_1 {
+
 // Results of LdfReader and LdfWriter; the command exits with them.
 enum ldf_result {
     LDF_OK = 0,
@@ -167,3 +169,5 @@ inline void ldf_decode_record(const unsigned char* in, ldf_msg_header_t& m) {
 // NUL; 0 with an empty text when the whole does not fit.
 size_t ldf_encode_text(std::string_view file, std::string_view func, std::span<const std::string_view> args,
                        char* buf, size_t bufsize);
+
+} // namespace taq_1

@@ -13,6 +13,8 @@
 #include <ctime>
 #include <mutex>
 
+inline namespace taq_1 {
+
 namespace {
 
 std::mutex instance_lock; // held while the object is made
@@ -99,3 +101,5 @@ void Capture::after_fork(bool in_child) {
     if (FFDC* ffdc = _ffdc_instance.load(std::memory_order_relaxed)) ffdc->after_fork(in_child);
     instance_lock.unlock();
 }
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 
 #include "primitives/log/LogCall.h"
 
+inline namespace taq_1 {
+
 class FFDC;
 
 // Off until enable(). Any thread may call any function, at any time, but destroy().
@@ -46,3 +48,5 @@ private:
     static inline std::atomic<bool> _enable_ffdc{false};
     static inline std::atomic<FFDC*> _ffdc_instance{nullptr}; // owned; null until the first registration
 };
+
+} // namespace taq_1

@@ -13,6 +13,8 @@
 
 #include "primitives/log/ILog.h"
 
+inline namespace taq_1 {
+
 // What a generated descriptor is derived from; it adds the English text, `static constexpr char text[]`.
 // The text has the specifiers "%s", "%1$s" to "%6$s" and "%%" only.
 struct CatalogMessageBase {};
@@ -127,3 +129,5 @@ void report_message(ILog* logp, ulog_app_sev sev, const char* whop, const char* 
 // The same with function, file and line of the caller. Behind flags: the message, then its arguments.
 #define QEN_REPORT(logp, sev, flags, ...)                                                                    \
     report_message((logp), (sev), __func__, __FILE__, __LINE__, (flags), __VA_ARGS__)
+
+} // namespace taq_1

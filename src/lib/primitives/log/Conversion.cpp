@@ -11,6 +11,8 @@
 
 #include "platform/unix/QENNullText.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 // Larger widths and precisions are cut to these: the C library writes every blank and digit, and gives up
@@ -250,3 +252,5 @@ size_t Conversion::_format_string(const char* s, char* out, size_t size) const {
     out[before + len + behind] = '\0';
     return blanks + full;
 }
+
+} // namespace taq_1

@@ -7,6 +7,8 @@
 
 #include "primitives/utils/QENVaList.h"
 
+inline namespace taq_1 {
+
 // The C type that a conversion takes from the argument list.
 enum class ArgType : uint8_t {
     NOTHING,
@@ -64,3 +66,5 @@ private:
     intmax_t _narrowed(intmax_t value) const;
     void _write_specifier(char* out, const char* modifier) const;
 };
+
+} // namespace taq_1

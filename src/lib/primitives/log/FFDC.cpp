@@ -14,6 +14,8 @@
 #include <memory>
 #include <new>
 
+inline namespace taq_1 {
+
 const char* const ubo_FFDCRoleName[FFDC_ROLE_MAX + 1] = {"MinFFDC",   "AGFWMain", "AGFWIMF", "AGFWNotifier",
                                                          "AGFWTimer", "AGFWSvc",  "TAQ",     "MaxFFDC"};
 
@@ -195,3 +197,5 @@ int FFDC::FFDC_Time(char* bufp, unsigned int size) {
     if (now == static_cast<time_t>(-1) || localtime_r(&now, &local) == nullptr) return FFDC_FAILURE;
     return std::strftime(bufp, size, "%m_%d_%Y.%H_%M_%S", &local) != 0 ? FFDC_SUCCESS : FFDC_FAILURE;
 }
+
+} // namespace taq_1

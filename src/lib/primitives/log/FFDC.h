@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <vector>
 
+inline namespace taq_1 {
+
 class CList;
 class IntHashTable;
 
@@ -127,3 +129,5 @@ private:
     std::atomic<bool> _has_displaced{false};
     std::atomic<bool> _dying{false}; // capturing has ended
 };
+
+} // namespace taq_1

@@ -12,6 +12,8 @@
 #include <cerrno>
 #include <cstring>
 
+inline namespace taq_1 {
+
 namespace {
 
 // Collects entries, which are some hundred bytes each, into fewer writes.
@@ -159,3 +161,5 @@ int FFDC::FFDC_DumpLogToFile(FFDCBufPropT* bufpropp, FFDCRoleT role, bool sig_re
                   path.text(), flushed ? errno : error);
     return FFDC_FAILURE;
 }
+
+} // namespace taq_1

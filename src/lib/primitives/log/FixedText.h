@@ -7,6 +7,8 @@
 #include <cstring>
 #include <string_view>
 
+inline namespace taq_1 {
+
 // Room for Size - 1 characters and a NUL, on the stack. Neither allocates nor calls anything that a signal
 // handler must not call.
 template <size_t Size>
@@ -38,3 +40,5 @@ private:
     size_t _used = 0;
     char _text[Size];
 };
+
+} // namespace taq_1

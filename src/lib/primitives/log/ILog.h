@@ -7,6 +7,8 @@
 #include "i18n/common/i18n_id.h"
 #include "primitives/message/severity.h"
 
+inline namespace taq_1 {
+
 class MsgStruct;
 class RegDb;
 class VList;
@@ -147,3 +149,5 @@ public:
 // The process's current output log and error log; null until a program sets them. Refer only.
 extern ILog* _unified_log_function__;
 extern ILog* _unified_logerr_function__;
+
+} // namespace taq_1

@@ -8,6 +8,8 @@
 #include "primitives/log/LogMessage.h"
 #include "primitives/log/MessageBuilder.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int MSG_LDF_OPEN_FAILED = 50878;
@@ -59,3 +61,5 @@ void LdfCopy::_count(void* losses, LdfAppend why, int sev) {
     if (why == LdfAppend::NOT_SYNCED) reason = LossReason::SYNC;
     static_cast<LossLedger*>(losses)->note(reason, sev);
 }
+
+} // namespace taq_1

@@ -7,6 +7,8 @@
 #include "primitives/ldf/LdfWriter.h"
 #include "primitives/log/LogLoss.h"
 
+inline namespace taq_1 {
+
 struct LogMessage;
 
 // Messages whose records are lost are counted in a ledger. One thread at a time.
@@ -51,3 +53,5 @@ private:
     std::unique_ptr<LdfWriter> _ldfp; // null when no copy is written
     bool _ldf_enabled = false;
 };
+
+} // namespace taq_1

@@ -7,6 +7,8 @@
 
 #include "primitives/memory/Pooled.h"
 
+inline namespace taq_1 {
+
 // The lines of messages, back to back, in the order in which they were added.
 class LineBatch : public Pooled<MEM_MISC> {
 public:
@@ -47,3 +49,5 @@ private:
     int8_t _severities[MESSAGES]; // logical ones
     char _bytes[ROOM];
 };
+
+} // namespace taq_1

@@ -8,6 +8,8 @@
 
 #include "platform/unix/QENStreams.h"
 
+inline namespace taq_1 {
+
 // Gathers the pieces of a line, or of many lines, in room of the caller's and gives them to the stream with
 // one call, so that a line costs one write and lines of several processes on one terminal do not mix. Only
 // what is longer than the room leaves in several calls; nothing is ever cut. A stream that is not ready is
@@ -83,3 +85,5 @@ private:
     char* const _buf;
     const size_t _capacity;
 };
+
+} // namespace taq_1

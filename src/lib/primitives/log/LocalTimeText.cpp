@@ -6,6 +6,8 @@
 #include <array>
 #include <cstring>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr time_t HOUR = 3600;
@@ -121,3 +123,5 @@ bool LocalTimeText::_digits_are_in_place(struct tm of_hour, const char* start, s
     }
     return true;
 }
+
+} // namespace taq_1

@@ -8,6 +8,8 @@
 
 #include "platform/unix/QENTimeSettings.h"
 
+inline namespace taq_1 {
+
 // Formatting a time costs some hundred nanoseconds, copying one a few. Within one hour of local time only the
 // digits of minute and second differ, so they are put into the last text in place. Whether that holds is
 // tested: the hour must run without a break from hh:00:00 to hh:59:59 (no change of summer time, no leap
@@ -67,3 +69,5 @@ private:
     size_t _len = 0;
     std::span<char> _text;
 };
+
+} // namespace taq_1

@@ -17,6 +17,8 @@
 #include "primitives/message/MsgStruct.h"
 #include "primitives/strings/QENString.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr char ENV_ENABLE_LDF[] = "TAQ_ENABLE_LDF";
@@ -251,3 +253,5 @@ void Log::write_ffdc(int sev, const char* whop, const char* filep, int line, int
     if (Capture::is_enabled())
         Capture::offer({time(nullptr), sev, whop, filep, line, flags, cat, id}, message_text(msgp));
 }
+
+} // namespace taq_1

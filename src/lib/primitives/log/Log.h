@@ -3,10 +3,8 @@
 #pragma once
 
 #include <atomic>
-#include <cstdint>
 #include <memory>
 #include <span>
-#include <string_view>
 
 #include "primitives/files/NameLock.h"
 #include "primitives/log/Capture.h"
@@ -26,6 +24,8 @@
 #include "primitives/log/TextLogFile.h"
 #include "primitives/memory/Pooled.h"
 #include "primitives/memory/RawRoom.h"
+
+inline namespace taq_1 {
 
 class PackedMessage;
 class RecordDisplay;
@@ -195,5 +195,6 @@ private:
     std::unique_ptr<RecordDisplay> _displayp;
 };
 
-// The open log of that name, or null.
-Log* Log_obj(const char* name);
+Log* Log_obj(const char* name); // the open log of that name, or null
+
+} // namespace taq_1

@@ -12,6 +12,8 @@
 #include "primitives/log/LogText.h"
 #include "primitives/log/LoggerThread.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr struct {
@@ -109,3 +111,5 @@ int LogAdmin::verify_facility(const char* facility) {
         if (strcasecmp(known.name, facility) == 0) return known.code;
     return -1;
 }
+
+} // namespace taq_1

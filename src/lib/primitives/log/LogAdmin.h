@@ -9,6 +9,8 @@
 #include "primitives/log/LogCall.h"
 #include "primitives/message/MsgStruct.h"
 
+inline namespace taq_1 {
+
 // Any thread may call any function.
 class LogAdmin {
 public:
@@ -37,3 +39,5 @@ public:
 private:
     static inline std::atomic<int> _syslog_facility{0};
 };
+
+} // namespace taq_1

@@ -7,6 +7,8 @@
 #include "primitives/message/ipm_messages.h"
 #include "primitives/utils/msg_log_add.h"
 
+inline namespace taq_1 {
+
 void LogCache::disable() {
     _is_enabled = false;
     reset();
@@ -36,3 +38,5 @@ MsgStruct* LogCache::add(LogMessage& m) {
     _cache_vlistp->append(entry, /*ref=*/0);
     return entry;
 }
+
+} // namespace taq_1

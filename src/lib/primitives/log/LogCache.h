@@ -6,6 +6,8 @@
 
 #include "primitives/values/VList.h"
 
+inline namespace taq_1 {
+
 class MsgStruct;
 struct LogMessage;
 
@@ -27,3 +29,5 @@ private:
     bool _is_enabled = false;
     std::unique_ptr<VList> _cache_vlistp{new VList}; // MsgStruct elements, owned by the list
 };
+
+} // namespace taq_1

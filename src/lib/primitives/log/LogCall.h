@@ -8,6 +8,8 @@
 #include "i18n/common/i18n_id.h"
 #include "primitives/log/ILog.h"
 
+inline namespace taq_1 {
+
 struct LogCall {
     LogCall(time_t time, int severity, const char* function, const char* file, int line_no, int flag_word,
             int catalog, int number)
@@ -28,3 +30,5 @@ struct LogCall {
         return i18n_msgcat_id(static_cast<uint32_t>(cat), static_cast<uint32_t>(id));
     }
 };
+
+} // namespace taq_1

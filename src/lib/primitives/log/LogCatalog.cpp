@@ -9,6 +9,8 @@
 #include "primitives/log/ILog.h"
 #include "primitives/log/LogText.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t ROOT_SIZE = 4096;
@@ -77,3 +79,5 @@ bool LogCatalog::format(uint32_t msgcat_id, const std::string_view* argv, size_t
     return i18nFormatSafeTo(&_handle, i18n_category_of(msgcat_id), i18n_number_of(msgcat_id), args.data(),
                             args.size(), out, cap, lenp) == I18N_SOK;
 }
+
+} // namespace taq_1

@@ -12,6 +12,8 @@
 #include "primitives/log/LogLock.h"
 #include "primitives/message/severity.h"
 
+inline namespace taq_1 {
+
 // Catalogs of one language. One thread at a time uses an object; all objects together share texts and files,
 // which lock() guards.
 class LogCatalog {
@@ -52,3 +54,5 @@ private:
     i18nSettings _settings;
     std::array<std::string, SEV_APP_END> _words; // "" until asked for
 };
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 
 #include "primitives/strings/QENString.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr char TAG_PREFIX[] = "DBG_";
@@ -48,3 +50,5 @@ void LogDebugTags::append_enabled(char* names, size_t size) const {
         qenstrlcat(names, " ", size);
     }
 }
+
+} // namespace taq_1

@@ -7,6 +7,8 @@
 
 #include "primitives/message/severity.h"
 
+inline namespace taq_1 {
+
 // Bits of a debug level's flag word.
 inline constexpr int LOG_DBG_ENABLED = 1;
 inline constexpr int LOG_DBG_FLUSH = 2; // flush the stream after each message of the level
@@ -31,3 +33,5 @@ public:
 private:
     std::array<std::atomic<int>, DBG_LEV_END> _debug = {}; // flag word per debug level
 };
+
+} // namespace taq_1

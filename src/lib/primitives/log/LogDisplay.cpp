@@ -7,6 +7,8 @@
 #include "primitives/log/RecordDisplay.h"
 #include "primitives/values/VList.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 std::string_view string_of(const VElem& elem) {
@@ -85,3 +87,5 @@ void Log::display_ldf_record(const ShownRecord& record, ArgViews args, int flags
         return show_fields(*display, record, args, /*listp=*/nullptr, out);
     display->show_next_line(record, args, out);
 }
+
+} // namespace taq_1

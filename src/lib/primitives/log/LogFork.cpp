@@ -11,6 +11,8 @@
 #include "primitives/log/LoggerThread.h"
 #include "primitives/log/RecordDisplay.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int WAIT_MS = 1000;
@@ -92,3 +94,5 @@ void log_goes(Log* log) {
     live().logs.erase(log);
     QENMutexUnlock(&live().lock);
 }
+
+} // namespace taq_1

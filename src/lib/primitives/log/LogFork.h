@@ -1,6 +1,8 @@
 // What a fork does to the logs of the process.
 #pragma once
 
+inline namespace taq_1 {
+
 class Log;
 
 // fork copies one thread and the state of all locks. So that a child can log whatever other threads were
@@ -19,3 +21,5 @@ void log_prepare_for_forks();
 // The logs that live.
 void log_was_made(Log* log);
 void log_goes(Log* log);
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 #include "primitives/log/Log.h"
 #include "primitives/values/NVList.h"
 
+inline namespace taq_1 {
+
 ILog* _unified_log_function__ = nullptr;
 ILog* _unified_logerr_function__ = nullptr;
 
@@ -59,3 +61,5 @@ void LogIdentity::remove(const char* name, const Log* log) {
 Log* Log_obj(const char* name) {
     return LogIdentity::find(name);
 }
+
+} // namespace taq_1

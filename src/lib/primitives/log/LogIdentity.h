@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <string_view>
 
+inline namespace taq_1 {
+
 class Log;
 class NVList;
 
@@ -46,3 +48,5 @@ private:
     static inline size_t _origID_len = sizeof DEFAULT_ORIGINATOR - 1;
     static inline NVList* _log_nvlistp = nullptr; // name to Log (as a pointer); null before init
 };
+
+} // namespace taq_1

@@ -10,6 +10,8 @@
 #include "primitives/log/TerminalText.h"
 #include "primitives/utils/msg_log_add.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t UMI_SIZE = 255;
@@ -95,3 +97,5 @@ void LogLine::_put_source(const LogMessage& m, LineBuffer& line) {
     line.append({number, static_cast<size_t>(end - number)});
     line.append("]\n");
 }
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 #include "primitives/log/LogCatalog.h"
 #include "primitives/log/LogMessage.h"
 
+inline namespace taq_1 {
+
 // "2026-11-16 18:38:11 QEN ERROR K-16-25-30523 text", each part unless the message leaves it out. One thread
 // at a time.
 class LogLine {
@@ -42,3 +44,5 @@ private:
     char _stamp_room[32];
     LocalTimeText _stamp{"%Y-%m-%d %H:%M:%S ", _stamp_room};
 };
+
+} // namespace taq_1

@@ -1,6 +1,8 @@
 // Goes into a log while other threads exist, and around forks. Each write of a message passes here.
 #include "primitives/log/LogLock.h"
 
+inline namespace taq_1 {
+
 constinit thread_local unsigned LogLock::_depth = 0;
 
 namespace {
@@ -55,3 +57,5 @@ bool LogLock::after_fork_in_child() {
     _inside.store(nullptr, std::memory_order_relaxed);
     return false;
 }
+
+} // namespace taq_1

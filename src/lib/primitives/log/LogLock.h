@@ -6,6 +6,8 @@
 #include "platform/unix/Linux/QENSingleThreaded.h"
 #include "platform/unix/QENThread.h"
 
+inline namespace taq_1 {
+
 // A log can be called from within its own write: the stream may be the program's and log by itself. Such a
 // nested call must not wait for the write that it is part of, so the lock knows the thread inside.
 //
@@ -84,3 +86,5 @@ private:
     std::atomic<const void*> _inside{nullptr}; // the thread inside
     enum { UNTOUCHED, TAKEN, BUSY } _at_fork = UNTOUCHED;
 };
+
+} // namespace taq_1

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+inline namespace taq_1 {
+
 uint64_t LossCounts::total() const {
     uint64_t sum = 0;
     for (const OfReason& counts : by)
@@ -75,3 +77,5 @@ void LogLoss::announce_told(const LossNews& n) {
     _told_at = time(nullptr);
     if (_listener != nullptr) _listener(n, _context);
 }
+
+} // namespace taq_1

@@ -10,6 +10,8 @@
 
 #include "primitives/message/severity.h"
 
+inline namespace taq_1 {
+
 enum class LossReason : uint8_t {
     WRITE,    // a write failed: the disk is full
     QUEUE,    // the queue was full
@@ -98,3 +100,5 @@ private:
     bool _is_announced = false;
     time_t _told_at = 0;
 };
+
+} // namespace taq_1

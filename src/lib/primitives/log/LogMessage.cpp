@@ -12,6 +12,8 @@
 #include "primitives/utils/msg_log_add.h"
 #include "primitives/values/ValueElem.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 // Types whose identifier is in the message and whose severity is the call's.
@@ -133,3 +135,5 @@ MsgStruct* LogMessage::structure() {
     if (built == nullptr) built.reset(packed->structure());
     return built.get();
 }
+
+} // namespace taq_1

@@ -12,6 +12,8 @@
 #include "primitives/log/LogText.h"
 #include "primitives/message/MsgStruct.h"
 
+inline namespace taq_1 {
+
 class LogDebugTags;
 struct PackedView;
 
@@ -68,3 +70,5 @@ private:
     bool _classify_log_add(const LogDebugTags& tags);
     bool _classify_identified();
 };
+
+} // namespace taq_1

@@ -9,6 +9,8 @@
 #include "primitives/log/LogMessage.h"
 #include "primitives/message/MsgStruct.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr unsigned LOOK_EVERY = 8; // messages, at the clock
@@ -52,3 +54,5 @@ void RecordWriter::flush() {
     const LogLock::Guard inside(log->_lock);
     if (inside) log->_write_gathered();
 }
+
+} // namespace taq_1

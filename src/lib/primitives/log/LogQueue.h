@@ -8,6 +8,8 @@
 #include "primitives/log/RecordPool.h"
 #include "primitives/values/DList.h"
 
+inline namespace taq_1 {
+
 class ILog;
 class Log;
 class MsgStruct;
@@ -65,3 +67,5 @@ private:
     unsigned _count = 0;            // of them
     Clock::time_point _deadline;
 };
+
+} // namespace taq_1

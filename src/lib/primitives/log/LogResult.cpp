@@ -5,6 +5,8 @@
 #include "primitives/ldf/ResultText.h"
 #include "primitives/log/ILog.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr ResultText TEXTS[] = {
@@ -22,3 +24,5 @@ constexpr ResultText TEXTS[] = {
 const char* ulog_result_text(int result) {
     return find_result_text(TEXTS, sizeof TEXTS / sizeof TEXTS[0], result, ULOG_EROOT, QEN_ENV_LOG_ROOT);
 }
+
+} // namespace taq_1

@@ -7,6 +7,8 @@
 #include "primitives/log/LogMessage.h"
 #include "primitives/message/MsgStruct.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 // By reason: the number, and what stands behind the counts in the English text.
@@ -92,3 +94,5 @@ void Log::_tell_losses() {
         });
     if (news.lines.total() + news.records.total() != 0) _loss.announce_told(news);
 }
+
+} // namespace taq_1

@@ -10,6 +10,8 @@
 #include "primitives/message/MsgStruct.h"
 #include "primitives/values/ValueElem.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr std::string_view CUT_MARK = "...";
@@ -129,3 +131,5 @@ std::string_view elem_text(const MsgElem* elemp) {
 std::string_view message_text(const MsgStruct* msgp) {
     return msgp != nullptr ? elem_text(msgp->find(MSGID_TEXT)) : std::string_view{};
 }
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 #include <span>
 #include <string_view>
 
+inline namespace taq_1 {
+
 class MsgElem;
 class MsgStruct;
 
@@ -38,3 +40,5 @@ size_t put_umi(char* out, size_t size, std::string_view originator, unsigned cat
 std::string_view elem_text(const MsgElem* elemp);
 // The text (element 21) of a message; null data when there is none.
 std::string_view message_text(const MsgStruct* msgp);
+
+} // namespace taq_1

@@ -12,6 +12,8 @@
 #include "primitives/log/PackedMessage.h"
 #include "primitives/message/MsgStruct.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int MSG_INVALID_MESSAGE = 50879;
@@ -188,3 +190,5 @@ void Log::_write_gathered() {
     _copy.write_gathered();
     _file.write_gathered();
 }
+
+} // namespace taq_1

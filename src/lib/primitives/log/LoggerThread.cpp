@@ -13,6 +13,8 @@
 #include "primitives/log/RecordPool.h"
 #include "primitives/message/MsgStruct.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int FOR_EVER = -1;
@@ -305,3 +307,5 @@ void LoggerThread::after_fork_in_child() {
     _init_conditions(); // threads that are not here may have waited for them
     QENLockRelease(&_lock);
 }
+
+} // namespace taq_1

@@ -8,6 +8,8 @@
 #include "platform/unix/QENThread.h"
 #include "primitives/log/QueueBound.h"
 
+inline namespace taq_1 {
+
 class DList;
 struct vlog_msg_t;
 
@@ -104,3 +106,5 @@ private:
 
 // Made at the first call and never deleted: a producer may still use it while the program ends.
 LoggerThread& logger_thread();
+
+} // namespace taq_1

@@ -12,6 +12,8 @@
 #include "primitives/message/MsgStruct.h"
 #include "primitives/message/ipm_messages.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int NO_ERROR_NO = -1;
@@ -122,3 +124,5 @@ MsgStruct* MessageBuilder::mk_log_msg_msgstruct(int cat, int id, const char* fmt
     va_end(args.list);
     return msgp;
 }
+
+} // namespace taq_1

@@ -4,6 +4,8 @@
 #include "primitives/log/ILog.h"
 #include "primitives/utils/QENVaList.h"
 
+inline namespace taq_1 {
+
 // Log inherits these: Log::process_args and so on. Any thread may call any function.
 class MessageBuilder {
 public:
@@ -51,3 +53,5 @@ public:
     static MsgStruct* mk_log_msg_msgstruct(int cat, int id, const char* fmtp, ...)
         __attribute__((format(printf, 3, 4)));
 };
+
+} // namespace taq_1

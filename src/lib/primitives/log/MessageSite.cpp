@@ -8,6 +8,8 @@
 #include "primitives/log/Log.h"
 #include "primitives/log/PackedMessage.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 void write_site(ILog* logp, const LogCall& call, const PackedMessage& packed) {
@@ -53,3 +55,5 @@ void write_debug_message(ILog* logp, ulog_dbg_lev lev, const char* whop, const c
     Capture::offer({time(nullptr), lev, whop, filep, line, flags | ULOG_DEBUG, cat, id}, text);
     logp->write_dbg(lev, whop, filep, line, flags & ~ULOG_HAND_OVER, cat, id, text.data());
 }
+
+} // namespace taq_1

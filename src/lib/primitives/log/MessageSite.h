@@ -4,6 +4,8 @@
 
 #include "primitives/log/ILog.h"
 
+inline namespace taq_1 {
+
 // Logs one message. logp may be null (capture only). flags: write flags; the message is handed over anyway.
 // fmtp and the arguments: the English text, with any conversion of printf; PackedMessage.h tells the few
 // things that differ. Each conversion but "%n" and "%%" is one argument of the message. Texts of catalogs use
@@ -28,3 +30,5 @@ void write_debug_message(ILog* logp, ulog_dbg_lev lev, const char* whop, const c
     ((logp)->is_enabled(lev) == 0 ? void()                                                                   \
                                   : write_debug_message((logp), (lev), __func__, __FILE__, __LINE__,         \
                                                         (flags), (cat), (id), __VA_ARGS__))
+
+} // namespace taq_1

@@ -11,6 +11,8 @@
 #include "primitives/log/Conversion.h"
 #include "primitives/message/MsgStruct.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t POSITIONS_MAX = 32;
@@ -247,3 +249,5 @@ void PackedView::append_args_to(MsgStruct& msg) const {
         arg += size;
     }
 }
+
+} // namespace taq_1

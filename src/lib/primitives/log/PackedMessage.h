@@ -9,6 +9,8 @@
 #include "primitives/log/ILog.h"
 #include "primitives/utils/QENVaList.h"
 
+inline namespace taq_1 {
+
 struct ArgValue;
 struct Conversion;
 
@@ -71,3 +73,5 @@ private:
     char _text[TEXT_SIZE];
     char _own_args[ARGS_SIZE];
 };
+
+} // namespace taq_1

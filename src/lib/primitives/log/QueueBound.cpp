@@ -7,6 +7,8 @@
 
 #include "platform/unix/QENPlatform.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr char ENV_MAX[] = "QEN_LOG_QUEUE_MAX";
@@ -31,3 +33,5 @@ QueueBound QueueBound::from_environment() {
     bound.drops = QENGetenv(ENV_FULL, value, sizeof value) == 0 && value == std::string_view(DROP);
     return bound;
 }
+
+} // namespace taq_1

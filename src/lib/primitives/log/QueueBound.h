@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+inline namespace taq_1 {
+
 // From the environment, read by start_logger:
 //   QEN_LOG_QUEUE_MAX   messages, 1 to 2,147,483,647 in decimal digits; without it there is no bound
 //   QEN_LOG_QUEUE_FULL  "block": the call waits until there is room; "drop": the message is lost, and counted
@@ -14,3 +16,5 @@ struct QueueBound {
 
     static QueueBound from_environment();
 };
+
+} // namespace taq_1

@@ -7,6 +7,8 @@
 
 #include "i18n/common/i18n.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr std::string_view FIELD_MARK = "{@@}";
@@ -132,3 +134,5 @@ void RecordDisplay::end_fields(LineBuffer& line) {
     line.append(RECORD_MARK);
     line.append('\n');
 }
+
+} // namespace taq_1

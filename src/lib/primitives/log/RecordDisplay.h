@@ -14,6 +14,8 @@
 #include "primitives/log/ShownRecord.h"
 #include "primitives/log/TerminalText.h"
 
+inline namespace taq_1 {
+
 // The text is not in a record: it comes from the catalogs, with the arguments of the record put in. Keeps
 // what the lines of a message have in common. One thread at a time.
 class RecordDisplay {
@@ -79,3 +81,5 @@ private:
     RawRoom<char> _time_room = raw_room<char>(LocalTimeText::SIZE + RecordLine::SLACK); // for put_run
     LocalTimeText _times;
 };
+
+} // namespace taq_1

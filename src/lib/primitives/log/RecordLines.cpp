@@ -9,6 +9,8 @@
 #include "i18n/common/i18n.h"
 #include "i18n/unix/i18n_conv.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr std::string_view MISSING_ARG = "???"; // as the catalogs show it
@@ -102,3 +104,5 @@ const RecordLine* RecordLines::keep(uint32_t msgcat_id, int sev, std::string_vie
     if (textp != nullptr && textp->piece_count > 0) (void)line._add_text(*textp); // or it is looked up again
     return &line;
 }
+
+} // namespace taq_1

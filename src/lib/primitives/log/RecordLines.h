@@ -11,6 +11,8 @@
 #include "primitives/log/LogText.h"
 #include "primitives/memory/RawRoom.h"
 
+inline namespace taq_1 {
+
 struct i18nTemplate;
 
 // The line of a message but for the time before it and the arguments in it. The first piece begins with the
@@ -98,3 +100,5 @@ private:
     std::array<uint64_t, PLACES> _keys; // identity and severity of each place's message, or FREE
     RawRoom<RecordLine> _lines; // PLACES, made for the first; a place holds a line when its key says so
 };
+
+} // namespace taq_1

@@ -8,6 +8,8 @@
 #include "platform/unix/QENThread.h"
 #include "primitives/memory/Memory.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t STRETCH_SIZE = 64 * 1024 - 64; // with what the heap adds
@@ -144,3 +146,5 @@ void RecordPool::before_fork() {
 void RecordPool::after_fork() {
     QENMutexUnlock(&lock);
 }
+
+} // namespace taq_1

@@ -4,6 +4,8 @@
 
 #include <cstddef>
 
+inline namespace taq_1 {
+
 // Each thread fills a stretch of 64 KiB with its records, one behind the other, then takes the next one:
 // without a lock, and without a heap that grows and shrinks with the queue. A stretch whose records are all
 // gone serves again, for any thread; up to 4 MiB are kept for that. A thread that ends gives its stretch up.
@@ -21,3 +23,5 @@ public:
     static void before_fork();
     static void after_fork();
 };
+
+} // namespace taq_1

@@ -5,6 +5,8 @@
 #include <cwchar>
 #include <cwctype>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr struct {
@@ -59,3 +61,5 @@ std::string text_for_terminal(std::string_view text, Newlines newlines) {
     }
     return out;
 }
+
+} // namespace taq_1

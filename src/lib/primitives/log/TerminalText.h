@@ -9,6 +9,8 @@
 
 #include "primitives/log/LogText.h"
 
+inline namespace taq_1 {
+
 enum class Newlines : bool { ESCAPED, KEPT };
 
 // Whether the bytes are plain ASCII and tabs, which every terminal shows as they are.
@@ -45,3 +47,5 @@ inline bool are_plain_for_terminal(ArgViews args) {
         if (!is_plain_for_terminal(arg)) return false;
     return true;
 }
+
+} // namespace taq_1

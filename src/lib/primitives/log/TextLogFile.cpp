@@ -15,6 +15,8 @@
 #include "primitives/log/LineBuffer.h"
 #include "primitives/message/severity.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr char EXTENSION[] = ".log";
@@ -315,3 +317,5 @@ off_t TextLogFile::_end_of_lines(int fd, off_t size) const {
     }
     return std::min(_flushed, size);
 }
+
+} // namespace taq_1

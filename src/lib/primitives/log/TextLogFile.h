@@ -11,6 +11,8 @@
 #include "primitives/log/LineBatch.h"
 #include "primitives/log/LogLoss.h"
 
+inline namespace taq_1 {
+
 inline constexpr int LOG_DEFAULT_MAXLEN = 33554432; // bytes at which a text log is rotated
 inline constexpr int LOG_MIN_MAXLEN = 65536;
 
@@ -157,3 +159,5 @@ private:
     off_t _full_at = NEVER;            // size beyond which the file may not have room for another line
     RetryPause _pause;                 // between attempts at a rotation that is blocked
 };
+
+} // namespace taq_1

@@ -14,6 +14,8 @@
 #include <cstdlib>
 #include <cstring>
 
+inline namespace taq_1 {
+
 constinit Memory taq_mem;
 
 constinit std::atomic<void (*)(int)> Memory::_block_call{nullptr};
@@ -258,3 +260,5 @@ void Memory::block(void (*callback)(int)) {
 void Memory::set_fill(bool on) {
     fill_enabled.store(on || std::getenv("ZORQ_MEMORY_CLOBBER") != nullptr, std::memory_order_relaxed);
 }
+
+} // namespace taq_1

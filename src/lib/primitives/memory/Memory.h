@@ -16,6 +16,8 @@
 #include <cstdint>
 #include <type_traits>
 
+inline namespace taq_1 {
+
 class NVList;
 class ThreadCounters;
 
@@ -156,3 +158,5 @@ extern Memory taq_mem;
 static_assert(std::is_trivially_destructible_v<Memory>);
 
 NVList* Mem_dist(bool all); // taq_mem.dist(all)
+
+} // namespace taq_1

@@ -15,6 +15,8 @@
 #include <sanitizer/asan_interface.h>
 #endif
 
+inline namespace taq_1 {
+
 inline void memory_poison([[maybe_unused]] const void* p, [[maybe_unused]] size_t n) {
 #ifdef QEN_ADDRESS_SANITIZER
     __asan_poison_memory_region(p, n);
@@ -26,3 +28,5 @@ inline void memory_unpoison([[maybe_unused]] const void* p, [[maybe_unused]] siz
     __asan_unpoison_memory_region(p, n);
 #endif
 }
+
+} // namespace taq_1

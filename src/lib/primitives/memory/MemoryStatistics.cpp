@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdio>
 
+inline namespace taq_1 {
+
 #define QEN_MEMORY_NAME(name) #name,
 const char* const Mem_names[MEMORY_MAX_TYPES] = {QEN_MEMORY_TYPES(QEN_MEMORY_NAME)};
 #undef QEN_MEMORY_NAME
@@ -70,3 +72,5 @@ void Memory::print() const {
         if (count(type) != 0)
             std::printf("%-20s\t%3d\t%3d\n", Mem_names[type], count(type), type_bytes(type));
 }
+
+} // namespace taq_1

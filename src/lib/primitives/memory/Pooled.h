@@ -12,6 +12,8 @@
 
 #include "primitives/memory/Memory.h"
 
+inline namespace taq_1 {
+
 template <int TYPE>
 class Pooled {
     static_assert(TYPE >= 0 && TYPE < MEMORY_MAX_TYPES);
@@ -47,3 +49,5 @@ public:
     static void operator delete(void*, std::align_val_t) = delete;
     static void operator delete[](void*, std::align_val_t) = delete;
 };
+
+} // namespace taq_1

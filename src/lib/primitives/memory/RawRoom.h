@@ -10,6 +10,8 @@
 
 #include "platform/unix/QENAssert.h"
 
+inline namespace taq_1 {
+
 struct RawRoomFree {
     void operator()(void* p) const { std::free(p); }
 };
@@ -33,3 +35,5 @@ template <class T>
     QEN_CHECK(retp != NULL);
     return retp;
 }
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 #include <new>
 #include <utility>
 
+inline namespace taq_1 {
+
 constinit thread_local ThreadCounters* ThreadCounters::_mine = nullptr;
 constinit std::atomic<ThreadCounters*> ThreadCounters::_newest{nullptr};
 constinit std::atomic<int> ThreadCounters::_idle_count{0};
@@ -77,3 +79,5 @@ ThreadCounters::Net ThreadCounters::take_unpublished() {
     _unpublished.store(BIAS, std::memory_order_release);
     return net;
 }
+
+} // namespace taq_1

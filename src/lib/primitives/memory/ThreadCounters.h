@@ -14,6 +14,8 @@
 
 #include "primitives/memory/Memory.h"
 
+inline namespace taq_1 {
+
 class alignas(128) ThreadCounters { // no line is shared, nor fetched with a neighbour's
 public:
     // What a thread keeps to itself, gained or lost, before it publishes it to the shared totals. The
@@ -82,3 +84,5 @@ inline bool ThreadCounters::add(uint32_t size, int type) {
     }
     return (count(_unpublished, Net::BLOCK + size) & ~WITHIN) != 0;
 }
+
+} // namespace taq_1

@@ -3,6 +3,8 @@
 
 #include "platform/unix/QENAssert.h"
 
+inline namespace taq_1 {
+
 std::atomic<int32_t> _guid{0};
 std::atomic<int32_t> is_mt{0};
 
@@ -27,3 +29,5 @@ void initializeHeader(int32_t message, MsgHdr_t* hdrp) {
     initializeHeader(hdrp);
     hdrp->setMessage(message);
 }
+
+} // namespace taq_1

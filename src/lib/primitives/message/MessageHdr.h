@@ -6,6 +6,8 @@
 
 #include "platform/unix/ByteOrder.h"
 
+inline namespace taq_1 {
+
 // Nine 32-bit signed integers in network byte order, 36 bytes, as they lie in a message's first buffer.
 //   offset field      meaning
 //        0 message    message number; bits 8 to 15 are the major number
@@ -100,3 +102,5 @@ int32_t _get_guid();
 void initializeHeader(MsgHdr_t* hdrp);
 void initializeHeader(int32_t message, MsgHdr_t* hdrp);
 void _set_ipm_hdr_guid(MsgHdr_t* hdrp);
+
+} // namespace taq_1

@@ -5,6 +5,8 @@
 #include "primitives/message/MsgStruct.h"
 #include "primitives/values/ValueElem.h"
 
+inline namespace taq_1 {
+
 MsgElem::MsgElem(int32_t value) : _type(VTYPE_S32), _ref(false), _nwsize(sizeof value) {
     _value._s32 = value;
 }
@@ -45,3 +47,5 @@ void MsgElemList::append_elem(MsgElem* elem) {
     _tail = elem;
     ++_count;
 }
+
+} // namespace taq_1

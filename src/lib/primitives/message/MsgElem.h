@@ -5,6 +5,8 @@
 
 #include "primitives/memory/Pooled.h"
 
+inline namespace taq_1 {
+
 class MsgStruct;
 
 // Dimensions of an element list.
@@ -87,3 +89,5 @@ private:
     uint32_t _count = 0;
     uint8_t _dim;
 };
+
+} // namespace taq_1

@@ -10,6 +10,8 @@
 #include "platform/unix/QENAssert.h"
 #include "primitives/values/VList.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int32_t TYPE_SIZE = 1;
@@ -315,3 +317,5 @@ MsgElem* MsgStruct::find(int16_t id) const {
 uint32_t MsgStruct::getcount(int16_t id) const {
     return is_valid(id) && _val[id] != nullptr ? _val[id]->getcount() : 0;
 }
+
+} // namespace taq_1

@@ -27,6 +27,8 @@
 #include "primitives/message/MsgElem.h"
 #include "primitives/values/msg_result.h"
 
+inline namespace taq_1 {
+
 class ValueElem;
 class VList;
 
@@ -174,3 +176,5 @@ private:
     MsgElemList* _val[MSG_MAX_ID + 1] = {}; // owned; null when the id is absent
     NetBufferList _nblv;
 };
+
+} // namespace taq_1

@@ -8,6 +8,8 @@
 #include "primitives/message/MsgStruct.h"
 #include "primitives/values/VList.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int32_t ID_OFFSET = 1; // of the id behind the type byte of a scalar or segment
@@ -170,3 +172,5 @@ msg_result MsgStruct::_copy_elem(int16_t id, const MsgElem& elem, uint8_t dim) {
     default: QEN_CHECK(0); return MSG_EINVAL;
     }
 }
+
+} // namespace taq_1

@@ -7,6 +7,8 @@
 
 #include "platform/unix/QENAssert.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 // Bytes that the length word of a received text counts beside the text itself.
@@ -42,3 +44,5 @@ msg_result TAQMsgStruct::from_nwbuffer(TAQMsgStruct*& out, char* buf, int32_t le
     out = new TAQMsgStruct(buf, /*ref=*/false, expected);
     return MSG_SOK;
 }
+
+} // namespace taq_1

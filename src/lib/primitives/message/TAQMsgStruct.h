@@ -6,6 +6,8 @@
 #include "primitives/memory/Pooled.h"
 #include "primitives/values/msg_result.h"
 
+inline namespace taq_1 {
+
 struct TAQMsgHdr {
     int32_t _handle;
     int32_t _sequence_no;
@@ -42,3 +44,5 @@ private:
     int32_t _nwmessage_length;
     bool _nwmessage_ref;
 };
+
+} // namespace taq_1

@@ -3,6 +3,8 @@
 
 #include "primitives/message/MsgStruct.h"
 
+inline namespace taq_1 {
+
 MsgStruct* mk_ipm_msg(int32_t message) {
     auto* msgp = new MsgStruct;
     initializeHeader(message, msgp->gethdr());
@@ -18,3 +20,5 @@ MsgStruct* mk_ucast_msg(int32_t message, int32_t sender) {
     hdrp->setVersion(MSGHDR_VERSION);
     return msgp;
 }
+
+} // namespace taq_1

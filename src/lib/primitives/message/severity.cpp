@@ -1,6 +1,8 @@
 // The names of severities and debug levels.
 #include "primitives/message/severity.h"
 
+inline namespace taq_1 {
+
 const char* const ulog_app_sev_names[SEV_APP_END] = {"CRITICAL", "ERROR", "WARNING", "NOTICE", "INFO"};
 
 const char* const ulog_dbg_lev_names[DBG_LEV_END] = {
@@ -24,3 +26,5 @@ const char* ulog_app_sev_name(int sev) {
 const char* ulog_dbg_lev_name(int lev) {
     return lev >= 0 && lev < DBG_LEV_END ? ulog_dbg_lev_names[lev] : "";
 }
+
+} // namespace taq_1

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+inline namespace taq_1 {
+
 // How serious an application message is.
 enum ulog_app_sev : int32_t {
     SEV_CRIT = 0,
@@ -80,3 +82,5 @@ extern const char* const ulog_dbg_lev_names[DBG_LEV_END];
 // its scale. The argument is a plain int because it may come from a file or a caller's arithmetic.
 const char* ulog_app_sev_name(int sev);
 const char* ulog_dbg_lev_name(int lev);
+
+} // namespace taq_1

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <functional>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t FIRST_CAPACITY = 256;
@@ -159,3 +161,5 @@ size_t QENStrBufferReader::read(char* dst, size_t n) {
     read_offset += taken;
     return taken;
 }
+
+} // namespace taq_1

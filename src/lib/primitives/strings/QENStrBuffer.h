@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+inline namespace taq_1 {
+
 class QENStrBuffer {
 public:
     static constexpr unsigned int MAX_CAPACITY = 0x40000; // bytes, with the NUL
@@ -72,3 +74,5 @@ private:
     const QENStrBuffer& buffer;
     size_t read_offset;
 };
+
+} // namespace taq_1

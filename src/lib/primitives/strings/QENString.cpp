@@ -11,6 +11,8 @@
 #include <cstring>
 #include <memory>
 
+inline namespace taq_1 {
+
 size_t qenstrlcpy(char* dst, const char* src, size_t size) {
     return QENBoundedCopy(dst, src, size);
 }
@@ -117,3 +119,5 @@ char* eat_escape_character(const char* src) {
     *to = '\0';
     return copy;
 }
+
+} // namespace taq_1

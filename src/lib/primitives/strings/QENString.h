@@ -4,6 +4,8 @@
 
 #include <cstddef>
 
+inline namespace taq_1 {
+
 // Copies at most size - 1 characters and terminates (nothing for size 0). Returns the length of src: the
 // text was cut when that is not below size.
 size_t qenstrlcpy(char* dst, const char* src, size_t size);
@@ -39,3 +41,5 @@ int qenescfmt(char* dst, const char* src, size_t size);
 
 // A copy without each '^' that stands before "@{" when a '}' follows somewhere: delete[]; null for null.
 char* eat_escape_character(const char* src);
+
+} // namespace taq_1

@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+inline namespace taq_1 {
+
 namespace {
 
 // A word stands before longer words that begin with it, so that the full word is found before they make it
@@ -34,3 +36,5 @@ const char* argname(int value) {
 int is_blank(const char* s) {
     return s == nullptr || s[std::strspn(s, " ")] == '\0';
 }
+
+} // namespace taq_1

@@ -1,6 +1,8 @@
 // The words of the product's command-line options and their lookup, which accepts abbreviations.
 #pragma once
 
+inline namespace taq_1 {
+
 // Words in the order of their codes, which start at 0.
 #define QEN_ARGUMENT_WORDS(X)                                                                                \
     X(ARG_ACK, "-ack")                                                                                       \
@@ -116,3 +118,5 @@ argvalue_t argvalue(const char* word);
 const char* argname(int value); // the word, or "unknown argument" for a value without one
 
 int is_blank(const char* s); // 1: nothing but spaces, or null; else 0
+
+} // namespace taq_1

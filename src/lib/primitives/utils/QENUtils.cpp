@@ -4,6 +4,8 @@
 #include <clocale>
 #include <ctime>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int FIRST_ASCII = 32;
@@ -33,3 +35,5 @@ int QENUtils::is_ascii_str(const char* s) {
         if (!is_ascii(static_cast<unsigned char>(*s))) return 0;
     return 1;
 }
+
+} // namespace taq_1

@@ -4,6 +4,8 @@
 
 #include "primitives/utils/QENVaList.h"
 
+inline namespace taq_1 {
+
 class MsgStruct;
 
 class QENUtils {
@@ -34,3 +36,5 @@ public:
     // character that is no letter, digit, '-' or '_'. A new array, which the caller frees with array delete.
     static char* get_system();
 };
+
+} // namespace taq_1

@@ -11,6 +11,10 @@
 
 #include <cstdarg>
 
+inline namespace taq_1 {
+
 struct QENVaList {
     va_list list;
 };
+
+} // namespace taq_1

@@ -9,6 +9,8 @@
 #include "primitives/message/severity.h"
 #include "primitives/utils/QENUtils.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t TEXT_SIZE = 4096; // of the text with its arguments, NUL included
@@ -72,3 +74,5 @@ MsgStruct* mk_msg_log_add(MsgStruct* msgp, int logflags, int sev, int obj_tag, i
     va_end(args.list);
     return msgp;
 }
+
+} // namespace taq_1

@@ -5,6 +5,8 @@
 
 #include "primitives/utils/QENVaList.h"
 
+inline namespace taq_1 {
+
 class MsgStruct;
 
 inline constexpr int32_t MSG_LOG_ADD = 2056; // message number of a log message
@@ -27,3 +29,5 @@ MsgStruct* mk_vararg_msg_log_add(MsgStruct* msgp, int logflags, int sev, int obj
 
 MsgStruct* mk_msg_log_add(MsgStruct* msgp, int logflags, int sev, int obj_tag, int timestamp, int cat, int id,
                           const char* fmtp, ...) __attribute__((format(printf, 8, 9)));
+
+} // namespace taq_1

@@ -13,6 +13,8 @@
 #include "primitives/message/ipm_messages.h"
 #include "primitives/utils/QENUtils.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t TEXT_SIZE = 4096; // of one argument, NUL included
@@ -190,3 +192,5 @@ MsgStruct* QENUtils::msgargs_to_msgstruct(const char* format, QENVaList& args, M
     va_end(walk.list);
     return msg;
 }
+
+} // namespace taq_1

@@ -12,6 +12,8 @@
 #include "primitives/files/FileIo.h"
 #include "primitives/utils/QENUtils.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 // The configuration file holds lines of name=value; a line that begins with '#' and the rest of a line
@@ -108,3 +110,5 @@ char* QENUtils::get_system() {
     char* configured = configured_name();
     return configured != nullptr ? configured : node_name();
 }
+
+} // namespace taq_1

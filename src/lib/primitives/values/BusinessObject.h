@@ -3,6 +3,8 @@
 
 #include "primitives/memory/Pooled.h"
 
+inline namespace taq_1 {
+
 class BusinessObject : public Pooled<MEM_BUSINESS_OBJECT> {
 public:
     virtual ~BusinessObject() = default;
@@ -13,3 +15,5 @@ protected:
     BusinessObject(const BusinessObject&) = default;
     BusinessObject& operator=(const BusinessObject&) = default;
 };
+
+} // namespace taq_1

@@ -3,6 +3,8 @@
 
 #include "platform/unix/QENAssert.h"
 
+inline namespace taq_1 {
+
 CElem::~CElem() {
     CList* ring = clist();
     if (ring == nullptr || ring->_current != this) return;
@@ -89,3 +91,5 @@ CElem* CList::read(int i) const {
     while (i-- > 0) celemp = celemp->next();
     return celemp;
 }
+
+} // namespace taq_1

@@ -4,6 +4,8 @@
 #include "primitives/values/DList.h"
 #include "primitives/values/ValueHolder.h"
 
+inline namespace taq_1 {
+
 class CList;
 
 // One cell of a ring. next() and prev() go round and round.
@@ -73,3 +75,5 @@ private:
     DList _dlist;              // its object is this
     CElem* _current = nullptr; // the next cell to write; null without cells
 };
+
+} // namespace taq_1

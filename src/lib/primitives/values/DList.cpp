@@ -3,6 +3,8 @@
 
 #include "platform/unix/QENAssert.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr int BLANKS_PER_LEVEL = 4;
@@ -117,3 +119,5 @@ void DList::print(const char* name, FILE* fp, char indent) const {
 void DList::_overflow() {
     QENAssert("_count < INT32_MAX", __FILE__, __LINE__, "list too long");
 }
+
+} // namespace taq_1

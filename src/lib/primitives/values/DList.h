@@ -7,6 +7,8 @@
 
 #include "primitives/memory/Pooled.h"
 
+inline namespace taq_1 {
+
 class DList;
 
 // One link, in at most one list at a time. Misuse (linking twice, unlinking what is not linked) is fatal.
@@ -170,3 +172,5 @@ inline void DLink::_leave() {
         _dlist->_head = _dlist->_tail = nullptr; // the last link of a ring leads to itself
     _dlist = nullptr;
 }
+
+} // namespace taq_1

@@ -8,6 +8,8 @@
 #include "platform/unix/QENAssert.h"
 #include "primitives/values/VList.h"
 
+inline namespace taq_1 {
+
 HashTable* _Hash_hashtablep = nullptr;
 
 namespace {
@@ -164,3 +166,5 @@ VList* HashTable::dist() const {
     for (int32_t i = 0; i < _size; ++i) counts->append(_bucketsp[i].count());
     return counts;
 }
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 #include "primitives/values/NVList.h"
 #include "primitives/values/msg_result.h"
 
+inline namespace taq_1 {
+
 // Maps (bucket count > 0, NUL-terminated key) to a bucket index below the count.
 using hf_t = int32_t (*)(int32_t size, const char* cp);
 
@@ -95,3 +97,5 @@ extern HashTable* _Hash_hashtablep;
 
 // The registered table of that name, ignoring case; null if none, also without a registry.
 HashTable* HashTable_inquire(const char* name);
+
+} // namespace taq_1

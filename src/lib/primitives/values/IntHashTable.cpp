@@ -7,6 +7,8 @@
 #include "platform/unix/QENAssert.h"
 #include "primitives/values/ValueElem.h"
 
+inline namespace taq_1 {
+
 // Works in 32 unsigned bits, which wrap around; the right shifts carry the sign.
 uint32_t iht_func(uint32_t size, int32_t key) {
     QEN_CHECK(size > 0);
@@ -80,3 +82,5 @@ int IntHashTable::remove(uint32_t key) {
     delete link; // leaves the bucket
     return IHT_OK;
 }
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 #include "platform/unix/QENThread.h"
 #include "primitives/values/DList.h"
 
+inline namespace taq_1 {
+
 // Maps (bucket count > 0, key) to a bucket index below the count.
 using ihf_t = uint32_t (*)(uint32_t size, int32_t key);
 
@@ -55,3 +57,5 @@ private:
     char* _name;      // owned
     QENLock _bucketlock;
 };
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 #include <cinttypes>
 #include <cstdio>
 
+inline namespace taq_1 {
+
 NVList* Memory::dist(bool all) const {
     // Taken before the list, which is built from the same memory, changes them.
     const struct {
@@ -37,3 +39,5 @@ NVList* Memory::dist(bool all) const {
 NVList* Mem_dist(bool all) {
     return taq_mem.dist(all);
 }
+
+} // namespace taq_1

@@ -7,6 +7,8 @@
 #include "platform/unix/QENAssert.h"
 #include "primitives/values/NVList.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 char* dup_name(const char* name) {
@@ -79,3 +81,5 @@ void NVElem::print() const {
     _value.print();
     printf("\tEnd NVElem (%s)\n", _name);
 }
+
+} // namespace taq_1

@@ -4,6 +4,8 @@
 #include "primitives/values/DList.h"
 #include "primitives/values/ValueHolder.h"
 
+inline namespace taq_1 {
+
 class NVList;
 
 // One entry: a name and a value. Deleting it takes it out of its list and frees the name and the value as
@@ -55,3 +57,5 @@ private:
     ValueElem _value;
     uint8_t _name_ref;
 };
+
+} // namespace taq_1

@@ -8,6 +8,8 @@
 #include "platform/unix/QENAssert.h"
 #include "platform/unix/QENNoCase.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 int compare_names(const char* a, const char* b, bool sensitive) {
@@ -234,3 +236,5 @@ void NVList::print() const {
     for (const NVElem* e = head(); e != nullptr; e = e->next()) e->print();
     puts("\t\tEnd elements are ... (for NVLIST)");
 }
+
+} // namespace taq_1

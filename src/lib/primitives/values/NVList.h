@@ -5,6 +5,8 @@
 
 #include "primitives/values/NVElem.h"
 
+inline namespace taq_1 {
+
 enum nvlist_result {
     NV_ADDED = 1,
     NV_REMOVED = 1,
@@ -150,3 +152,5 @@ private:
     DList _dlist; // its object is this
     uint8_t _flags;
 };
+
+} // namespace taq_1

@@ -9,6 +9,8 @@
 #include "platform/unix/QENNoCase.h"
 #include "primitives/values/NVList.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t RENDER_SIZE = 4096; // buffer of the renderings, their NUL included
@@ -191,3 +193,5 @@ void VList::print() const {
     for (const VElem* e = head(); e != nullptr; e = e->next()) e->print();
     puts("\t\tEnd elements are ... (for VLIST)");
 }
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 #include "primitives/values/DList.h"
 #include "primitives/values/ValueHolder.h"
 
+inline namespace taq_1 {
+
 // One element of a VList. It owns its value unless the value was stored with reference flag 1. An element
 // is made by the operations of a list; deleting it takes it out of its list.
 class VElem : public Pooled<MEM_VELEM>, public ValueHolder<VElem> {
@@ -127,3 +129,5 @@ private:
 
     DList _dlist;
 };
+
+} // namespace taq_1

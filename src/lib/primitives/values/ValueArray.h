@@ -3,6 +3,8 @@
 
 #include "primitives/values/ValueElem.h"
 
+inline namespace taq_1 {
+
 // A fixed number of cells, each empty at first. The array owns its cells.
 class ValueArray : public Pooled<MEM_VALUEARRAY> {
 public:
@@ -18,3 +20,5 @@ private:
     int32_t _count;
     ValueElem* _elemp; // owned
 };
+
+} // namespace taq_1

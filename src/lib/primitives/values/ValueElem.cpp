@@ -16,6 +16,8 @@
 #include "primitives/values/VList.h"
 #include "primitives/values/ValueArray.h"
 
+inline namespace taq_1 {
+
 namespace {
 
 // A null string is equal to a null string only.
@@ -158,3 +160,5 @@ void ValueElem::print() const {
 
 ValueArray::ValueArray(int n)
     : _count(n > 0 ? n : 0), _elemp(new ValueElem[static_cast<size_t>(n > 0 ? n : 0)]) {}
+
+} // namespace taq_1

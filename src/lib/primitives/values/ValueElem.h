@@ -6,6 +6,8 @@
 
 #include "primitives/memory/Pooled.h"
 
+inline namespace taq_1 {
+
 class BusinessObject;
 class HashTable;
 class MsgStruct;
@@ -180,3 +182,5 @@ private:
     int32_t _bal = 0;
     Value _value;
 };
+
+} // namespace taq_1

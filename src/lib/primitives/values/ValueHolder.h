@@ -6,6 +6,8 @@
 
 #include "primitives/values/ValueElem.h"
 
+inline namespace taq_1 {
+
 // What a cell can be made of: nothing, a number, or a pointer followed by its reference flag. Containers
 // take their values as such arguments, so that they have exactly the overloads of ValueElem.
 template <class... V>
@@ -51,3 +53,5 @@ private:
     ValueElem& _cell() { return *static_cast<E*>(this)->value(); }
     const ValueElem& _cell() const { return *static_cast<const E*>(this)->value(); }
 };
+
+} // namespace taq_1

@@ -2,6 +2,8 @@
 // them their name, because the hash tables answer with the same codes.
 #pragma once
 
+inline namespace taq_1 {
+
 enum msg_result {
     MSG_SOK = 0,     // done
     MSG_EFAIL = 1,   // nothing to work on: absent entry, empty list, no buffer
@@ -13,3 +15,5 @@ enum msg_result {
     MSG_EMSG = 7,    // message not well-formed
     MSG_EBUFLEN = 8  // length does not agree with the content
 };
+
+} // namespace taq_1

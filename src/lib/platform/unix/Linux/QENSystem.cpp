@@ -10,6 +10,8 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr size_t NAME_SIZE = 4096;
@@ -71,3 +73,5 @@ void QENGetSysInfo(char* sysinfo, size_t size) {
 void* QENMemAlign(size_t align, size_t size) {
     return memalign(align, size);
 }
+
+} // namespace taq_1

@@ -6,6 +6,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+inline namespace taq_1 {
+
 namespace {
 
 constexpr uintptr_t ALIGNMENT = 16;            // of a thread's control block, at least
@@ -30,3 +32,5 @@ bool QENThreadMayExist(pthread_t tid) {
     if (address == 0 || address % ALIGNMENT != 0 || address > UINTPTR_MAX - CONTROL_BLOCK_SIZE) return false;
     return is_readable(address) && is_readable(address + CONTROL_BLOCK_SIZE - KERNEL_SIGSET_SIZE);
 }
+
+} // namespace taq_1
