@@ -1,5 +1,6 @@
 // A service for scripts/soak: writes messages whose first argument is their number.
 // Usage: soak_writer steady|endless|rotating|rounds|producers NAME SECONDS|FIRST|COUNT
+#include "LdfWriter.h"
 #include "Log.h"
 #include "MessageSite.h"
 

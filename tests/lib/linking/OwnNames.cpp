@@ -21,8 +21,9 @@
 #define OWN_CLASSES(X)                                                                                       \
     X(Log)                                                                                                   \
     X(ILog)                                                                                                  \
-    X(Memory) X(DList) X(VList) X(NVList) X(CList) X(HashTable) X(Capture) X(MsgStruct) X(NetBuffer)         \
-        X(LdfReader) X(LdfWriter) X(LineBuffer) X(NameLock) X(MessageHdr) X(Buffer)
+    X(Memory)                                                                                                \
+    X(DList) X(VList) X(NVList) X(CList) X(HashTable) X(Capture) X(MsgStruct) X(NetBuffer) X(LdfReader)      \
+        X(LdfWriter) X(LineBuffer) X(NameLock) X(MessageHdr) X(Buffer)
 
 OWN_CLASSES(OWN_CLASS)
 

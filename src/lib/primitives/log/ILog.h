@@ -53,7 +53,8 @@ inline constexpr int ULOG_CAT_COMMAND = 25;
 // Display flag of display_ldf_entry: records for programs instead of lines for people.
 inline constexpr int ULOG_DISPLAY_DELIMITED = 8;
 
-inline constexpr int ULOG_MAX_ARGS = 6; // arguments that a message's text can use
+inline constexpr int LOG_MIN_MAXLEN = 65536; // bytes; smallest size at which a file log rotates
+inline constexpr int ULOG_MAX_ARGS = 6;      // arguments that a message's text can use
 
 // Message numbers of structures that logs know, beside MSG_LOG_ADD (msg_log_add.h), which brings severity,
 // time, object type and identifier itself.

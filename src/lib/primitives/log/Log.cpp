@@ -11,9 +11,13 @@
 #include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
 #include "platform/unix/QENStreams.h"
+#include "primitives/log/Capture.h"
+#include "primitives/log/LogAdmin.h"
+#include "primitives/log/LogCore.h"
 #include "primitives/log/LogFork.h"
+#include "primitives/log/LogIdentity.h"
 #include "primitives/log/LogText.h"
-#include "primitives/log/RecordDisplay.h"
+#include "primitives/log/LoggerThread.h"
 #include "primitives/message/MsgStruct.h"
 #include "primitives/strings/QENString.h"
 
@@ -58,10 +62,10 @@ int log_directory(PathText& directory) {
 
 } // namespace
 
-Log::Log() {
+Log::Log() : _core(new LogCore(*this)) {
     log_was_made(this);
     char value[SETTING_SIZE];
-    _copy.enable(QENGetenv(ENV_ENABLE_LDF, value, sizeof value) != 0 || int_value(value) != 0);
+    _core->_copy.enable(QENGetenv(ENV_ENABLE_LDF, value, sizeof value) != 0 || int_value(value) != 0);
     if (QENGetenv(ENV_DEBUG_TAGS, value, sizeof value) == 0) {
         for (char* rest = value; char* tag = qenstrtok(&rest, TAG_SEPARATORS);) {
             enable_debug(tag);
@@ -70,22 +74,22 @@ Log::Log() {
     }
     set_maxlen(QENGetenv(ENV_MAXLEN, value, sizeof value) == 0 ? int_value(value) : LOG_DEFAULT_MAXLEN);
     if (QENGetenv(ENV_SYNC, value, sizeof value) == 0) {
-        _file.sync_up_to(synced_severity(value));
-        _copy.sync_up_to(synced_severity(value));
+        _core->_file.sync_up_to(synced_severity(value));
+        _core->_copy.sync_up_to(synced_severity(value));
     }
 }
 
 Log::~Log() {
     logger_thread().finish(); // the records of this log, among others
     log_goes(this);
-    _release();
+    _core->_release();
 }
 
 // Back to the state before open, the settings apart.
-void Log::_release() {
+void LogCore::_release() {
     const LogLock::Guard inside(_lock);
     _write_gathered();
-    if (_namep != nullptr) LogIdentity::remove(_namep.get(), this);
+    if (_namep != nullptr) LogIdentity::remove(_namep.get(), &_log_of_program);
     _namep.reset();
     if (_fp != nullptr && !_is_file_log) (void)QENStreamFlush(_fp); // nobody to tell
     if (!_is_inherited()) (void)_file.settle(/*flush=*/true);
@@ -107,16 +111,16 @@ int Log::open(const char* namep, FILE* fp, int flags, int (*)()) {
     if (Log_obj(namep) != nullptr) return ULOG_EREGISTERED;
     PathText name = file_join({namep});
     if (name == nullptr) return ULOG_ENOMEM;
-    if (_namep != nullptr) logger_thread().finish();
-    _release();
-    const int result = _open_as(std::move(name), fp, flags);
-    if (result == ULOG_EROOT || result == ULOG_ENOMEM || result == ULOG_EREGISTERED) _release();
+    if (_core->_namep != nullptr) logger_thread().finish();
+    _core->_release();
+    const int result = _core->_open_as(std::move(name), fp, flags);
+    if (result == ULOG_EROOT || result == ULOG_ENOMEM || result == ULOG_EREGISTERED) _core->_release();
     return result;
 }
 
-int Log::_open_as(PathText name, FILE* fp, int flags) {
+int LogCore::_open_as(PathText name, FILE* fp, int flags) {
     const LogLock::Guard inside(_lock);
-    LogIdentity::add(name.get(), this);
+    LogIdentity::add(name.get(), &_log_of_program);
     _namep = std::move(name); // from here on _release takes the name out of the registry
     _open_flags = flags;
     _process = QENForkCount();
@@ -125,7 +129,7 @@ int Log::_open_as(PathText name, FILE* fp, int flags) {
     return ULOG_OK;
 }
 
-void Log::_open_stream(FILE* fp) {
+void LogCore::_open_stream(FILE* fp) {
     _is_file_log = false;
     _fp = fp;
     _enabled = 1;
@@ -136,7 +140,7 @@ void Log::_open_stream(FILE* fp) {
         _copy.open(_namep.get());
 }
 
-int Log::_open_file_log() {
+int LogCore::_open_file_log() {
     _is_file_log = true;
     _line.settle(/*is_localized=*/false, /*on_terminal=*/false);
     if (const int result = _make_paths(); result != ULOG_OK) return result;
@@ -148,7 +152,7 @@ int Log::_open_file_log() {
 }
 
 // Works out directory and paths, makes the directory and takes the name.
-int Log::_make_paths() {
+int LogCore::_make_paths() {
     char system[SYSTEM_NAME_SIZE];
     PathText directory;
     if (const int result = log_directory(directory); result != ULOG_OK) return result;
@@ -161,7 +165,7 @@ int Log::_make_paths() {
 }
 
 // Keeps other processes from the files.
-int Log::_lock_name(const char* directory, bool hidden) {
+int LogCore::_lock_name(const char* directory, bool hidden) {
     const PathText stem = file_join({hidden ? "." : "", _namep.get()});
     if (stem == nullptr) return ULOG_ENOMEM;
     const NameLock::Answer answer = _name_lock.take(directory, stem.get());
@@ -171,30 +175,30 @@ int Log::_lock_name(const char* directory, bool hidden) {
 }
 
 int Log::set_lang(const char* lang) {
-    const LogLock::Guard inside(_lock);
-    const bool changed = _catalog.change_language(lang);
-    if (_displayp != nullptr) _displayp->forget();
+    const LogLock::Guard inside(_core->_lock);
+    const bool changed = _core->_catalog.change_language(lang);
+    if (_core->_displayp != nullptr) _core->_displayp->forget();
     return changed ? ULOG_OK : ULOG_EFAIL;
 }
 
 void Log::set_maxlen(int count) {
-    const LogLock::Guard inside(_lock);
-    _file.set_maxlen(std::max(count, LOG_MIN_MAXLEN));
+    const LogLock::Guard inside(_core->_lock);
+    _core->_file.set_maxlen(std::max(count, LOG_MIN_MAXLEN));
 }
 
 void Log::rotate() {
-    const LogLock::Guard inside(_lock); // or this thread is within its write
-    if (_enabled != 0 && _is_file_log) _file.request_new();
+    const LogLock::Guard inside(_core->_lock); // or this thread is within its write
+    if (_enabled != 0 && _core->_is_file_log) _core->_file.request_new();
 }
 
 void Log::set_cache_disabled() {
-    const LogLock::Guard inside(_lock);
-    _cache.disable();
+    const LogLock::Guard inside(_core->_lock);
+    _core->_cache.disable();
 }
 
 void Log::reset_cache() {
-    const LogLock::Guard inside(_lock);
-    _cache.reset();
+    const LogLock::Guard inside(_core->_lock);
+    _core->_cache.reset();
 }
 
 void Log::get_all_set_dbg_tags(char* set_dbgtag, int size_setdbgtag) {
@@ -203,8 +207,8 @@ void Log::get_all_set_dbg_tags(char* set_dbgtag, int size_setdbgtag) {
 }
 
 const char* Log::get_sev(ulog_app_sev sev) {
-    const LogLock::Guard inside(_lock);
-    return _catalog.severity_word(sev).data();
+    const LogLock::Guard inside(_core->_lock);
+    return _core->_catalog.severity_word(sev).data();
 }
 
 // ---- What all logs share

@@ -4,31 +4,23 @@
 
 #include <atomic>
 #include <memory>
-#include <span>
+#include <string_view>
 
-#include "primitives/files/NameLock.h"
-#include "primitives/log/Capture.h"
 #include "primitives/log/ILog.h"
-#include "primitives/log/LdfCopy.h"
-#include "primitives/log/LogAdmin.h"
-#include "primitives/log/LogCache.h"
-#include "primitives/log/LogCatalog.h"
 #include "primitives/log/LogDebugTags.h"
-#include "primitives/log/LogIdentity.h"
-#include "primitives/log/LogLine.h"
-#include "primitives/log/LogLock.h"
 #include "primitives/log/LogLoss.h"
-#include "primitives/log/LoggerThread.h"
 #include "primitives/log/MessageBuilder.h"
-#include "primitives/log/ShownRecord.h"
-#include "primitives/log/TextLogFile.h"
 #include "primitives/memory/Pooled.h"
-#include "primitives/memory/RawRoom.h"
 
 inline namespace taq_1 {
 
+class DList;
+class LineBuffer;
+class LogCore;
 class PackedMessage;
-class RecordDisplay;
+struct LogCall;
+struct ShownRecord;
+struct vlog_msg_t;
 
 // A file log writes root/log/<name>_A.log, with _B and _C as the two generations before, and a copy of each
 // application message as a record of the log data file of the same name. A log on a given stream (standard
@@ -53,7 +45,7 @@ public:
     // program's name. destroy also deletes what capture and LdfWriter hold. No other thread logs meanwhile.
     static void init(const char* mnemp, const char* origIDp, const char* modulep);
     static void destroy();
-    static constexpr std::atomic<bool>& _verify_mode = LogIdentity::verify_mode;
+    static std::atomic<bool>& _verify_mode;
 
     // --- One log: ILog.h. The constructor reads TAQ_ENABLE_LDF, TAQ_DEBUG_LOG_TAGS and QEN_LOG_*.
     Log();
@@ -61,7 +53,7 @@ public:
     Log(const Log&) = delete;
     Log& operator=(const Log&) = delete;
     int open(const char* namep, FILE* fp, int flags, int (*func)()) override;
-    char* pathAp() override { return _file.path(); }
+    char* pathAp() override;
     void set_registry(RegDb*) override {}
     void set_maxlen(int count) override;
     void rotate(); // lets the next write of a file log start a new file
@@ -99,7 +91,7 @@ public:
                    int id, const char* msgp, MsgStruct* msg_structp) override;
 
     // --- Lost messages, and what their listener may do: LogLoss.h. A null listener: none.
-    const LogLoss& losses() const { return _loss; }
+    const LogLoss& losses() const;
     void on_loss(LossListener listener, void* context);
 
     // --- Messages for the administrator: LogAdmin.h. admin_msg takes the message over.
@@ -107,15 +99,15 @@ public:
                           MsgStruct* msg_structp);
     static void write_admin(time_t timet, int sev, const char* whop, const char* filep, int line, int cat,
                             int id, const MsgStruct* msgp);
-    static void set_adminlog_facility(int facility) { LogAdmin::set_facility(facility); }
-    static int get_adminlog_facility() { return LogAdmin::facility(); }
-    static int verify_facility(const char* facility) { return LogAdmin::verify_facility(facility); }
+    static void set_adminlog_facility(int facility);
+    static int get_adminlog_facility();
+    static int verify_facility(const char* facility);
 
     // --- The cache: LogCache.h. notify_add is called after each addition; a place for a breakpoint.
-    void set_cache_enabled() override { _cache.enable(); }
+    void set_cache_enabled() override;
     void set_cache_disabled() override;
     void reset_cache() override;
-    VList* cache_vlistp() override { return _cache.list(); }
+    VList* cache_vlistp() override;
     void notify_add(MsgStruct*) {}
 
     // --- Showing records: ILog.h, RecordDisplay.h. display_ldf_record takes views; one with null data ends
@@ -123,76 +115,37 @@ public:
     // meanwhile must go through `out` as well. A changed time zone or locale shows with another second.
     void display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_id, VList* vlistp,
                            int flags) override;
-    void display_ldf_record(const ShownRecord& record, ArgViews args, int flags, LineBuffer& out);
+    void display_ldf_record(const ShownRecord& record, const std::string_view* args, size_t arg_count,
+                            int flags, LineBuffer& out);
 
     // --- The logger thread and its queue: LoggerThread.h. Start it after the main thread captures.
-    static void start_logger() { logger_thread().start(); }
-    static void stop_logger() { logger_thread().stop(); }
-    static bool run_thread() { return LoggerThread::is_running(); }
-    static void enq(vlog_msg_t* msgp) { logger_thread().append(msgp); }
-    static DList* deq(int ms) { return logger_thread().take(ms); }
+    static void start_logger();
+    static void stop_logger();
+    static bool run_thread();
+    static void enq(vlog_msg_t* msgp);
+    static DList* deq(int ms);
 
     // --- First-failure capture: Capture.h. Off until enable_ffdc.
-    static bool is_ffdc_enabled() { return Capture::is_enabled(); }
-    static void enable_ffdc() { Capture::enable(); }
-    static void disable_ffdc() { Capture::disable(); }
-    static void register_for_ffdc(int role, const char* module, const char* logdir, char print_seqno) {
-        Capture::add_thread(role, module, logdir, print_seqno);
-    }
-    static void unregister_for_ffdc() { Capture::remove_thread(); }
-    static void dump_ffdc(int role, bool sig_handler) { Capture::dump(role, sig_handler); }
+    static bool is_ffdc_enabled();
+    static void enable_ffdc();
+    static void disable_ffdc();
+    static void register_for_ffdc(int role, const char* module, const char* logdir, char print_seqno);
+    static void unregister_for_ffdc();
+    static void dump_ffdc(int role, bool sig_handler);
     static void write_ffdc(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,
                            const char* msgp);
     static void write_ffdc(int sev, const char* whop, const char* filep, int line, int flags, int cat, int id,
                            const MsgStruct* msgp);
 
 private:
+    friend class LogCore;
     friend class RecordWriter;
     friend struct LogFork;
-    void _continue_in_child(bool is_whole);
-    bool _is_inherited() const; // by a forked child
-    void _release();            // this and the next ones in Log.cpp
-    int _open_as(PathText name, FILE* fp, int flags);
-    void _open_stream(FILE* fp);
-    int _open_file_log();
-    int _make_paths();
-    int _lock_name(const char* directory, bool hidden);
-    bool _on_standard_stream() const { return _fp == stdout || _fp == stderr; }
-    // LogWrite.cpp
-    bool _is_queued() const { return LoggerThread::is_on() && !_lock.is_mine(); } // a nested one is dropped
-    void _queue(vlog_msg_t* record);
-    bool _accepts(int sev, int flags) const;
-    void _log(LogMessage& m, bool may_gather);
-    bool _has_stream();
-    void _next();
-    void _write_message(LogMessage& m, bool gathers);
-    void _write_at_once(const LogMessage& m, bool is_recorded);
-    bool _put_line(const LogMessage& m, bool is_counted = true);
-    void _tell_losses();
-    bool _gather(const LogMessage& m, bool is_recorded);
-    void _write_gathered();
-    // LogDisplay.cpp
-    RecordDisplay* _display_for(int sev);
-    RecordDisplay* _make_display();
-    std::span<char> _line_room();
+    bool _is_queued() const;
 
-    LogLock _lock;                  // held by each call that uses what follows
-    unsigned _process = 0;          // QENForkCount() when the log was opened
-    FILE* _fp = nullptr;            // given stream, or that of _file; null until the first file is opened
-    LogLoss _loss;                  // counted without the lock
-    TextLogFile _file{_loss.lines}; // of a file log; counts for a given stream as well
-    NameLock _name_lock;            // of a file log
-    LdfCopy _copy{_loss.records};   // the records beside the lines
-    LogDebugTags _tags;             // needs no lock
-    std::atomic<int> _enabled{0};   // 1 once opened
-    bool _is_file_log = false;      // else on a given stream
-    int _open_flags = 0;
-    std::unique_ptr<char[]> _namep;
-    LogCache _cache;
-    LogCatalog _catalog; // closed unless the stream is a standard one
-    LogLine _line{_catalog};
-    RawRoom<char> _line_roomp; // for the line in progress; this and the next made when needed
-    std::unique_ptr<RecordDisplay> _displayp;
+    LogDebugTags _tags;           // needs no lock
+    std::atomic<int> _enabled{0}; // 1 once opened
+    const std::unique_ptr<LogCore> _core;
 };
 
 Log* Log_obj(const char* name); // the open log of that name, or null

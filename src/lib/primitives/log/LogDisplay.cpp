@@ -3,8 +3,8 @@
 
 #include "platform/unix/QENPlatform.h"
 #include "primitives/log/LineBuffer.h"
-#include "primitives/log/Log.h"
-#include "primitives/log/RecordDisplay.h"
+#include "primitives/log/LogCore.h"
+#include "primitives/log/ShownRecord.h"
 #include "primitives/values/VList.h"
 
 inline namespace taq_1 {
@@ -38,18 +38,18 @@ void for_each_string(VList* vlistp, const Visit& visit) {
 } // namespace
 
 // Room for the line in progress; only the thread that is within the log uses it.
-std::span<char> Log::_line_room() {
+std::span<char> LogCore::_line_room() {
     if (_line_roomp == nullptr) _line_roomp = raw_room<char>(LineBuffer::CAPACITY);
     return {_line_roomp.get(), LineBuffer::CAPACITY};
 }
 
 // The display, made for the first record; it stays until the log is closed. Null: nothing can be shown.
-inline RecordDisplay* Log::_display_for(int sev) {
-    if (!is_logical_sev(sev)) return nullptr;
+inline RecordDisplay* LogCore::_display_for(int sev) {
+    if (!Log::is_logical_sev(sev)) return nullptr;
     return _displayp != nullptr ? _displayp.get() : _make_display();
 }
 
-RecordDisplay* Log::_make_display() {
+RecordDisplay* LogCore::_make_display() {
     if (_enabled.load(std::memory_order_relaxed) == 0) return nullptr;
     if (_fp == nullptr)
         QENSyslog(SEV_ERR, "Log File Pointer is NULL\n");
@@ -61,17 +61,17 @@ RecordDisplay* Log::_make_display() {
 // Inside until the line has left: the stream may be the program's and show a record itself.
 void Log::display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_id, VList* vlistp,
                             int flags) {
-    const LogLock::Guard inside(_lock);
-    RecordDisplay* const display = inside ? _display_for(sev) : nullptr;
+    const LogLock::Guard inside(_core->_lock);
+    RecordDisplay* const display = inside ? _core->_display_for(sev) : nullptr;
     if (display == nullptr) return;
-    _write_gathered();
+    _core->_write_gathered();
     const ShownRecord record = {sev, obj_tag, time_stamp, static_cast<uint32_t>(msgcat_id)};
     std::array<std::string_view, ULOG_MAX_ARGS> args;
     size_t count = 0;
     for_each_string(vlistp, [&](std::string_view arg) {
         if (count < args.size()) args[count++] = arg;
     });
-    LineBuffer out(_fp, _line_room());
+    LineBuffer out(_core->_fp, _core->_line_room());
     if ((flags & ULOG_DISPLAY_DELIMITED) != 0)
         show_fields(*display, record, {args.data(), count}, vlistp, out);
     else
@@ -79,13 +79,14 @@ void Log::display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_
     (void)out.send(/*at_once=*/false); // nobody to tell of a failure
 }
 
-void Log::display_ldf_record(const ShownRecord& record, ArgViews args, int flags, LineBuffer& out) {
-    const LogLock::Guard inside(_lock);
-    RecordDisplay* const display = inside ? _display_for(record.sev) : nullptr;
+void Log::display_ldf_record(const ShownRecord& record, const std::string_view* args, size_t arg_count,
+                             int flags, LineBuffer& out) {
+    const LogLock::Guard inside(_core->_lock);
+    RecordDisplay* const display = inside ? _core->_display_for(record.sev) : nullptr;
     if (display == nullptr) return;
     if ((flags & ULOG_DISPLAY_DELIMITED) != 0) [[unlikely]]
-        return show_fields(*display, record, args, /*listp=*/nullptr, out);
-    display->show_next_line(record, args, out);
+        return show_fields(*display, record, {args, arg_count}, /*listp=*/nullptr, out);
+    display->show_next_line(record, {args, arg_count}, out);
 }
 
 } // namespace taq_1

@@ -7,9 +7,8 @@
 #include "platform/unix/QENPlatform.h"
 #include "platform/unix/QENThread.h"
 #include "primitives/log/Capture.h"
-#include "primitives/log/Log.h"
+#include "primitives/log/LogCore.h"
 #include "primitives/log/LoggerThread.h"
-#include "primitives/log/RecordDisplay.h"
 
 inline namespace taq_1 {
 
@@ -29,7 +28,7 @@ LiveLogs& live() {
 
 } // namespace
 
-// What happens around a fork. Friend of Log.
+// What happens around a fork. Friend of Log and LogCore.
 struct LogFork {
     static void prepare() {
         QENMutexLock(&live().lock);
@@ -37,7 +36,7 @@ struct LogFork {
         gettimeofday(&now, nullptr);
         const timespec deadline = QENCondDeadline(now, WAIT_MS);
         LogLock::give_way_to_fork();
-        for (Log* log : live().logs) log->_lock.before_fork(deadline);
+        for (Log* log : live().logs) log->_core->_lock.before_fork(deadline);
         LogCatalog::lock().before_fork(deadline);
         logger_thread().before_fork();
         Capture::before_fork();
@@ -46,7 +45,7 @@ struct LogFork {
         Capture::after_fork(/*in_child=*/false);
         logger_thread().after_fork_in_parent();
         LogCatalog::lock().after_fork_in_parent();
-        for (Log* log : live().logs) log->_lock.after_fork_in_parent();
+        for (Log* log : live().logs) log->_core->_lock.after_fork_in_parent();
         LogLock::end_fork();
         QENMutexUnlock(&live().lock);
     }
@@ -54,19 +53,20 @@ struct LogFork {
         Capture::after_fork(/*in_child=*/true);
         logger_thread().after_fork_in_child();
         (void)LogCatalog::lock().after_fork_in_child();
-        for (Log* log : live().logs) log->_continue_in_child(/*is_whole=*/log->_lock.after_fork_in_child());
+        for (Log* log : live().logs)
+            log->_core->_continue_in_child(/*is_whole=*/log->_core->_lock.after_fork_in_child());
         LogLock::end_fork();
         QENMutexUnlock(&live().lock);
     }
 };
 
-bool Log::_is_inherited() const {
+bool LogCore::_is_inherited() const {
     return _process != QENForkCount();
 }
 
 // In a forked child. What the parent had not yet given to the file stays its own to write. When the state of
 // the log is not whole, not even the stream can be closed.
-void Log::_continue_in_child(bool is_whole) {
+void LogCore::_continue_in_child(bool is_whole) {
     _loss.forget();
     if (is_whole) return _file.forget_unflushed();
     _file.abandon();

@@ -4,8 +4,8 @@
 #include <memory>
 #include <utility>
 
-#include "primitives/log/Log.h"
 #include "primitives/log/LogAdmin.h"
+#include "primitives/log/LogCore.h"
 #include "primitives/log/LogMessage.h"
 #include "primitives/message/MsgStruct.h"
 
@@ -43,7 +43,7 @@ void RecordWriter::_gather(LogMessage& m, Log* log) {
         _log = log;
         _deadline = Clock::now() + _longest;
     }
-    log->_log(m, /*may_gather=*/true);
+    log->_core->_log(m, /*may_gather=*/true);
     if (++_count % LOOK_EVERY == 0 && Clock::now() >= _deadline) flush();
 }
 
@@ -51,8 +51,8 @@ void RecordWriter::flush() {
     _count = 0;
     Log* const log = std::exchange(_log, nullptr);
     if (log == nullptr) return;
-    const LogLock::Guard inside(log->_lock);
-    if (inside) log->_write_gathered();
+    const LogLock::Guard inside(log->_core->_lock);
+    if (inside) log->_core->_write_gathered();
 }
 
 } // namespace taq_1

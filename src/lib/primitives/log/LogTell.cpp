@@ -1,9 +1,9 @@
-// Tells what a log has lost, by messages of the library's own: Log::_log calls it in front of the next
+// Tells what a log has lost, by messages of the library's own: LogCore::_log calls it in front of the next
 // message. A telling that fails loses nothing: its counts stay for the next one.
 #include <cstdio>
 #include <string>
 
-#include "primitives/log/Log.h"
+#include "primitives/log/LogCore.h"
 #include "primitives/log/LogMessage.h"
 #include "primitives/message/MsgStruct.h"
 
@@ -74,12 +74,12 @@ LossCounts tell(LossLedger& ledger, const Put& put) {
 } // namespace
 
 void Log::on_loss(LossListener listener, void* context) {
-    const LogLock::Guard inside(_lock);
-    _loss.listen(listener, context);
+    const LogLock::Guard inside(_core->_lock);
+    _core->_loss.listen(listener, context);
 }
 
 // In each file what that file lacks. Records that nobody wants are not missed.
-void Log::_tell_losses() {
+void LogCore::_tell_losses() {
     _write_gathered();
     LossNews news = {/*is_told=*/true, {}, {}};
     if (!_copy.is_enabled() || _on_standard_stream())

@@ -6,9 +6,12 @@
 #include "platform/unix/QENPlatform.h"
 #include "platform/unix/QENStreams.h"
 #include "primitives/log/LineBuffer.h"
-#include "primitives/log/Log.h"
+#include "primitives/log/LogAdmin.h"
+#include "primitives/log/LogCore.h"
+#include "primitives/log/LogIdentity.h"
 #include "primitives/log/LogMessage.h"
 #include "primitives/log/LogQueue.h"
+#include "primitives/log/LoggerThread.h"
 #include "primitives/log/PackedMessage.h"
 #include "primitives/message/MsgStruct.h"
 
@@ -27,6 +30,10 @@ bool is_flushed(const LogMessage& m, const LogDebugTags& tags) {
 
 // ---- The operations of programs, which queue or write
 
+inline bool Log::_is_queued() const {
+    return LoggerThread::is_on() && !_core->_lock.is_mine(); // a nested one is dropped
+}
+
 void Log::write_app(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
                     int id, MsgStruct* ipm_msg_in) {
     const LogCall call(time(nullptr), sev, whop, filep, line, flags, cat, id);
@@ -34,14 +41,14 @@ void Log::write_app(ulog_app_sev sev, const char* whop, const char* filep, int l
         return write_log(call.timet, sev, whop, filep, line, flags, cat, id, /*msgp=*/nullptr, ipm_msg_in);
     const bool copy = (flags & ULOG_HAND_OVER) == 0 && ipm_msg_in != nullptr;
     MsgStruct* msgp = copy ? ipm_msg_in->deep_dup() : ipm_msg_in;
-    _queue(new vlog_msg_t(this, call, /*debug_text=*/nullptr, msgp));
+    _core->_queue(new vlog_msg_t(this, call, /*debug_text=*/nullptr, msgp));
 }
 
 void Log::write_packed(const LogCall& call, const PackedMessage& message) {
-    if (_is_queued()) return _queue(new (message) vlog_msg_t(this, call, message));
+    if (_is_queued()) return _core->_queue(new (message) vlog_msg_t(this, call, message));
     const PackedView packed = message.view();
     LogMessage m(call, packed);
-    _log(m, /*may_gather=*/false);
+    _core->_log(m, /*may_gather=*/false);
 }
 
 void Log::write_dbg(ulog_dbg_lev lev, const char* whop, const char* filep, int line, int flags, int cat,
@@ -55,7 +62,7 @@ void Log::write_dbg(ulog_dbg_lev lev, const char* whop, const char* filep, int l
     }
     char* text = const_cast<char*>(en_msgp); // the log's to delete, or else a copy
     if (!is_ours && en_msgp != nullptr) text = strcpy(new char[strlen(en_msgp) + 1], en_msgp);
-    _queue(new vlog_msg_t(this, call, text, /*structp=*/nullptr));
+    _core->_queue(new vlog_msg_t(this, call, text, /*structp=*/nullptr));
 }
 
 void Log::write_buf(const char* whop, const char* filep, int line, int sev, int flags, int cat, int id,
@@ -78,23 +85,23 @@ void Log::write_log(time_t timet, int sev, const char* whop, const char* filep, 
     const std::unique_ptr<MsgStruct> ours((flags & ULOG_HAND_OVER) != 0 ? msg_structp : nullptr);
     const LogCall call(timet, sev, whop, filep, line, flags, cat, id);
     LogMessage m(call, msgp, msg_structp);
-    _log(m, /*may_gather=*/false);
+    _core->_log(m, /*may_gather=*/false);
 }
 
 // ---- The write
 
-void Log::_queue(vlog_msg_t* record) {
-    record->is_to_log = typeid(*this) == typeid(Log);
+void LogCore::_queue(vlog_msg_t* record) {
+    record->is_to_log = typeid(_log_of_program) == typeid(Log);
     const int logical = record->is_debug() ? record->sev + SEV_APP_END : record->sev;
     if (!logger_thread().post(record)) _loss.note(LossReason::QUEUE, logical);
 }
 
-bool Log::_accepts(int sev, int flags) const {
-    if (_enabled.load(std::memory_order_relaxed) == 0 || !is_logical_sev(sev)) return false;
+bool LogCore::_accepts(int sev, int flags) const {
+    if (_enabled.load(std::memory_order_relaxed) == 0 || !Log::is_logical_sev(sev)) return false;
     return !LogIdentity::is_verifying() || (flags & (ULOG_DEBUG | ULOG_MERGE)) != 0;
 }
 
-void Log::_log(LogMessage& m, bool may_gather) {
+void LogCore::_log(LogMessage& m, bool may_gather) {
     if (!_accepts(m.call.sev, m.call.flags)) return;
     const LogLock::Guard inside(_lock);
     if (!inside) return; // within a write or display of this log
@@ -113,7 +120,7 @@ void Log::_log(LogMessage& m, bool may_gather) {
 
 // Whether there is a stream to write to. In a forked child it is that of the file which the parent writes
 // now.
-bool Log::_has_stream() {
+bool LogCore::_has_stream() {
     if (_is_file_log && _is_inherited()) {
         _file.follow_parent();
         _fp = _file.stream();
@@ -123,7 +130,7 @@ bool Log::_has_stream() {
 }
 
 // Makes room for the next message: a given stream is flushed, a file log starts a new file.
-void Log::_next() {
+void LogCore::_next() {
     if (!_is_file_log) {
         (void)QENStreamFlush(_fp);
         return;
@@ -135,8 +142,8 @@ void Log::_next() {
 }
 
 // The administrator hears of a message that is in the files.
-void Log::_write_message(LogMessage& m, bool gathers) {
-    if (_cache.is_enabled() && m.cache_args_id != 0) notify_add(_cache.add(m));
+void LogCore::_write_message(LogMessage& m, bool gathers) {
+    if (_cache.is_enabled() && m.cache_args_id != 0) _log_of_program.notify_add(_cache.add(m));
     const bool is_recorded = !m.is_debug && !_on_standard_stream() && m.is_recorded;
     if (!gathers || !_gather(m, is_recorded)) {
         _write_gathered();
@@ -148,13 +155,13 @@ void Log::_write_message(LogMessage& m, bool gathers) {
     LogAdmin::mirror(m.logical_sev, static_cast<int>(m.number()), m.text);
 }
 
-void Log::_write_at_once(const LogMessage& m, bool is_recorded) {
+void LogCore::_write_at_once(const LogMessage& m, bool is_recorded) {
     (void)_put_line(m);
     if (is_recorded) (void)_copy.add(m);
 }
 
 // is_counted: its loss is. False: it is lost.
-bool Log::_put_line(const LogMessage& m, bool is_counted) {
+bool LogCore::_put_line(const LogMessage& m, bool is_counted) {
     const bool flush = is_flushed(m, _tags);
     _file.begin(m.logical_sev, is_counted);
     LineBuffer line(_fp, _line_room(), _is_file_log ? LineBuffer::A_FILE : LineBuffer::ANY_STREAM);
@@ -168,7 +175,7 @@ bool Log::_put_line(const LogMessage& m, bool is_counted) {
 // ---- Gathering: what the logger thread has before it in its list is written together
 
 // False: the message is too long.
-bool Log::_gather(const LogMessage& m, bool is_recorded) {
+bool LogCore::_gather(const LogMessage& m, bool is_recorded) {
     const size_t size = _line.size_at_most(m);
     std::span<char> room = _file.room_for(size);
     if (room.data() == nullptr) {
@@ -185,7 +192,7 @@ bool Log::_gather(const LogMessage& m, bool is_recorded) {
 
 // The records and their header first: then a line that is there has its record. When the disk is waited for,
 // the lines come first, as without the logger thread.
-void Log::_write_gathered() {
+void LogCore::_write_gathered() {
     if (_file.waits_for_gathered()) _file.write_gathered();
     _copy.write_gathered();
     _file.write_gathered();

@@ -14,7 +14,6 @@
 inline namespace taq_1 {
 
 inline constexpr int LOG_DEFAULT_MAXLEN = 33554432; // bytes at which a text log is rotated
-inline constexpr int LOG_MIN_MAXLEN = 65536;
 
 // Lines go to stream(); the log tells their sizes with count() and ends each message with settle(). The file
 // is opened for appending, so a forked child adds its lines behind those of its parent; a child rotates

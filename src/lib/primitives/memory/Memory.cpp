@@ -5,6 +5,7 @@
 #include "platform/unix/QENAssert.h"
 #include "platform/unix/QENPlatform.h"
 #include "primitives/memory/MemoryPoison.h"
+#include "primitives/memory/Pooled.h"
 #include "primitives/memory/ThreadCounters.h"
 
 #include <algorithm>
@@ -221,6 +222,20 @@ void* Memory::try_get(unsigned int align, size_t size, int type) {
 void Memory::release(void* p, int type) noexcept {
     QEN_CHECK_AS(type >= 0 && type < MEMORY_MAX_TYPES, "(type < MEMORY_MAX_TYPES)");
     this == &taq_mem ? _release<true>(p, type) : _release<false>(p, type);
+}
+
+void* PooledBlock::get(size_t size, int type) {
+    void* retp = taq_mem._get<true>(true, size, type);
+    QEN_CHECK(retp != NULL);
+    return retp;
+}
+
+void* PooledBlock::try_get(size_t size, int type) {
+    return taq_mem._get<true>(true, size, type);
+}
+
+void PooledBlock::release(void* p, int type) noexcept {
+    taq_mem._release<true>(p, type);
 }
 
 void* Memory::new_block(size_t size) {

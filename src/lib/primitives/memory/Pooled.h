@@ -10,23 +10,31 @@
 #include <cstddef>
 #include <new>
 
-#include "primitives/memory/Memory.h"
+#include "primitives/memory/MemoryTypes.h"
 
 inline namespace taq_1 {
+
+// Blocks of taq_mem, as its get, try_get and release give them. In the library even where the class is not,
+// so that allocation and release meet the same allocator.
+struct PooledBlock {
+    [[nodiscard]] static void* get(size_t size, int type);
+    [[nodiscard]] static void* try_get(size_t size, int type);
+    static void release(void* p, int type) noexcept;
+};
 
 template <int TYPE>
 class Pooled {
     static_assert(TYPE >= 0 && TYPE < MEMORY_MAX_TYPES);
 
 public:
-    static void* operator new(size_t size) { return taq_mem.get(0, size, TYPE); }
+    static void* operator new(size_t size) { return PooledBlock::get(size, TYPE); }
     static void* operator new[](size_t size) { return operator new(size); }
-    static void operator delete(void* p) noexcept { taq_mem.release(p, TYPE); }
+    static void operator delete(void* p) noexcept { PooledBlock::release(p, TYPE); }
     static void operator delete[](void* p) noexcept { operator delete(p); }
 
     // A class-level operator hides these global forms.
     static void* operator new(size_t size, const std::nothrow_t&) noexcept {
-        return taq_mem.try_get(0, size, TYPE);
+        return PooledBlock::try_get(size, TYPE);
     }
     static void* operator new[](size_t size, const std::nothrow_t& nothrow) noexcept {
         return operator new(size, nothrow);

@@ -1,6 +1,7 @@
 // The bound of the logger's queue, and the memory of what waits in it.
 #include "LogFixture.h"
 #include "primitives/log/LogQueue.h"
+#include "primitives/memory/Memory.h"
 
 namespace {
 

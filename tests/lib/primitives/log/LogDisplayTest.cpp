@@ -3,6 +3,8 @@
 
 #include "LogFixture.h"
 #include "primitives/log/LineBuffer.h"
+#include "primitives/log/LocalTimeText.h"
+#include "primitives/log/ShownRecord.h"
 #include "primitives/log/TerminalText.h"
 
 constexpr time_t NOON = 1794854291; // 2026-11-16 18:38:11 UTC
@@ -36,7 +38,7 @@ struct LogDisplayTest : LogFixture {
         const std::string twice = printed([&] {
             std::vector<char> room(LineBuffer::CAPACITY);
             LineBuffer out(stdout, room);
-            log.display_ldf_record({sev, /*obj_tag=*/3, NOON, id}, views, flags, out);
+            log.display_ldf_record({sev, /*obj_tag=*/3, NOON, id}, views.data(), views.size(), flags, out);
             out.send();
             log.display_ldf_entry(sev, /*obj_tag=*/3, NOON, static_cast<int>(id), &list, flags);
         });

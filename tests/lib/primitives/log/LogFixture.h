@@ -1,9 +1,12 @@
 // Roots of its own for each test, and what all tests of logs do: write, read back, fork.
 #pragma once
 
+#include "primitives/ldf/ldf_format.h"
 #include "primitives/log/FFDC.h"
 #include "primitives/log/Log.h"
+#include "primitives/log/LoggerThread.h"
 #include "primitives/log/MessageSite.h"
+#include "primitives/message/MsgStruct.h"
 #include "primitives/values/VList.h"
 #include "support/CatalogBuilder.h"
 #include "support/ChildProcess.h"
