@@ -4,7 +4,7 @@ _taqldf() {
     local root=${TAQ_LDF:-/var/taqsvc}/ldf
     case $previous in
     --format | =)
-        [ "${COMP_WORDS[1]}" = show ] && words="line taqmsg verbose" || words="jsonl csv" ;;
+        [ "${COMP_WORDS[1]}" = show ] && words="line taqmsg verbose" || words="jsonl csv journal otlp" ;;
     -p | --severity) words="critical error warning notice info ..error ..warning" ;;
     --object-type) words="QEN HMX CLU GRP SYS AGT RES" ;;
     -S | --since | -U | --until) words="today yesterday -1h -1d" ;;

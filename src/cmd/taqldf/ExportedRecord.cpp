@@ -1,4 +1,4 @@
-// Takes a record apart for JsonFormat and CsvFormat.
+// Takes a record apart for the forms of export.
 #include "ExportedRecord.h"
 
 #include <charconv>
@@ -69,4 +69,11 @@ const ExportedRecord& Exporter::fields_of(const FoundRecord& record) {
     f.uid = _uid;
     f.texts_size = size_of_texts(f);
     return f;
+}
+
+std::string_view Exporter::text_or_arguments() {
+    ExportedRecord& f = _fields;
+    if (f.text.data() != nullptr) return f.text;
+    const KnownMessage& message = _texts.of(f.view.header.msgcat_id);
+    return {_text, _texts.compose(message, {f.view.argv(), f.view.argc()}, _text)};
 }

@@ -87,6 +87,9 @@ public:
 
     const ExportedRecord& fields_of(const FoundRecord& record);
 
+    // The text of that record; when no catalog has it, its identity and arguments.
+    std::string_view text_or_arguments();
+
 private:
     MessageTexts& _texts;
     IsoTime _times{/*utc=*/true};

@@ -40,6 +40,7 @@ enum Code : int {
     COLOR,
     STATS,
     CSV_SAFE,
+    SUBSECOND,
 };
 
 constexpr struct OptionRow {
@@ -65,11 +66,13 @@ constexpr struct OptionRow {
     {ANY, "any", nullptr, ALL, "one filter suffices, within the times"},
     {LINES, "lines", "N", ALL, "the last N of what passed the filters"},
     {FORMAT, "format", "FORMAT", SHOW, "line (default), taqmsg (the reader's lines) or verbose"},
-    {FORMAT, "format", "FORMAT", EXPORT, "jsonl (default) or csv"},
+    {FORMAT, "format", "FORMAT", EXPORT, "jsonl (default), csv, journal or otlp"},
     {COLLAPSE, "collapse", nullptr, SHOW, "show equal records in a row once"},
     {OUTPUT, "output", "FILE", EXPORT, "write to FILE, which appears when it is complete"},
     {CSV_SAFE, "csv-safe", nullptr, EXPORT,
      "put ' before values that a spreadsheet would take for a formula"},
+    {SUBSECOND, "subsecond", "none|order", EXPORT,
+     "whether times of journal (default) and otlp show the order within a second"},
     {LANG, "lang", "LANG", ALL, "language of the texts"},
     {UTC, "utc", nullptr, ALL, "show and read times in UTC"},
     {COLOR, "color", "[auto|always|never", SHOW, "colour of the severities"},
@@ -81,11 +84,11 @@ constexpr struct {
     FormatName format;
     const char* name;
     Subcommand subcommand;
-} format_rows[] = {{FormatName::LINE, "line", Subcommand::SHOW},
-                   {FormatName::TAQMSG, "taqmsg", Subcommand::SHOW},
-                   {FormatName::VERBOSE, "verbose", Subcommand::SHOW},
-                   {FormatName::JSONL, "jsonl", Subcommand::EXPORT},
-                   {FormatName::CSV, "csv", Subcommand::EXPORT}};
+} format_rows[] = {
+    {FormatName::LINE, "line", Subcommand::SHOW},       {FormatName::TAQMSG, "taqmsg", Subcommand::SHOW},
+    {FormatName::VERBOSE, "verbose", Subcommand::SHOW}, {FormatName::JSONL, "jsonl", Subcommand::EXPORT},
+    {FormatName::CSV, "csv", Subcommand::EXPORT},       {FormatName::JOURNAL, "journal", Subcommand::EXPORT},
+    {FormatName::OTLP, "otlp", Subcommand::EXPORT}};
 
 constexpr struct {
     Subcommand subcommand;
@@ -235,6 +238,9 @@ bool Parser::_take_other(int code, std::string_view value) {
     case COLLAPSE: return _options.collapse = true;
     case OUTPUT: _options.output = value; return !value.empty() || _refuse("no name of an output file");
     case CSV_SAFE: return _options.csv_safe = true;
+    case SUBSECOND:
+        _options.has_places = value == "order";
+        return value == "order" || value == "none" || _refuse_value("subsecond", value);
     case LANG: _options.lang = value; return true;
     case UTC: return _options.utc = true;
     case COLOR: return _take_colour(value);
@@ -288,6 +294,8 @@ bool Parser::_finish() {
     if (_options.collapse && _options.format == FormatName::TAQMSG)
         return _refuse("--collapse does not go with the reader's lines");
     if (_options.csv_safe && _options.format != FormatName::CSV) return _refuse("--csv-safe goes with csv");
+    const bool has_fraction = _options.format == FormatName::JOURNAL || _options.format == FormatName::OTLP;
+    if (_options.has_places && !has_fraction) return _refuse("--subsecond goes with journal and otlp");
     return _take_time(_since, _options.filter.since) && _take_time(_until, _options.filter.until);
 }
 

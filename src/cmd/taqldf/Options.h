@@ -2,6 +2,7 @@
 #pragma once
 
 #include <ctime>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,7 +11,7 @@
 #include "TextSearch.h"
 
 enum class Subcommand { NONE, SHOW, EXPORT };
-enum class FormatName { LINE, TAQMSG, VERBOSE, JSONL, CSV };
+enum class FormatName { LINE, TAQMSG, VERBOSE, JSONL, CSV, JOURNAL, OTLP };
 enum class Colour { AUTO, ALWAYS, NEVER };
 
 struct Options {
@@ -26,6 +27,7 @@ struct Options {
     bool utc = false;
     bool stats = false;
     bool csv_safe = false;
+    std::optional<bool> has_places; // not set: as the format does by itself
     Colour colour = Colour::AUTO;
     std::string lang;
     std::string output; // "": standard output

@@ -13,7 +13,8 @@ struct FormatSettings {
     bool has_colour = false;
     bool shows_place = false; // the records come from several logs
     bool csv_safe = false;
-    std::string lang; // "": as the environment asks for
+    bool has_places = false; // times show the place of a record within its second
+    std::string lang;        // "": as the environment asks for
 };
 
 class RecordFormat {
@@ -31,3 +32,5 @@ std::unique_ptr<RecordFormat> make_verbose_format(MessageTexts& texts, const For
 std::unique_ptr<RecordFormat> make_reader_format(const FormatSettings& settings);
 std::unique_ptr<RecordFormat> make_json_format(MessageTexts& texts);
 std::unique_ptr<RecordFormat> make_csv_format(MessageTexts& texts, const FormatSettings& settings);
+std::unique_ptr<RecordFormat> make_journal_format(MessageTexts& texts, const FormatSettings& settings);
+std::unique_ptr<RecordFormat> make_otlp_format(MessageTexts& texts, const FormatSettings& settings);

@@ -77,6 +77,7 @@ std::unique_ptr<RecordFormat> make_format(const Options& options, bool has_sever
     settings.has_colour = wants_colour(options.colour);
     settings.shows_place = has_several_logs;
     settings.csv_safe = options.csv_safe;
+    settings.has_places = options.has_places.value_or(options.format == FormatName::JOURNAL);
     settings.lang = options.lang;
     switch (options.format) {
     case FormatName::LINE: return make_line_format(texts, settings);
@@ -84,6 +85,8 @@ std::unique_ptr<RecordFormat> make_format(const Options& options, bool has_sever
     case FormatName::TAQMSG: return make_reader_format(settings);
     case FormatName::JSONL: return make_json_format(texts);
     case FormatName::CSV: return make_csv_format(texts, settings);
+    case FormatName::JOURNAL: return make_journal_format(texts, settings);
+    case FormatName::OTLP: return make_otlp_format(texts, settings);
     }
     return nullptr;
 }
