@@ -11,6 +11,10 @@
 
 inline namespace taq_1 {
 
+void i18n_throw_bad_alloc() {
+    throw std::bad_alloc();
+}
+
 namespace {
 
 // Fills a new record; on failure it is deleted as far as it got. Throws std::bad_alloc.

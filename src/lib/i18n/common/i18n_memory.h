@@ -9,6 +9,8 @@
 
 inline namespace taq_1 {
 
+[[noreturn]] void i18n_throw_bad_alloc(); // programs without exceptions may include this header
+
 // Allocates by the nothrow operator: a program may replace the plain one by a form that ends the process.
 template <class T>
 struct i18n_allocator {
@@ -20,7 +22,7 @@ struct i18n_allocator {
 
     T* allocate(size_t n) {
         void* p = ::operator new(n * sizeof(T), std::nothrow); // the containers bound n
-        if (p == nullptr) throw std::bad_alloc();
+        if (p == nullptr) i18n_throw_bad_alloc();
         return static_cast<T*>(p);
     }
     void deallocate(T* p, size_t) noexcept { ::operator delete(p); }
@@ -38,7 +40,7 @@ using i18n_vector = std::vector<T, i18n_allocator<T>>;
 // Takes the result of a nothrow new; throws std::bad_alloc for null.
 template <class T>
 T* i18n_checked(T* p) {
-    if (p == nullptr) throw std::bad_alloc();
+    if (p == nullptr) i18n_throw_bad_alloc();
     return p;
 }
 

@@ -5,9 +5,11 @@
 #include <ctime>
 #include <iterator>
 #include <limits>
+#include <span>
 
 #include "platform/unix/QENAssert.h"
 #include "platform/unix/QENFork.h"
+#include "primitives/ldf/LdfBatch.h"
 #include "primitives/ldf/LdfTrace.h"
 #include "primitives/ldf/QENObjTags.h"
 
@@ -43,8 +45,8 @@ void count_record(ldf_header_t& h, unsigned char sev, unsigned char obj_tag) {
 }
 
 // Encodes into room for LDF_RECORD_MAX bytes.
-LdfPart encode(ldf_msg_header_t& fixed, std::string_view file, std::string_view func,
-               std::span<const std::string_view> args, unsigned char* record) {
+LdfPart encode(ldf_msg_header_t& fixed, std::string_view file, std::string_view func, LdfArgs args,
+               unsigned char* record) {
     char* text = reinterpret_cast<char*>(record) + LDF_RECORD_HEADER_SIZE;
     fixed.data_size = static_cast<uint32_t>(ldf_encode_text(file, func, args, text, LDF_TEXT_MAX) + 1);
     fixed.version = LDF_RECORD_VERSION;
@@ -80,21 +82,21 @@ bool LdfWriter::_begin(int8_t obj_tag) {
 }
 
 LdfAppend LdfWriter::append(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
-                            std::span<const std::string_view> args) {
+                            LdfArgs args) {
     if (!_begin(fixed.obj_type)) return LdfAppend::DONE;
     _put_gathered();
     LdfAppend result = LdfAppend::NO_ROOM;
     if (_make_room()) {
         unsigned char bytes[LDF_RECORD_MAX];
         const LdfPart record = encode(fixed, file, func, args, bytes);
-        result = _put(bytes, {&record, 1});
+        result = _put(bytes, &record, 1);
     }
     _active = 0;
     return result;
 }
 
 LdfAppend LdfWriter::gather(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
-                            std::span<const std::string_view> args) {
+                            LdfArgs args) {
     if (_batch == nullptr) _batch.reset(new (std::nothrow) LdfBatch);
     if (_batch == nullptr) return append(fixed, file, func, args);
     if (!_begin(fixed.obj_type)) return LdfAppend::DONE;
@@ -115,10 +117,10 @@ void LdfWriter::write_gathered() {
 
 void LdfWriter::_put_gathered() {
     if (_batch == nullptr || _batch->parts().empty()) return;
-    if (_put(_batch->bytes(), _batch->parts()) != LdfAppend::DONE) {
+    if (_put(_batch->bytes(), _batch->parts().data(), _batch->parts().size()) != LdfAppend::DONE) {
         const unsigned char* bytes = _batch->bytes();
         for (const LdfPart& record : _batch->parts()) {
-            const LdfAppend result = _put(bytes, {&record, 1}); // the next one may be shorter
+            const LdfAppend result = _put(bytes, &record, 1); // the next one may be shorter
             if (result != LdfAppend::DONE && _lost != nullptr) _lost(_lost_context, result, record.sev);
             bytes += record.size;
         }
@@ -143,11 +145,11 @@ bool LdfWriter::_make_room() {
 
 // Records first, header after: whatever happens in between, the header describes whole records only. The
 // header in memory changes last, so after a failure the next record takes the place of these.
-LdfAppend LdfWriter::_put(const unsigned char* bytes, std::span<const LdfPart> records) {
+LdfAppend LdfWriter::_put(const unsigned char* bytes, const LdfPart* records, size_t count) {
     ldf_header_t updated = _ldf_header;
     uint32_t size = 0;
     bool sync = false;
-    for (const LdfPart& record : records) {
+    for (const LdfPart& record : std::span(records, count)) {
         count_record(updated, static_cast<unsigned char>(record.sev),
                      static_cast<unsigned char>(record.obj_tag));
         size += record.size;

@@ -2,14 +2,17 @@
 #pragma once
 
 #include <cstdio>
+#include <memory>
 
 #include "primitives/files/Generations.h"
 #include "primitives/files/NameLock.h"
-#include "primitives/ldf/LdfBatch.h"
 #include "primitives/ldf/ldf_format.h"
 #include "primitives/memory/Pooled.h"
 
 inline namespace taq_1 {
+
+class LdfBatch;
+struct LdfPart;
 
 inline constexpr int LDF_DEFAULT_MAXLEN = 4194304; // bytes at which a file is rotated, set by open
 inline constexpr int LDF_MIN_MAXLEN = 65536;
@@ -44,7 +47,7 @@ public:
     static void init(const char* = nullptr);
     static void destroy();
 
-    LdfWriter() = default;
+    LdfWriter();
     ~LdfWriter(); // closes the file and gives the name free
     LdfWriter(const LdfWriter&) = delete;
     LdfWriter& operator=(const LdfWriter&) = delete;
@@ -72,16 +75,14 @@ public:
     // The same with the record's fixed part, whose data_size and version are filled in here, and with views,
     // which hold no NUL; one with null data ends the arguments. DONE also in a forked child, and within a
     // write.
-    LdfAppend append(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
-                     std::span<const std::string_view> args);
+    LdfAppend append(ldf_msg_header_t fixed, std::string_view file, std::string_view func, LdfArgs args);
 
     // The same, but the record waits in memory until write_gathered(): for a caller that has more of them. It
     // is lost when the process dies before. At most LdfBatch::RECORDS wait: append and the end of the writer
     // write them first, a full batch and a rotation too. When the disk refuses them together, they are
     // written one by one, so that those that do not fit are lost and no others. Each of these goes to
     // on_lost.
-    LdfAppend gather(ldf_msg_header_t fixed, std::string_view file, std::string_view func,
-                     std::span<const std::string_view> args);
+    LdfAppend gather(ldf_msg_header_t fixed, std::string_view file, std::string_view func, LdfArgs args);
     void write_gathered();
 
     // A record of a severity up to this one, and what is written together with it, is on the disk before the
@@ -125,7 +126,7 @@ private:
     bool _make_room();
     void _next();
     bool _begin(int8_t obj_tag);
-    LdfAppend _put(const unsigned char* bytes, std::span<const LdfPart> records);
+    LdfAppend _put(const unsigned char* bytes, const LdfPart* records, size_t count);
     LdfAppend _put_header(ldf_header_t& updated, bool sync);
     bool _reaches_end() const;
     void _put_gathered();

@@ -8,6 +8,7 @@
 
 #include "platform/unix/QENFork.h"
 #include "platform/unix/QENPlatform.h"
+#include "primitives/ldf/LdfBatch.h"
 #include "primitives/ldf/LdfPaths.h"
 #include "primitives/ldf/LdfRegistry.h"
 #include "primitives/ldf/LdfWindow.h"
@@ -33,6 +34,8 @@ void LdfWriter::destroy() {
 LdfWriter* Ldf_obj(const char* name) {
     return static_cast<LdfWriter*>(writers.find(name));
 }
+
+LdfWriter::LdfWriter() = default;
 
 LdfWriter::~LdfWriter() {
     write_gathered();

@@ -98,12 +98,13 @@ bool append_field(std::string_view field, char* buf, size_t bufsize, size_t& use
 
 } // namespace
 
-size_t ldf_encode_text(std::string_view file, std::string_view func, std::span<const std::string_view> args,
-                       char* buf, size_t bufsize) {
+size_t ldf_encode_text(std::string_view file, std::string_view func, LdfArgs args, char* buf,
+                       size_t bufsize) {
     size_t used = 0;
     bool fits = append_field(file, buf, bufsize, used) && append_field(func, buf, bufsize, used);
-    for (std::string_view arg : args.first(std::min(args.size(), LDF_MAX_ARGS))) {
-        if (!fits || arg.data() == nullptr) break;
+    size_t count = 0;
+    for (std::string_view arg : args) {
+        if (!fits || arg.data() == nullptr || ++count > LDF_MAX_ARGS) break;
         fits = append_field(arg, buf, bufsize, used);
     }
     if (!fits) used = 0;

@@ -36,7 +36,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
+#include <iterator>
 #include <string_view>
 
 #include "platform/unix/ByteOrder.h"
@@ -163,11 +163,24 @@ inline void ldf_decode_record(const unsigned char* in, ldf_msg_header_t& m) {
     m.seq = get_be32(in + 19);
 }
 
+// Arguments of a message: any range of views that lies side by side. Refers only.
+class LdfArgs {
+public:
+    LdfArgs(const std::string_view* args, size_t count) : _args(args), _count(count) {}
+    template <class Views>
+    LdfArgs(const Views& views) : _args(std::data(views)), _count(std::size(views)) {}
+    const std::string_view* begin() const { return _args; }
+    const std::string_view* end() const { return _args + _count; }
+
+private:
+    const std::string_view* _args;
+    size_t _count;
+};
+
 // Builds a text part in `buf` (`bufsize` >= 1 bytes): file, function and at most LDF_MAX_ARGS arguments up
 // to the first one with null data, each (" " for an empty one) followed by LDF_SEPARATOR, and a NUL. Fields
 // hold no NUL; a byte 0xFF inside one would split it, so it is stored as "?". Returns the length without the
 // NUL; 0 with an empty text when the whole does not fit.
-size_t ldf_encode_text(std::string_view file, std::string_view func, std::span<const std::string_view> args,
-                       char* buf, size_t bufsize);
+size_t ldf_encode_text(std::string_view file, std::string_view func, LdfArgs args, char* buf, size_t bufsize);
 
 } // namespace taq_1

@@ -48,22 +48,22 @@ public:
     int append(const char* key, NVElem** out = nullptr) {
         return _result(_bucket_of(key).append(key, out, true));
     }
-    template <CellNumber T>
+    template <class T, IfCellNumber<T> = 0>
     int append(const char* key, T value, NVElem** out = nullptr) {
         return _result(_bucket_of(key).append(key, value, out, true));
     }
-    template <CellPointer P>
+    template <class P, IfCellPointer<P> = 0>
     int append(const char* key, P value, int ref, NVElem** out = nullptr) {
         return _result(_bucket_of(key).append(key, value, ref, out, true));
     }
     int insert(const char* key, NVElem** out = nullptr) {
         return _result(_bucket_of(key).insert(key, out, true));
     }
-    template <CellNumber T>
+    template <class T, IfCellNumber<T> = 0>
     int insert(const char* key, T value, NVElem** out = nullptr) {
         return _result(_bucket_of(key).insert(key, value, out, true));
     }
-    template <CellPointer P>
+    template <class P, IfCellPointer<P> = 0>
     int insert(const char* key, P value, int ref, NVElem** out = nullptr) {
         return _result(_bucket_of(key).insert(key, value, ref, out, true));
     }

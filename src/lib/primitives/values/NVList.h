@@ -14,6 +14,10 @@ enum nvlist_result {
     NV_EABSENT = 3, // no entry of that name (of the anchor's name)
 };
 
+// A pointer as a value, which the place for the entry is not.
+template <class P>
+using IfEntryPointer = std::enable_if_t<!std::is_same_v<P, NVElem**>, IfCellPointer<P>>;
+
 // The list owns its entries. Names compare ignoring case unless the list is case-sensitive or the caller
 // asks for case; a sorted list always goes by its own flag. Null names are fatal. No locking.
 class NVList : public Pooled<MEM_NVLIST> {
@@ -31,13 +35,12 @@ public:
     int append(const char* name, NVElem** out = nullptr, bool check = false) {
         return _set(_add(name, out, check, AT_TAIL));
     }
-    template <CellNumber T>
+    template <class T, IfCellNumber<T> = 0>
     int append(const char* name, T value, NVElem** out = nullptr, bool check = false) {
         return _set(_add(name, out, check, AT_TAIL), value);
     }
-    template <CellPointer P>
-    int append(const char* name, P value, int ref, NVElem** out = nullptr,
-               bool check = false) requires(!std::same_as<P, NVElem**>) {
+    template <class P, IfEntryPointer<P> = 0>
+    int append(const char* name, P value, int ref, NVElem** out = nullptr, bool check = false) {
         return _set(_add(name, out, check, AT_TAIL), value, ref);
     }
     int append(const char* name, const ValueElem* value, NVElem** out = nullptr, bool check = false) {
@@ -46,38 +49,36 @@ public:
     int insert(const char* name, NVElem** out = nullptr, bool check = false) {
         return _set(_add(name, out, check, AT_HEAD));
     }
-    template <CellNumber T>
+    template <class T, IfCellNumber<T> = 0>
     int insert(const char* name, T value, NVElem** out = nullptr, bool check = false) {
         return _set(_add(name, out, check, AT_HEAD), value);
     }
-    template <CellPointer P>
-    int insert(const char* name, P value, int ref, NVElem** out = nullptr,
-               bool check = false) requires(!std::same_as<P, NVElem**>) {
+    template <class P, IfEntryPointer<P> = 0>
+    int insert(const char* name, P value, int ref, NVElem** out = nullptr, bool check = false) {
         return _set(_add(name, out, check, AT_HEAD), value, ref);
     }
 
     // Add an entry directly before (after) the entry named `anchor`. NV_EABSENT: no such anchor, *out is
     // untouched; NV_EEXISTS: the new name exists, *out is that entry.
-    template <CellNumber T>
+    template <class T, IfCellNumber<T> = 0>
     int insert_at(const char* anchor, const char* name, T value, NVElem** out = nullptr) {
         int result;
         return _set(_add_at(anchor, name, out, BEFORE_ANCHOR, result), value), result;
     }
-    template <CellPointer P>
+    template <class P, IfCellPointer<P> = 0>
     int insert_at(const char* anchor, const char* name, P value, int ref, NVElem** out = nullptr) {
         int result;
         return _set(_add_at(anchor, name, out, BEFORE_ANCHOR, result), value, ref), result;
     }
-    template <CellPointer P>
+    template <class P, IfCellPointer<P> = 0>
     int append_at(const char* anchor, const char* name, P value, int ref, NVElem** out = nullptr) {
         int result;
         return _set(_add_at(anchor, name, out, AFTER_ANCHOR, result), value, ref), result;
     }
 
     // Adds an entry before the first one whose name is not less, or at the end; otherwise as append.
-    template <CellPointer P>
-    int insert_ascending(const char* name, P value, int ref, NVElem** out = nullptr,
-                         bool check = false) requires(!std::same_as<P, NVElem**>) {
+    template <class P, IfEntryPointer<P> = 0>
+    int insert_ascending(const char* name, P value, int ref, NVElem** out = nullptr, bool check = false) {
         return _set(_add_ascending(name, out, check), value, ref);
     }
 

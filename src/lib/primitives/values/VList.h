@@ -12,8 +12,7 @@ inline namespace taq_1 {
 // is made by the operations of a list; deleting it takes it out of its list.
 class VElem : public Pooled<MEM_VELEM>, public ValueHolder<VElem> {
 public:
-    template <class... V>
-    requires CellValue<V...>
+    template <class... V, IfCellValue<V...> = 0>
     explicit VElem(V... value) : _dlink(this), _value(value...) {}
     VElem(const VElem&) = delete;
     VElem& operator=(const VElem&) = delete;
@@ -26,10 +25,14 @@ public:
     const ValueElem* value() const { return &_value; }
 
     // A new element with the value directly after (before) this one, which must be in a list.
-    template <class... V>
-    requires CellValue<V...> VElem* append(V... value) { return _link_after(new VElem(value...)); }
-    template <class... V>
-    requires CellValue<V...> VElem* insert(V... value) { return _link_before(new VElem(value...)); }
+    template <class... V, IfCellValue<V...> = 0>
+    VElem* append(V... value) {
+        return _link_after(new VElem(value...));
+    }
+    template <class... V, IfCellValue<V...> = 0>
+    VElem* insert(V... value) {
+        return _link_before(new VElem(value...));
+    }
 
     // A new element with a deep copy of *src (ValueElem::set) directly after this one.
     VElem* append(const ValueElem* src);
@@ -68,10 +71,12 @@ public:
     // Add at the tail (head), by value: (), (int), (short), (char), or (pointer, ref) for a string, raw
     // pointer, VList, NVList, ValueArray, HashTable, MsgStruct or BusinessObject. ref 1: only referred
     // to; 0: owned, freed as ValueElem describes.
-    template <class... V>
-    requires CellValue<V...> VElem* append(V... value) { return _add(new VElem(value...)); }
-    template <class... V>
-    requires CellValue<V...> VElem* insert(V... value) {
+    template <class... V, IfCellValue<V...> = 0>
+    VElem* append(V... value) {
+        return _add(new VElem(value...));
+    }
+    template <class... V, IfCellValue<V...> = 0>
+    VElem* insert(V... value) {
         VElem* velemp = new VElem(value...);
         _dlist.insert(&velemp->_dlink);
         return velemp;

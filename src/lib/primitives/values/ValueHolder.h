@@ -1,7 +1,6 @@
 // The value operations of all list elements: each element embeds a value cell.
 #pragma once
 
-#include <concepts>
 #include <type_traits>
 
 #include "primitives/values/ValueElem.h"
@@ -11,11 +10,13 @@ inline namespace taq_1 {
 // What a cell can be made of: nothing, a number, or a pointer followed by its reference flag. Containers
 // take their values as such arguments, so that they have exactly the overloads of ValueElem.
 template <class... V>
-concept CellValue = std::is_constructible_v<ValueElem, V...>;
+inline constexpr bool is_cell_value = std::is_constructible_v<ValueElem, V...>;
+template <class... V>
+using IfCellValue = std::enable_if_t<is_cell_value<V...>, int>;
 template <class T>
-concept CellNumber = CellValue<T> && !std::is_pointer_v<T>;
+using IfCellNumber = std::enable_if_t<is_cell_value<T> && !std::is_pointer_v<T>, int>;
 template <class P>
-concept CellPointer = std::is_pointer_v<P> && CellValue<P, int>;
+using IfCellPointer = std::enable_if_t<std::is_pointer_v<P> && is_cell_value<P, int>, int>;
 
 // The value operations of an element E that embeds a cell and gives access to it with value().
 template <class E>
@@ -44,9 +45,10 @@ public:
     BusinessObject* getobject() const { return _cell().getobject(); }
 
     // As ValueElem::set, all its forms.
-    template <class... V>
-    requires CellValue<V...>
-    void set(V... value) { _cell().set(value...); }
+    template <class... V, IfCellValue<V...> = 0>
+    void set(V... value) {
+        _cell().set(value...);
+    }
     void set(const ValueElem* src) { _cell().set(src); }
 
 private:

@@ -1,4 +1,5 @@
 #include "LdfFixture.h"
+#include "primitives/ldf/LdfBatch.h"
 
 using LdfWriterTest = LdfFixture;
 

@@ -5,8 +5,9 @@
 #include "primitives/values/HashTable.h"
 #include "primitives/values/ValueArray.h"
 
-static_assert(!CellValue<long> && !CellValue<unsigned> && !CellValue<double>, "no silent narrowing");
-static_assert(!CellValue<std::nullptr_t, int> && !CellValue<const char*>, "no guessing");
+static_assert(!is_cell_value<long> && !is_cell_value<unsigned> && !is_cell_value<double>,
+              "no silent narrowing");
+static_assert(!is_cell_value<std::nullptr_t, int> && !is_cell_value<const char*>, "no guessing");
 
 // Owned values are freed exactly once, whether the cell ends or gets another value; the leak and address
 // checkers see the strings and blocks, the probes count.
