@@ -3,7 +3,7 @@
 
 #include "primitives/ldf/QENObjTags.h"
 #include "primitives/log/LineBuffer.h"
-#include "primitives/log/Log.h"
+#include "primitives/log/LogCore.h"
 #include "primitives/log/ShownRecord.h"
 
 #include <benchmark/benchmark.h>
@@ -41,8 +41,7 @@ void BM_ShowRecord(benchmark::State& state) {
     int i = 0;
     for (auto _ : state) {
         if (++i % 30 == 0) ++second; // thirty records a second
-        log.display_ldf_record({SEV_INFO, OBJTAG_RES, second, i18n_msgcat_id(CATEGORY, 1)},
-                               std::data(ARGUMENTS), std::size(ARGUMENTS), 0, out);
+        LogCore::display(log, {SEV_INFO, OBJTAG_RES, second, i18n_msgcat_id(CATEGORY, 1)}, ARGUMENTS, 0, out);
     }
     state.SetItemsProcessed(state.iterations());
 }

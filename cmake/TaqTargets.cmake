@@ -31,7 +31,6 @@ function(taq_room name)
   target_link_libraries(taq_${name} PUBLIC ${ROOM_LIBS} PRIVATE $<BUILD_INTERFACE:taq_warnings>)
   set_target_properties(taq_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   set_property(GLOBAL APPEND PROPERTY TAQ_ROOMS taq_${name})
-  set_property(GLOBAL APPEND PROPERTY TAQ_ROOM_DIRS ${CMAKE_CURRENT_SOURCE_DIR})
 endfunction()
 
 # taq_manual(FILE...)

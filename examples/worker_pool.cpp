@@ -1,10 +1,7 @@
 // A service with several threads: one log that all of them use through the logger thread, quick rotation, and
 // first-failure capture, whose dump tells what led up to a crash.
 // Usage: worker_pool NAME WORKERS JOBS [crash]   (dumps go to TAQ_LOG/log, or to the current folder)
-#include "FFDC.h"
-#include "Log.h"
-#include "MessageSite.h"
-#include "QENObjTags.h"
+#include <taq/log.h>
 
 #include <atomic>
 #include <cstdio>

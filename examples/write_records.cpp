@@ -1,10 +1,7 @@
 // What a service does to log: one log, opened once, and one call for each message. Besides the text log
 // TAQ_LOG/log/NAME_A.log this writes its compact twin TAQ_LDF/ldf/NAME_A.ldf, which taqmsg shows in any
 // language. Usage: write_records NAME COUNT
-#include "Log.h"
-#include "LogResult.h"
-#include "MessageSite.h"
-#include "QENObjTags.h"
+#include <taq/log.h>
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,9 +1,8 @@
 // A service with messages of its own in two languages. orders_messages.h is made from en/orders.msg: with a
 // wrong name or number of arguments this does not compile. Usage: orders NAME COUNT
-#include "CatalogMessage.h"
-#include "Log.h"
-#include "LogResult.h"
 #include "orders_messages.h"
+
+#include <taq/log.h>
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // Opens the current files of a service's log again and again, beside a writer, for scripts/soak. Prints how
 // often there was none, and how often the log data file was not what a reader may expect.
 // Usage: soak_reader NAME COUNT
-#include "LdfReader.h"
+#include "primitives/ldf/LdfReader.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 // A service for scripts/soak: writes messages whose first argument is their number.
 // Usage: soak_writer steady|endless|rotating|rounds|producers NAME SECONDS|FIRST|COUNT
-#include "LdfWriter.h"
-#include "Log.h"
-#include "MessageSite.h"
+#include "primitives/ldf/LdfWriter.h"
+#include "primitives/log/Log.h"
+#include "primitives/log/MessageSite.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,8 +1,8 @@
 // A service for scripts/check-syslog: sends the texts of its arguments to the system log, the first as an
 // ERROR message of a file log, the second as a message for the administrator, then both again by the logger
 // thread. Usage: syslog_writer TEXT_OF_ERROR TEXT_FOR_ADMINISTRATOR
-#include "Log.h"
-#include "MessageSite.h"
+#include "primitives/log/Log.h"
+#include "primitives/log/MessageSite.h"
 
 #include <memory>
 

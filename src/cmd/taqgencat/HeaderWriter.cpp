@@ -27,7 +27,7 @@ std::string write_header(const Messages& messages, const std::string& name_space
     std::string header =
         std::string(HEADER_START) +
         " from message sources, for QEN_REPORT(log, severity, flags, message, argument...).\n"
-        "#pragma once\n\n#include \"CatalogMessage.h\"\n\nnamespace " +
+        "#pragma once\n\n#include <taq/log.h>\n\nnamespace " +
         name_space + " {\n\n";
     std::set<std::string> names;
     for (const auto& [category, set] : messages)

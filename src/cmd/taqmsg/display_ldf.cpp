@@ -6,7 +6,7 @@
 #include "platform/unix/QENStreams.h"
 #include "primitives/log/LineBuffer.h"
 #include "primitives/log/LocalTimeText.h"
-#include "primitives/log/Log.h"
+#include "primitives/log/LogCore.h"
 #include "primitives/log/ShownRecord.h"
 #include "primitives/log/TerminalText.h"
 
@@ -36,8 +36,8 @@ Log* output_log() {
 
 void show_record(const LdfRecordView& record, int flags, LineBuffer& out) {
     const ldf_msg_header_t& h = record.header;
-    output_log()->display_ldf_record({h.sev, h.obj_type, h.timestamp, h.msgcat_id}, record.argv(),
-                                     record.argc(), flags, out);
+    LogCore::display(*output_log(), {h.sev, h.obj_type, h.timestamp, h.msgcat_id},
+                     {record.argv(), record.argc()}, flags, out);
 }
 
 void print_sequence(uint32_t seq, LineBuffer& out) {

@@ -1,7 +1,7 @@
 // The start and the end that all commands of the product share.
 #pragma once
 
-#include "primitives/log/ILog.h"
+#include "../primitives/log/ILog.h"
 
 inline namespace taq_1 {
 

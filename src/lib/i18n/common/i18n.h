@@ -24,9 +24,9 @@
 #include <cstddef>
 #include <string_view>
 
-#include "i18n/common/i18n_id.h"
-#include "i18n/common/i18n_memory.h"
-#include "i18n/common/i18n_types.h"
+#include "i18n_id.h"
+#include "i18n_memory.h"
+#include "i18n_types.h"
 
 inline namespace taq_1 {
 

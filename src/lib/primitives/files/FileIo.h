@@ -5,8 +5,8 @@
 #include <memory>
 #include <string_view>
 
-#include "platform/unix/QENDescriptors.h"
-#include "platform/unix/QENFileSystem.h"
+#include "../../platform/unix/QENDescriptors.h"
+#include "../../platform/unix/QENFileSystem.h"
 
 inline namespace taq_1 {
 

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "primitives/files/FileIo.h"
+#include "FileIo.h"
 
 inline namespace taq_1 {
 

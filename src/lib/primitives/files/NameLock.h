@@ -1,7 +1,7 @@
 // Keeps a second process from writing the files of a log that this one has open.
 #pragma once
 
-#include "primitives/files/FileIo.h"
+#include "FileIo.h"
 
 inline namespace taq_1 {
 

@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <memory>
 
-#include "primitives/ldf/LdfNameHints.h"
-#include "primitives/ldf/LdfRecordView.h"
-#include "primitives/ldf/LdfWindow.h"
-#include "primitives/ldf/ldf_format.h"
-#include "primitives/memory/Pooled.h"
+#include "../memory/Pooled.h"
+#include "LdfNameHints.h"
+#include "LdfRecordView.h"
+#include "LdfWindow.h"
+#include "ldf_format.h"
 
 inline namespace taq_1 {
 

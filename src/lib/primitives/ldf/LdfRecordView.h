@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "primitives/ldf/ldf_format.h"
+#include "ldf_format.h"
 
 inline namespace taq_1 {
 

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "primitives/memory/RawRoom.h"
+#include "../memory/RawRoom.h"
 
 inline namespace taq_1 {
 

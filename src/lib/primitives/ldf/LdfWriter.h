@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <memory>
 
-#include "primitives/files/Generations.h"
-#include "primitives/files/NameLock.h"
-#include "primitives/ldf/ldf_format.h"
-#include "primitives/memory/Pooled.h"
+#include "../files/Generations.h"
+#include "../files/NameLock.h"
+#include "../memory/Pooled.h"
+#include "ldf_format.h"
 
 inline namespace taq_1 {
 

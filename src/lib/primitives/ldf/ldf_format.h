@@ -39,7 +39,7 @@
 #include <iterator>
 #include <string_view>
 
-#include "platform/unix/ByteOrder.h"
+#include "../../platform/unix/ByteOrder.h"
 
 inline namespace taq_1 {
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <type_traits>
 
-#include "primitives/log/ILog.h"
+#include "ILog.h"
 
 inline namespace taq_1 {
 

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <ctime>
 
-#include "i18n/common/i18n_id.h"
-#include "primitives/message/severity.h"
+#include "../../i18n/common/i18n_id.h"
+#include "../message/severity.h"
 
 inline namespace taq_1 {
 

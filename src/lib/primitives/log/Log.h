@@ -4,22 +4,17 @@
 
 #include <atomic>
 #include <memory>
-#include <string_view>
 
-#include "primitives/log/ILog.h"
-#include "primitives/log/LogDebugTags.h"
-#include "primitives/log/LogLoss.h"
-#include "primitives/log/MessageBuilder.h"
-#include "primitives/memory/Pooled.h"
+#include "../memory/Pooled.h"
+#include "ILog.h"
+#include "LogDebugTags.h"
+#include "LogLoss.h"
+#include "MessageBuilder.h"
 
 inline namespace taq_1 {
 
 class DList;
-class LineBuffer;
 class LogCore;
-class PackedMessage;
-struct LogCall;
-struct ShownRecord;
 struct vlog_msg_t;
 
 // A file log writes root/log/<name>_A.log, with _B and _C as the two generations before, and a copy of each
@@ -76,11 +71,9 @@ public:
     }
     void get_all_set_dbg_tags(char* set_dbgtag, int size_setdbgtag) override;
 
-    // --- Writing: ILog.h. write_packed: a message that a site packed. write_buf: as write_app, from a text
-    // and arguments up to the first null one.
+    // --- Writing: ILog.h. write_buf: as write_app, from a text and arguments up to the first null one.
     void write_app(ulog_app_sev sev, const char* whop, const char* filep, int line, int flags, int cat,
                    int id, MsgStruct* ipm_msg_in) override;
-    void write_packed(const LogCall& call, const PackedMessage& message);
     void write_dbg(ulog_dbg_lev lev, const char* whop, const char* filep, int line, int flags, int cat,
                    int id, const char* en_msgp) override;
     void write_buf(const char* whop, const char* filep, int line, int sev, int flags, int cat, int id,
@@ -110,13 +103,9 @@ public:
     VList* cache_vlistp() override;
     void notify_add(MsgStruct*) {}
 
-    // --- Showing records: ILog.h, RecordDisplay.h. display_ldf_record takes views; one with null data ends
-    // them. The line goes to `out`, which the caller sends to the log's stream; whatever else goes there
-    // meanwhile must go through `out` as well. A changed time zone or locale shows with another second.
+    // --- Showing records: ILog.h.
     void display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_id, VList* vlistp,
                            int flags) override;
-    void display_ldf_record(const ShownRecord& record, const std::string_view* args, size_t arg_count,
-                            int flags, LineBuffer& out);
 
     // --- The logger thread and its queue: LoggerThread.h. Start it after the main thread captures.
     static void start_logger();

@@ -22,6 +22,8 @@
 
 inline namespace taq_1 {
 
+class PackedMessage;
+struct LogCall;
 struct LogMessage;
 
 // The inside of one Log, which owns it and calls it.
@@ -30,6 +32,14 @@ public:
     explicit LogCore(Log& log) : _tags(log._tags), _enabled(log._enabled), _log_of_program(log) {}
     LogCore(const LogCore&) = delete;
     LogCore& operator=(const LogCore&) = delete;
+
+    // Writes or queues a message that a site packed.
+    static void write_packed(Log& log, const LogCall& call, const PackedMessage& message);
+
+    // As Log::display_ldf_entry, from views, of which one with null data ends the arguments. The line goes to
+    // `out`, which the caller sends to the log's stream; whatever else goes there meanwhile must go through
+    // `out` as well. A changed time zone or locale shows with another second.
+    static void display(Log& log, const ShownRecord& record, ArgViews args, int flags, LineBuffer& out);
 
 private:
     friend class Log;

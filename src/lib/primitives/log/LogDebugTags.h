@@ -5,7 +5,7 @@
 #include <atomic>
 #include <cstddef>
 
-#include "primitives/message/severity.h"
+#include "../message/severity.h"
 
 inline namespace taq_1 {
 

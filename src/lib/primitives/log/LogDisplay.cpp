@@ -79,14 +79,13 @@ void Log::display_ldf_entry(int sev, int obj_tag, time_t time_stamp, int msgcat_
     (void)out.send(/*at_once=*/false); // nobody to tell of a failure
 }
 
-void Log::display_ldf_record(const ShownRecord& record, const std::string_view* args, size_t arg_count,
-                             int flags, LineBuffer& out) {
-    const LogLock::Guard inside(_core->_lock);
-    RecordDisplay* const display = inside ? _core->_display_for(record.sev) : nullptr;
+void LogCore::display(Log& log, const ShownRecord& record, ArgViews args, int flags, LineBuffer& out) {
+    const LogLock::Guard inside(log._core->_lock);
+    RecordDisplay* const display = inside ? log._core->_display_for(record.sev) : nullptr;
     if (display == nullptr) return;
     if ((flags & ULOG_DISPLAY_DELIMITED) != 0) [[unlikely]]
-        return show_fields(*display, record, {args, arg_count}, /*listp=*/nullptr, out);
-    display->show_next_line(record, {args, arg_count}, out);
+        return show_fields(*display, record, args, /*listp=*/nullptr, out);
+    display->show_next_line(record, args, out);
 }
 
 } // namespace taq_1

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <ctime>
 
-#include "primitives/message/severity.h"
+#include "../message/severity.h"
 
 inline namespace taq_1 {
 

@@ -44,11 +44,11 @@ void Log::write_app(ulog_app_sev sev, const char* whop, const char* filep, int l
     _core->_queue(new vlog_msg_t(this, call, /*debug_text=*/nullptr, msgp));
 }
 
-void Log::write_packed(const LogCall& call, const PackedMessage& message) {
-    if (_is_queued()) return _core->_queue(new (message) vlog_msg_t(this, call, message));
+void LogCore::write_packed(Log& log, const LogCall& call, const PackedMessage& message) {
+    if (log._is_queued()) return log._core->_queue(new (message) vlog_msg_t(&log, call, message));
     const PackedView packed = message.view();
     LogMessage m(call, packed);
-    _core->_log(m, /*may_gather=*/false);
+    log._core->_log(m, /*may_gather=*/false);
 }
 
 void Log::write_dbg(ulog_dbg_lev lev, const char* whop, const char* filep, int line, int flags, int cat,

@@ -1,8 +1,8 @@
 // Texts and message structures from their parts: what a program asks for before it logs, or instead of it.
 #pragma once
 
-#include "primitives/log/ILog.h"
-#include "primitives/utils/QENVaList.h"
+#include "../utils/QENVaList.h"
+#include "ILog.h"
 
 inline namespace taq_1 {
 

@@ -5,8 +5,9 @@
 
 #include "primitives/log/Capture.h"
 #include "primitives/log/CatalogMessage.h"
-#include "primitives/log/Log.h"
+#include "primitives/log/LogCore.h"
 #include "primitives/log/PackedMessage.h"
+#include "primitives/message/MsgStruct.h"
 
 inline namespace taq_1 {
 
@@ -15,11 +16,15 @@ namespace {
 void write_site(ILog* logp, const LogCall& call, const PackedMessage& packed) {
     Capture::offer(call, packed.view().text);
     if (logp == nullptr) return;
-    if (typeid(*logp) == typeid(Log))
-        static_cast<Log*>(logp)->write_packed(call, packed);
-    else // another kind of log may want its write_app called, which takes a structure
-        logp->write_app(static_cast<ulog_app_sev>(call.sev), call.whop, call.filep, call.line,
-                        call.flags | ULOG_HAND_OVER, call.cat, call.id, packed.view().structure());
+    const std::type_info& type = typeid(*logp);
+    if (&type == &typeid(Log)) return LogCore::write_packed(static_cast<Log&>(*logp), call, packed);
+    // Another kind of log may want its write_app called, which takes a structure. A Log of another copy of
+    // the library, which the program has while we are in a plugin of it, has an allocator of its own too.
+    const int owner = type == typeid(Log) ? 0 : ULOG_HAND_OVER;
+    MsgStruct* const msgp = packed.view().structure();
+    logp->write_app(static_cast<ulog_app_sev>(call.sev), call.whop, call.filep, call.line,
+                    (call.flags & ~ULOG_HAND_OVER) | owner, call.cat, call.id, msgp);
+    if (owner == 0) delete msgp;
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 // is on, then written to a log, with the place in the source that issued it.
 #pragma once
 
-#include "primitives/log/ILog.h"
+#include "ILog.h"
 
 inline namespace taq_1 {
 

@@ -3,8 +3,8 @@
 //
 // An executable that links the library gets this object with its first allocation, and exports it, so that
 // the shared C++ library uses it as well. With hidden visibility the library would use another allocator. A
-// shared library must leave the operators to the program that loads it: it is built with
-// QEN_NO_GLOBAL_OPERATORS, and its classes use taq_mem through their own operators (Pooled.h).
+// shared object must leave the operators to the program that loads it: taq::base is the library without this
+// object, and its classes use taq_mem through their own operators (Pooled.h).
 //
 // The sanitizers bring operators of their own, which also check that new meets delete and new[] delete[]; a
 // program that is built with one keeps those.
@@ -13,8 +13,6 @@
 // nothrow forms return null, for callers that can handle it.
 //
 // The over-aligned forms stay with the C++ library, which allocates and frees them by itself.
-#ifndef QEN_NO_GLOBAL_OPERATORS
-
 #include "primitives/memory/Memory.h"
 
 #include <new>
@@ -58,5 +56,3 @@ void operator delete(void* p, const std::nothrow_t&) noexcept {
 void operator delete[](void* p, const std::nothrow_t&) noexcept {
     operator delete(p);
 }
-
-#endif

@@ -16,7 +16,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "primitives/memory/MemoryTypes.h"
+#include "MemoryTypes.h"
 
 inline namespace taq_1 {
 

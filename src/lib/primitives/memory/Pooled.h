@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <new>
 
-#include "primitives/memory/MemoryTypes.h"
+#include "MemoryTypes.h"
 
 inline namespace taq_1 {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <type_traits>
 
-#include "platform/unix/QENAssert.h"
+#include "../../platform/unix/QENAssert.h"
 
 inline namespace taq_1 {
 

@@ -4,7 +4,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "platform/unix/ByteOrder.h"
+#include "../../platform/unix/ByteOrder.h"
 
 inline namespace taq_1 {
 

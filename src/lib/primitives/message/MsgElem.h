@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "primitives/memory/Pooled.h"
+#include "../memory/Pooled.h"
 
 inline namespace taq_1 {
 

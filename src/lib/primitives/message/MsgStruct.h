@@ -21,11 +21,11 @@
 
 #include <cstdint>
 
-#include "network/NetBuffer.h"
-#include "primitives/memory/Pooled.h"
-#include "primitives/message/MessageHdr.h"
-#include "primitives/message/MsgElem.h"
-#include "primitives/values/msg_result.h"
+#include "../../network/NetBuffer.h"
+#include "../memory/Pooled.h"
+#include "../values/msg_result.h"
+#include "MessageHdr.h"
+#include "MsgElem.h"
 
 inline namespace taq_1 {
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "primitives/memory/Pooled.h"
-#include "primitives/values/msg_result.h"
+#include "../memory/Pooled.h"
+#include "../values/msg_result.h"
 
 inline namespace taq_1 {
 

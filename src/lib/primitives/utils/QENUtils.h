@@ -2,7 +2,7 @@
 // name of the local system.
 #pragma once
 
-#include "primitives/utils/QENVaList.h"
+#include "QENVaList.h"
 
 inline namespace taq_1 {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "primitives/utils/QENVaList.h"
+#include "QENVaList.h"
 
 inline namespace taq_1 {
 

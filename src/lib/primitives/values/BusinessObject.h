@@ -1,7 +1,7 @@
 // What the objects of the management engine show to the value cells that carry them.
 #pragma once
 
-#include "primitives/memory/Pooled.h"
+#include "../memory/Pooled.h"
 
 inline namespace taq_1 {
 

@@ -1,8 +1,8 @@
 // A ring of string cells that overwrites its oldest entry when it is full.
 #pragma once
 
-#include "primitives/values/DList.h"
-#include "primitives/values/ValueHolder.h"
+#include "DList.h"
+#include "ValueHolder.h"
 
 inline namespace taq_1 {
 

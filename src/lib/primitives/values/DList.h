@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "primitives/memory/Pooled.h"
+#include "../memory/Pooled.h"
 
 inline namespace taq_1 {
 

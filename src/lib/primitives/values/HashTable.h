@@ -3,8 +3,8 @@
 
 #include <string_view>
 
-#include "primitives/values/NVList.h"
-#include "primitives/values/msg_result.h"
+#include "NVList.h"
+#include "msg_result.h"
 
 inline namespace taq_1 {
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "platform/unix/QENThread.h"
-#include "primitives/values/DList.h"
+#include "../../platform/unix/QENThread.h"
+#include "DList.h"
 
 inline namespace taq_1 {
 

@@ -1,8 +1,8 @@
 // An entry of a name-value list.
 #pragma once
 
-#include "primitives/values/DList.h"
-#include "primitives/values/ValueHolder.h"
+#include "DList.h"
+#include "ValueHolder.h"
 
 inline namespace taq_1 {
 

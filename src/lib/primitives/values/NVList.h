@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "primitives/values/NVElem.h"
+#include "NVElem.h"
 
 inline namespace taq_1 {
 

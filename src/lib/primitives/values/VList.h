@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
-#include "primitives/values/DList.h"
-#include "primitives/values/ValueHolder.h"
+#include "DList.h"
+#include "ValueHolder.h"
 
 inline namespace taq_1 {
 

@@ -1,7 +1,7 @@
 // A counted array of value cells.
 #pragma once
 
-#include "primitives/values/ValueElem.h"
+#include "ValueElem.h"
 
 inline namespace taq_1 {
 

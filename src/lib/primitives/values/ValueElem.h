@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "primitives/memory/Pooled.h"
+#include "../memory/Pooled.h"
 
 inline namespace taq_1 {
 

@@ -3,7 +3,7 @@
 
 #include <type_traits>
 
-#include "primitives/values/ValueElem.h"
+#include "ValueElem.h"
 
 inline namespace taq_1 {
 

@@ -4,6 +4,7 @@
 #include "LogFixture.h"
 #include "primitives/log/LineBuffer.h"
 #include "primitives/log/LocalTimeText.h"
+#include "primitives/log/LogCore.h"
 #include "primitives/log/ShownRecord.h"
 #include "primitives/log/TerminalText.h"
 
@@ -38,7 +39,7 @@ struct LogDisplayTest : LogFixture {
         const std::string twice = printed([&] {
             std::vector<char> room(LineBuffer::CAPACITY);
             LineBuffer out(stdout, room);
-            log.display_ldf_record({sev, /*obj_tag=*/3, NOON, id}, views.data(), views.size(), flags, out);
+            LogCore::display(log, {sev, /*obj_tag=*/3, NOON, id}, views, flags, out);
             out.send();
             log.display_ldf_entry(sev, /*obj_tag=*/3, NOON, static_cast<int>(id), &list, flags);
         });

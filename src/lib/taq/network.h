@@ -1,0 +1,4 @@
+// Buffers of a connection.
+#pragma once
+
+#include "network/NetBuffer.h"
