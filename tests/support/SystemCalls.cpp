@@ -64,6 +64,10 @@ int unlink(const char* path) noexcept {
     return ask({"unlink", path, 0}) < 0 ? -1 : unlinkat(AT_FDCWD, path, 0);
 }
 
+int remove(const char* path) noexcept {
+    return ask({"remove", path, 0}) < 0 ? -1 : unlinkat(AT_FDCWD, path, 0);
+}
+
 int rmdir(const char* path) noexcept {
     return ask({"rmdir", path, 0}) < 0 ? -1 : unlinkat(AT_FDCWD, path, AT_REMOVEDIR);
 }

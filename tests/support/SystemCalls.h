@@ -8,7 +8,7 @@
 #include <vector>
 
 struct SystemCall {
-    std::string_view name; // pread, pwrite, write, fdatasync, fsync, rename, link, unlink or rmdir
+    std::string_view name; // pread, pwrite, write, fdatasync, fsync, rename, link, unlink, remove or rmdir
     std::string_view path; // the first one; empty for a descriptor
     size_t size;           // bytes to transfer; 0 for a path and a sync
 };

@@ -2,50 +2,12 @@
 // other services are there at every moment, and a second attempt gives what an undisturbed one gives.
 #include "cmd/taqgencat/ModuleWriter.h"
 #include "i18n/common/i18n.h"
+#include "support/ChildProcess.h"
+#include "support/Prelude.h"
+#include "support/SystemCalls.h"
 #include "support/TempDir.h"
 
-#include <cerrno>
-#include <csignal>
-#include <dlfcn.h>
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 using namespace gencat;
-
-namespace {
-
-enum class Fault { KILL, NO_SPACE, READ_ONLY };
-
-int steps_left = -1; // until the fault; negative: none is planned
-Fault planned = Fault::KILL;
-
-// One step of the writer that changes the disk. False: it fails.
-bool step() {
-    if (steps_left < 0 || steps_left-- > 0) return true;
-    if (planned == Fault::KILL) (void)kill(getpid(), SIGKILL);
-    errno = planned == Fault::NO_SPACE ? ENOSPC : EROFS;
-    steps_left = 0; // and so does every further one
-    return false;
-}
-
-template <class Function>
-Function* real(const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
-} // namespace
-
-// In place of the C library's.
-extern "C" int rename(const char* from, const char* to) noexcept {
-    return step() ? real<int(const char*, const char*)>("rename")(from, to) : -1;
-}
-extern "C" int remove(const char* path) noexcept {
-    return step() ? real<int(const char*)>("remove")(path) : -1;
-}
-extern "C" int fsync(int) {
-    return step() ? 0 : -1; // the power stays on
-}
 
 namespace {
 
@@ -80,12 +42,9 @@ public:
 
     // Names and bytes of all files but the temporary ones that a killed run leaves.
     std::string files() const {
-        std::map<std::string, std::string> sorted;
-        for (const auto& entry : std::filesystem::directory_iterator(target().folder()))
-            sorted[entry.path().filename()] = _dir.read("messages/en/" + entry.path().filename().string());
         std::string all;
-        for (const auto& [name, bytes] : sorted)
-            if (!name.starts_with(".taqgencat-")) all += name + "\n" + bytes;
+        for (const std::string& name : _dir.files("messages/en"))
+            if (!name.starts_with(".taqgencat-")) all += name + "\n" + _dir.read("messages/en/" + name);
         return all;
     }
 
@@ -100,18 +59,16 @@ private:
     TempDir _dir;
 };
 
-// Runs the change in a child with a fault at that step. 0 done, 1 refused, 2 killed.
-int run(const Root& root, bool (Root::*change)() const, Fault fault, int at) {
-    const pid_t child = fork();
-    if (child == 0) {
-        planned = fault;
-        steps_left = at;
-        const bool done = (root.*change)();
-        _exit(done ? 0 : 1);
-    }
-    int status = 0;
-    EXPECT_EQ(child, waitpid(child, &status, 0));
-    return WIFSIGNALED(status) ? 2 : WEXITSTATUS(status);
+// Runs the change in a child, whose calls from that step on fail with `error`; 0: the first one kills it.
+int run(const Root& root, bool (Root::*change)() const, int error, int at) {
+    return in_child([&] {
+        system_call_plan = [=](const SystemCall&) mutable -> ssize_t {
+            if (at > 0) return --at, PASS;
+            if (error == 0) (void)raise(SIGKILL);
+            return -error;
+        };
+        return (root.*change)() ? 0 : 1;
+    });
 }
 
 TEST(InstalledModule, EveryTextIsThereWhateverFailsInTheMiddle) {
@@ -123,12 +80,12 @@ TEST(InstalledModule, EveryTextIsThereWhateverFailsInTheMiddle) {
     for (const auto& [name, change, in_300] : changes) {
         const Root undisturbed;
         ASSERT_TRUE((undisturbed.*change)());
-        for (const Fault fault : {Fault::KILL, Fault::NO_SPACE, Fault::READ_ONLY}) {
+        for (const int error : {0, ENOSPC, EROFS}) {
             int at = 0;
             for (int outcome = 1; outcome != 0; ++at) {
                 SCOPED_TRACE(std::string(name) + ", step " + std::to_string(at));
                 const Root root;
-                outcome = run(root, change, fault, at);
+                outcome = run(root, change, error, at);
                 EXPECT_EQ("system", root.text(25));
                 EXPECT_EQ("system", root.text(65534));
                 EXPECT_EQ("mail", root.text(9));
