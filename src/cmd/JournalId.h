@@ -1,5 +1,5 @@
-// Identifiers of 128 bits in the journal: taqldf names messages and hosts by them, and taqgencat the texts of a
-// journal's catalog.
+// Identifiers of 128 bits in the journal: taqldf names messages and hosts by them, and taqgencat the texts of
+// a journal's catalog.
 #pragma once
 
 #include <cstdint>

@@ -65,7 +65,9 @@ int unlink(const char* path) noexcept {
 }
 
 int remove(const char* path) noexcept {
-    return ask({"remove", path, 0}) < 0 ? -1 : unlinkat(AT_FDCWD, path, 0);
+    if (ask({"remove", path, 0}) < 0) return -1;
+    const int done = unlinkat(AT_FDCWD, path, 0);
+    return done == 0 || errno != EISDIR ? done : unlinkat(AT_FDCWD, path, AT_REMOVEDIR);
 }
 
 int rmdir(const char* path) noexcept {

@@ -1,5 +1,5 @@
-// A record as an entry of the journal's export format: one field a line, an empty line behind the last. Values
-// that a line cannot hold take the binary form, so every byte of an argument arrives.
+// A record as an entry of the journal's export format: one field a line, an empty line behind the last.
+// Values that a line cannot hold take the binary form, so every byte of an argument arrives.
 #include <algorithm>
 #include <array>
 

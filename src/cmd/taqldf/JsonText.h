@@ -1,5 +1,5 @@
-// One line of JSON. The library writes it; a text from a record leaves as valid JSON whatever its bytes are, and
-// without a control character.
+// One line of JSON. The library writes it; a text from a record leaves as valid JSON whatever its bytes are,
+// and without a control character.
 #pragma once
 
 #include <cstddef>

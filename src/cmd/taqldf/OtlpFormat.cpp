@@ -1,5 +1,5 @@
-// A record as a line of OTLP/JSON: a LogsData message of OpenTelemetry with one log record. Integers of 64 bits
-// are strings, as protobuf's JSON wants them.
+// A record as a line of OTLP/JSON: a LogsData message of OpenTelemetry with one log record. Integers of 64
+// bits are strings, as protobuf's JSON wants them.
 #include <algorithm>
 
 #include "ExportedRecord.h"
@@ -107,9 +107,8 @@ private:
         _json->StartObject();
         _json.name("values");
         _json->StartArray();
-        f.view.for_each_arg([&](std::string_view arg) {
-            are_valid = _string_value(form(arg), f.odd_record) && are_valid;
-        });
+        f.view.for_each_arg(
+            [&](std::string_view arg) { are_valid = _string_value(form(arg), f.odd_record) && are_valid; });
         _json->EndArray();
         _json->EndObject();
         _end_attribute();

@@ -1,4 +1,5 @@
-// All that a service needs to log: Log, message sites and messages by name, the words for results and object types.
+// All that a service needs to log: Log, message sites and messages by name, the words for results and object
+// types.
 #pragma once
 
 #include "i18n/common/i18n_id.h"

@@ -140,13 +140,13 @@ int LdfWriter::_read_header() {
     unsigned char bytes[LDF_HEADER_SIZE];
     if (!QENReadAt(fileno(_fp), bytes, sizeof bytes, 0)) return LDF_EFAIL;
     if (int rc = ldf_decode_header(bytes, _starting_filesize, _ldf_header)) return rc;
-    // A reader accepts these values. A writer would overwrite the header or add records that nobody sees.
-    const bool is_sane = _ldf_header.offset_end >= LDF_HEADER_SIZE && _ldf_header.total_msgs >= 0;
-    return is_sane && _reaches_end() ? LDF_OK : LDF_EFAIL;
+    // A reader accepts what a writer must not continue: it would overwrite the header or add records that
+    // nobody sees.
+    return _ldf_header.total_msgs >= 0 && _reaches_end() ? LDF_OK : LDF_EFAIL;
 }
 
-// Whether a reader gets past the last record. A power cut may leave a hole in front of it, and nobody would
-// see what is written behind a hole.
+// Whether a reader gets past the last record, and not into the header. A power cut may leave a hole in front
+// of it, and nobody would see what is written behind a hole.
 bool LdfWriter::_reaches_end() const {
     LdfWindow window;
     window.attach(fileno(_fp), _starting_filesize);
