@@ -1,5 +1,5 @@
 // A service for scripts/soak: writes messages whose first argument is their number.
-// Usage: soak_writer steady|endless|rotating|rounds|producers NAME SECONDS|FIRST|COUNT
+// Usage: soak_writer steady|endless|rotating|rounds NAME SECONDS|FIRST|COUNT
 #include "primitives/ldf/LdfWriter.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/MessageSite.h"
@@ -119,27 +119,9 @@ int full_rounds(Log* log, const char* name, long rounds) {
     return 0;
 }
 
-// Numbers of the thread t are t, t + PRODUCERS, ...
-int producers(Log* log, const char*, long count) {
-    constexpr long PRODUCERS = 8;
-    Log::start_logger();
-    std::vector<std::thread> threads;
-    for (long t = 0; t < PRODUCERS; ++t)
-        threads.emplace_back([=] {
-            for (long number = t; number < count; number += PRODUCERS)
-                write_number(log, number, "from a producer");
-        });
-    for (auto& thread : threads) thread.join();
-    Log::stop_logger();
-    return 0;
-}
-
 using Way = int (*)(Log* log, const char* name, long number);
-const std::map<std::string_view, Way> ways = {{"steady", steady},
-                                              {"endless", endless<false>},
-                                              {"rotating", endless<true>},
-                                              {"rounds", full_rounds},
-                                              {"producers", producers}};
+const std::map<std::string_view, Way> ways = {
+    {"steady", steady}, {"endless", endless<false>}, {"rotating", endless<true>}, {"rounds", full_rounds}};
 
 } // namespace
 
