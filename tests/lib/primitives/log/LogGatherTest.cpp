@@ -29,6 +29,10 @@ protected:
         }
         return all;
     }
+    void clear_files() const {
+        for (const char* folder : {"log", "ldf"}) remove_tree(dir.path(folder));
+        dir.make("ldf");
+    }
     // Puts the same messages into two logs, one by one and gathered, within one second, since a log tells
     // when it lost messages. They must leave the same.
     using Put = std::function<void(Log&, const std::function<void(vlog_msg_t*)>&)>;
@@ -49,8 +53,7 @@ protected:
         const bool in_one_second = time(nullptr) == start;
         EXPECT_TRUE(!in_one_second || files("single") == files("joined"));
         EXPECT_FALSE(files("single").empty());
-        for (const char* folder : {"log", "ldf"}) remove_tree(dir.path(folder));
-        dir.make("ldf");
+        clear_files();
         if (!in_one_second) compare(put);
     }
 };
@@ -90,43 +93,37 @@ TEST_F(LogGatherTest, AFullDiskCostsWhatWouldNotFitAlone) {
 
 TEST_F(LogGatherTest, WhatEndsABatch) {
     const auto other = opened("other");
+    std::unique_ptr<Log> log;
+    const auto add = [&](RecordWriter& to, int from, int end, int sev = SEV_INFO, int flags = BARE) {
+        for (int i = from; i < end; ++i) to.write(queued(log.get(), "n " + std::to_string(i), sev, flags));
+    };
     const struct {
         const char* name;
-        std::function<void(Log&, RecordWriter&)> end;
+        std::function<void(RecordWriter&)> end;
         long written; // of five that were gathered before, and the others
         RecordWriter::Clock::duration longest = 1h;
     } cases[] = {
-        {"nothing", [](Log& log, RecordWriter& w) { w.write(queued(&log, "n 5")); }, 0},
-        {"the end of the list", [](Log&, RecordWriter& w) { w.flush(); }, 5},
-        {"the end behind a debug message that may wait",
-         [](Log& log, RecordWriter& w) { w.write(queued(&log, "n 5", DBG_1, BARE | ULOG_DEBUG)), w.flush(); },
-         6},
-        {"another log", [&](Log&, RecordWriter& w) { w.write(queued(other.get(), "x")); }, 5},
-        {"the system log", [](Log&, RecordWriter& w) { w.write(queued(nullptr, "x", SEV_ERR)); }, 5},
-        {"an error", [](Log& log, RecordWriter& w) { w.write(queued(&log, "n 5", SEV_ERR, EVENT)); }, 6},
-        {"a write at once", [](Log& log, RecordWriter&) { put(log, "n 5"); }, 6},
-        {"a rotation", [](Log& log, RecordWriter& w) { log.rotate(), w.write(queued(&log, "n 5")); }, 5},
+        {"nothing", [&](auto& w) { add(w, 5, 6); }, 0},
+        {"the end of the list", [](auto& w) { w.flush(); }, 5},
+        {"and a debug message that may wait",
+         [&](auto& w) { add(w, 5, 6, DBG_1, BARE | ULOG_DEBUG), w.flush(); }, 6},
+        {"another log", [&](auto& w) { w.write(queued(other.get(), "x")); }, 5},
+        {"the system log", [](auto& w) { w.write(queued(nullptr, "x", SEV_ERR)); }, 5},
+        {"an error", [&](auto& w) { add(w, 5, 6, SEV_ERR, EVENT); }, 6},
+        {"a write at once", [&](auto&) { put(*log, "n 5"); }, 6},
+        {"a rotation", [&](auto& w) { log->rotate(), add(w, 5, 6); }, 5},
         {"the close of the log",
-         [](Log& log, RecordWriter& w) {
-             EXPECT_EQ(ULOG_OK, log.open("next", nullptr, 0, nullptr));
+         [&](auto& w) {
+             EXPECT_EQ(ULOG_OK, log->open("next", nullptr, 0, nullptr));
              w.flush();
-             (void)log.open("unused", nullptr, 0, nullptr);
+             (void)log->open("unused", nullptr, 0, nullptr);
          },
          5},
-        {"64 messages",
-         [](Log& log, RecordWriter& w) {
-             for (int i = 5; i < 70; ++i) w.write(queued(&log, "n " + std::to_string(i)));
-         },
-         64},
-        {"a millisecond",
-         [](Log& log, RecordWriter& w) {
-             std::this_thread::sleep_for(2ms);
-             for (int i = 5; i < 8; ++i) w.write(queued(&log, "n " + std::to_string(i)));
-         },
-         8, 1ms},
+        {"64 messages", [&](auto& w) { add(w, 5, 70); }, 64},
+        {"a millisecond", [&](auto& w) { std::this_thread::sleep_for(2ms), add(w, 5, 8); }, 8, 1ms},
         {"no child",
-         [](Log& log, RecordWriter& w) {
-             const auto put_and_end = [&] { put(log, "child 0"), log.~Log(), _exit(0); };
+         [&](auto& w) {
+             const auto put_and_end = [&] { put(*log, "child 0"), log->~Log(), _exit(0); };
              EXPECT_EQ(0, wait_for(start(put_and_end)));
              w.flush();
          },
@@ -134,18 +131,18 @@ TEST_F(LogGatherTest, WhatEndsABatch) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const auto log = opened("engine");
+        log = opened("engine");
         RecordWriter writer(c.longest);
-        for (int i = 0; i < 5; ++i) writer.write(queued(log.get(), "n " + std::to_string(i)));
-        c.end(*log, writer);
+        add(writer, 0, 5);
+        c.end(writer);
         long written = 0;
         for (const char* file : {"engine_A.log", "engine_B.log"})
             if (fs::exists(log_path(file))) written = std::max(written, counted(file)["n"]);
         EXPECT_EQ(c.written, written);
         EXPECT_GE(record_count(), written - 1) << "a debug message has no record";
         writer.flush();
-        for (const char* folder : {"log", "ldf"}) remove_tree(dir.path(folder));
-        dir.make("ldf");
+        log.reset();
+        clear_files();
     }
 }
 
