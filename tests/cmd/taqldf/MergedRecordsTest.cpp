@@ -11,6 +11,14 @@ namespace {
 
 using Given = std::tuple<size_t, uint32_t, int32_t, int>; // log, line that counts its records, time, severity
 
+// A generation of a log, which is written.
+LogFile written(const TempDir& dir, const std::string& log, char generation, const LdfBuilder& built) {
+    LogFile file{dir.path(log + "_" + generation + ".ldf"), generation, {}};
+    built.write(file.path);
+    EXPECT_TRUE(QENStateOfPath(file.path.c_str(), file.state));
+    return file;
+}
+
 // All records of the logs in the order of the merge, or those of one severity.
 std::vector<Given> merged(const std::vector<LogInput>& inputs, int severity = -1) {
     Problems problems;
@@ -55,10 +63,7 @@ TEST(MergedRecords, KeepTheOrderOfEachLogAndRiseOtherwise) {
                     file.record(
                         {.sev = static_cast<uint8_t>(random() % 3), .time = time, .line = counts[log]++});
                 }
-                LogFile found{dir.path(std::to_string(log) + "_" + generation + ".ldf"), generation, {}};
-                file.write(found.path);
-                ASSERT_TRUE(QENStateOfPath(found.path.c_str(), found.state));
-                inputs[log].files.push_back(found);
+                inputs[log].files.push_back(written(dir, inputs[log].log, generation, file));
             }
         }
         std::vector<Given> all = merged(inputs);
@@ -82,12 +87,8 @@ TEST(MergedRecords, KeepTheOrderOfEachLogAndRiseOtherwise) {
 TEST(MergedRecords, FollowAFileThatWasRotatedAndTellOfOneThatIsGone) {
     const TempDir dir;
     LogInput input{"", "n", {}};
-    for (const char generation : {'B', 'A'}) {
-        LogFile file{dir.path(std::string("n_") + generation + ".ldf"), generation, {}};
-        LdfBuilder().record({.args = {std::string(1, generation)}}).write(file.path);
-        ASSERT_TRUE(QENStateOfPath(file.path.c_str(), file.state));
-        input.files.push_back(file);
-    }
+    for (const std::string letter : {"B", "A"})
+        input.files.push_back(written(dir, "n", letter[0], LdfBuilder().record({.args = {letter}})));
     const auto letters = [&] {
         Problems problems;
         Progress progress(true);
