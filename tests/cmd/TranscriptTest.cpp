@@ -23,20 +23,18 @@ const std::map<std::string, size_t> header_words = {{"signature", 0}, {"major", 
                                                     {"created", 49},  {"total", 57}, {"flags", 109},
                                                     {"end", 113}};
 
-template <auto Field>
-void number(LdfTestRecord& record, const std::string& value) {
-    record.*Field = static_cast<std::decay_t<decltype(record.*Field)>>(std::stoul(value));
-}
-template <auto Field>
-void text(LdfTestRecord& record, const std::string& value) {
-    record.*Field = value;
-}
 using R = LdfTestRecord;
+template <auto Field>
+void set(R& record, const std::string& value) {
+    if constexpr (requires { record.*Field = value; })
+        record.*Field = value;
+    else
+        record.*Field = static_cast<std::decay_t<decltype(record.*Field)>>(std::stoul(value));
+}
 const std::map<std::string, void (*)(R&, const std::string&)> record_fields = {
-    {"sev", number<&R::sev>},   {"obj", number<&R::obj>},         {"cat", number<&R::cat>},
-    {"num", number<&R::num>},   {"version", number<&R::version>}, {"seq", number<&R::seq>},
-    {"line", number<&R::line>}, {"file", text<&R::file>},         {"func", text<&R::func>},
-    {"text", text<&R::text>}};
+    {"sev", set<&R::sev>},         {"obj", set<&R::obj>},  {"cat", set<&R::cat>},   {"num", set<&R::num>},
+    {"version", set<&R::version>}, {"seq", set<&R::seq>},  {"line", set<&R::line>}, {"file", set<&R::file>},
+    {"func", set<&R::func>},       {"text", set<&R::text>}};
 
 std::vector<std::string> split(const std::string& text) {
     static const std::regex separator(" *;; *");
@@ -169,16 +167,15 @@ private:
 [[maybe_unused]] const bool registered = [] {
     for (const auto& entry : fs::directory_iterator(TAQ_TRANSCRIPTS)) {
         const fs::path path = entry.path();
-        const auto add = [&](const std::string& variant, const std::string& catalogs) {
-            testing::RegisterTest("Transcript", (path.stem().string() + variant).c_str(), nullptr, nullptr,
-                                  path.c_str(), 1,
-                                  [=]() -> testing::Test* { return new Transcript(path, catalogs); });
-        };
         std::ifstream in(path);
         const std::string text{std::istreambuf_iterator<char>(in), {}};
-        add("", "/no-catalogs");
+        std::map<std::string, std::string> variants = {{"", "/no-catalogs"}};
         if (*TAQ_TEST_CATALOGS != '\0' && text.find("TAQ_MESSAGES_DIR") == std::string::npos)
-            add("InEnglish", TAQ_TEST_CATALOGS);
+            variants["InEnglish"] = TAQ_TEST_CATALOGS;
+        for (const auto& variant : variants)
+            testing::RegisterTest("Transcript", (path.stem().string() + variant.first).c_str(), nullptr,
+                                  nullptr, path.c_str(), 1,
+                                  [=]() -> testing::Test* { return new Transcript(path, variant.second); });
     }
     return true;
 }();

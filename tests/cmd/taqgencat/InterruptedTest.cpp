@@ -11,29 +11,26 @@ using namespace gencat;
 
 namespace {
 
-class Root {
-public:
-    Root() {
-        std::string error;
-        EXPECT_TRUE(write_module(target(), sets({25, 65534}, "system"), {}, error)) << error;
-        EXPECT_TRUE(add_to_module(target(), "mail", sets({9}, "mail"), {}, error)) << error;
-        EXPECT_TRUE(add_to_module(target(), "orders", sets({300, 301}, "old"), {}, error)) << error;
-    }
+Messages sets(const std::vector<uint32_t>& categories, const char* text) {
+    Messages messages;
+    for (const uint32_t category : categories) messages[category][1].text = text;
+    return messages;
+}
 
-    bool add() const {
-        std::string error;
-        return add_to_module(target(), "orders", sets({300, 302}, "new"), {}, error);
+struct Root {
+    Root() {
+        EXPECT_TRUE(write_module(target, sets({25, 65534}, "system"), {}, error)) << error;
+        EXPECT_TRUE(add_to_module(target, "mail", sets({9}, "mail"), {}, error)) << error;
+        EXPECT_TRUE(add_to_module(target, "orders", sets({300, 301}, "old"), {}, error)) << error;
     }
-    bool remove() const {
-        std::string error;
-        return remove_from_module(target(), "orders", {}, error);
-    }
+    bool add() { return add_to_module(target, "orders", sets({300, 302}, "new"), {}, error); }
+    bool remove() { return remove_from_module(target, "orders", {}, error); }
 
     std::string text(uint32_t category) const {
         void* handle = nullptr;
         char* text = nullptr;
         int32_t size = 0;
-        int result = i18nOpen(&handle, _dir.path().c_str(), "KORE", "en");
+        int result = i18nOpen(&handle, dir.path().c_str(), "KORE", "en");
         if (result == I18N_SOK) result = i18nGetSafeUTF8Msg(&handle, category, 1, &text, &size);
         const std::string shown = result == I18N_SOK ? text : "<" + std::to_string(result) + ">";
         i18nClose(&handle);
@@ -43,24 +40,18 @@ public:
     // Names and bytes of all files but the temporary ones that a killed run leaves.
     std::string files() const {
         std::string all;
-        for (const std::string& name : _dir.files("messages/en"))
-            if (!name.starts_with(".taqgencat-")) all += name + "\n" + _dir.read("messages/en/" + name);
+        for (const std::string& name : dir.files("messages/en"))
+            if (!name.starts_with(".taqgencat-")) all += name + "\n" + dir.read("messages/en/" + name);
         return all;
     }
 
-private:
-    ModuleTarget target() const { return {_dir.path(), "KORE", "en"}; }
-    static Messages sets(const std::vector<uint32_t>& categories, const char* text) {
-        Messages messages;
-        for (const uint32_t category : categories) messages[category][1].text = text;
-        return messages;
-    }
-
-    TempDir _dir;
+    const TempDir dir;
+    const ModuleTarget target = {dir.path(), "KORE", "en"};
+    std::string error;
 };
 
 // Runs the change in a child, whose calls from that step on fail with `error`; 0: the first one kills it.
-int run(const Root& root, bool (Root::*change)() const, int error, int at) {
+int run(Root& root, bool (Root::*change)(), int error, int at) {
     return in_child([&] {
         system_call_plan = [=](const SystemCall&) mutable -> ssize_t {
             if (at > 0) return --at, PASS;
@@ -74,17 +65,17 @@ int run(const Root& root, bool (Root::*change)() const, int error, int at) {
 TEST(InstalledModule, EveryTextIsThereWhateverFailsInTheMiddle) {
     const struct {
         const char* name;
-        bool (Root::*change)() const;
+        bool (Root::*change)();
         const char* in_300[2]; // before and after
     } changes[] = {{"add", &Root::add, {"old", "new"}}, {"remove", &Root::remove, {"old", "<3>"}}};
     for (const auto& [name, change, in_300] : changes) {
-        const Root undisturbed;
+        Root undisturbed;
         ASSERT_TRUE((undisturbed.*change)());
         for (const int error : {0, ENOSPC, EROFS}) {
             int at = 0;
             for (int outcome = 1; outcome != 0; ++at) {
                 SCOPED_TRACE(std::string(name) + ", step " + std::to_string(at));
-                const Root root;
+                Root root;
                 outcome = run(root, change, error, at);
                 EXPECT_EQ("system", root.text(25));
                 EXPECT_EQ("system", root.text(65534));
