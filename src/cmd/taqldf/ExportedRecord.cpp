@@ -57,10 +57,10 @@ const ExportedRecord& Exporter::fields_of(const FoundRecord& record) {
     if (message.kind != KnownMessage::UNKNOWN)
         f.text = {_text, _texts.compose(message, {f.view.argv(), f.view.argc()}, _text)};
     f.lang = _texts.lang();
-    if (_file != record.file) {
+    if (_serial == 0 || _serial != record.file->serial) {
         _uid = record.file->uid_prefix;
         _odd_place = record.file->oddities | oddities_of(f.lang);
-        _file = record.file;
+        _serial = record.file->serial;
     }
     f.odd_place = _odd_place;
     _uid.resize(record.file->uid_prefix.size());

@@ -95,8 +95,8 @@ private:
     IsoTime _times{/*utc=*/true};
     ExportedRecord _fields = {};
     char _generation = '\0';
-    const SourceFile* _file = nullptr; // whose uid_prefix begins _uid
-    unsigned _odd_place = 0;           // likewise
+    uint64_t _serial = 0;    // of the file whose uid_prefix begins _uid; 0: of none
+    unsigned _odd_place = 0; // likewise
     std::string _uid;
     char _text[MessageTexts::SIZE];
 };

@@ -47,15 +47,15 @@ public:
     Finder(std::string host, std::vector<LogInput>& inputs, Problems& problems)
         : _host(std::move(host)), _inputs(inputs), _problems(problems) {}
 
-    void find_name(std::string_view name);
+    void find_name(std::string_view name, bool may_come);
     void find_path(const std::string& path);
     bool find_directory(const std::string& directory);
 
 private:
     bool _find_log(const std::string& directory, std::string_view log);
     bool _find_file(const std::string& path);
-    void _add(std::string_view log, std::vector<LogFile> files) {
-        _inputs.push_back({_host, std::string(log), std::move(files)});
+    void _add(const std::string& directory, std::string_view log, std::vector<LogFile> files) {
+        _inputs.push_back({_host, std::string(log), std::move(files), directory});
     }
 
     const std::string _host;
@@ -73,7 +73,7 @@ bool Finder::_find_log(const std::string& directory, std::string_view log) {
         files.push_back(std::move(file));
     }
     if (files.empty()) return false;
-    _add(log, std::move(files));
+    _add(directory, log, std::move(files));
     return true;
 }
 
@@ -84,14 +84,17 @@ bool Finder::_find_file(const std::string& path) {
     if (name.ends_with(LDF_EXTENSION)) name.resize(name.size() - std::strlen(LDF_EXTENSION));
     std::string_view log;
     file.generation = split_generation(name, log);
-    _add(log, {std::move(file)});
+    _add(path.substr(0, path.rfind('/') + 1), log, {std::move(file)});
     return true;
 }
 
-void Finder::find_name(std::string_view name) {
+void Finder::find_name(std::string_view name, bool may_come) {
     const std::string directory = data_directory();
     if (_find_file(directory + std::string(name) + LDF_EXTENSION) || _find_log(directory, name)) return;
-    _problems.failure("no log '" + std::string(name) + "' in " + directory);
+    if (!may_come) return _problems.failure("no log '" + std::string(name) + "' in " + directory);
+    std::string_view log;
+    (void)split_generation(name, log);
+    _add(directory, log, {});
 }
 
 void Finder::find_path(const std::string& path) {
@@ -122,16 +125,18 @@ bool Finder::find_directory(const std::string& directory) {
         const bool is_generation = split_generation(name, log) != '\0';
         logs.emplace(log, is_generation);
     }
+    const size_t first = _inputs.size();
     for (const auto& [name, is_log] : logs)
         if (!is_log || !_find_log(directory, name)) (void)_find_file(directory + name + LDF_EXTENSION);
+    for (size_t i = first; i < _inputs.size(); ++i) _inputs[i].is_of_directory = true;
     return true;
 }
 
 } // namespace
 
-void find_input(std::string_view word, std::vector<LogInput>& inputs, Problems& problems) {
+void find_input(std::string_view word, std::vector<LogInput>& inputs, Problems& problems, bool may_come) {
     if (word == "-") {
-        inputs.push_back({"", "-", {LogFile{"standard input", '\0', {}}}, true});
+        inputs.push_back({"", "-", {LogFile{"standard input", '\0', {}}}, "", true});
         return;
     }
     const size_t equal = word.find('=');
@@ -142,7 +147,7 @@ void find_input(std::string_view word, std::vector<LogInput>& inputs, Problems& 
     if (has_host || is_path(place))
         finder.find_path(std::string(place));
     else
-        finder.find_name(place);
+        finder.find_name(place, may_come);
 }
 
 void find_all_logs(std::vector<LogInput>& inputs, Problems& problems) {

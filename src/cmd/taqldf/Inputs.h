@@ -19,12 +19,15 @@ struct LogInput {
     std::string host; // as the user calls it; "": as the files do
     std::string log;
     std::vector<LogFile> files;
+    std::string directory = {}; // with "/", where its generations lie
     bool is_standard_input = false;
+    bool is_of_directory = false; // found there; other logs may come
 };
 
 // Finds the files of one argument: NAME (a log), NAME_A (a generation of it), a path of a file or a
-// directory, HOST=PATH, "-". Those that do not exist are told.
-void find_input(std::string_view word, std::vector<LogInput>& inputs, Problems& problems);
+// directory, HOST=PATH, "-". Those that do not exist are told; a NAME that may still come has no files then.
+void find_input(std::string_view word, std::vector<LogInput>& inputs, Problems& problems,
+                bool may_come = false);
 
 // All logs below the data root.
 void find_all_logs(std::vector<LogInput>& inputs, Problems& problems);

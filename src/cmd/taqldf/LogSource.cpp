@@ -6,7 +6,6 @@
 #include <cstring>
 #include <limits>
 
-#include "VisibleText.h"
 #include "platform/unix/QENDescriptors.h"
 
 namespace {
@@ -20,17 +19,6 @@ public:
     }
     int64_t size() override { return -1; }
 };
-
-uint64_t fnv1a(const unsigned char* bytes, size_t size) {
-    uint64_t hash = 0xcbf29ce484222325;
-    for (size_t i = 0; i < size; ++i) hash = (hash ^ bytes[i]) * 0x100000001b3;
-    return hash;
-}
-
-// As much of a file name as a header has room for.
-std::string host_of(const ldf_header_t& header) {
-    return {header.system, strnlen(header.system, sizeof header.system)};
-}
 
 } // namespace
 
@@ -52,7 +40,7 @@ bool LogSource::_find_more() {
             _end_file();
             continue;
         }
-        if (_run.first == 0) _begin_file(_run);
+        if (_run.first == 0) _files.back()->describe(_input.host, _input.log, _stream.header(), _run.bytes);
         _progress.counts.records += _run.count;
         _progress.step();
         _filter.find(_run, _key, _found);
@@ -106,21 +94,6 @@ int LogSource::_open_file(LogFile& file) {
                        : why == EINVAL ? "no regular file"
                                        : std::strerror(why)));
     return -1;
-}
-
-// The first record tells generations of a log apart that were made in one second.
-void LogSource::_begin_file(const LdfRun& run) {
-    SourceFile& file = *_files.back();
-    const uint64_t hash = fnv1a(run.bytes, ldf_record_size(run.bytes));
-    char identity[32];
-    (void)std::snprintf(identity, sizeof identity, "/%08x-%08x/",
-                        static_cast<unsigned>(_stream.header().datetime_create),
-                        static_cast<unsigned>(hash ^ hash >> 32));
-    file.host = _input.host.empty() ? host_of(_stream.header()) : _input.host;
-    file.log = _input.log;
-    file.place = file.host + "/" + file.log;
-    file.uid_prefix = file.place + identity;
-    file.oddities = oddities_of(file.uid_prefix);
 }
 
 void LogSource::_end_file() {

@@ -10,25 +10,7 @@
 #include "Problems.h"
 #include "Progress.h"
 #include "RecordFilter.h"
-#include "primitives/ldf/LdfStream.h"
-
-// What the records of one file have in common.
-struct SourceFile {
-    std::string host; // label of the user, or the one in the header
-    std::string log;
-    std::string place;      // "host/log", for lines
-    std::string uid_prefix; // "host/log/6afdb1a2-9c41d07e/": the offset makes it the identity of a record
-    unsigned oddities = 0;  // of all these
-    char generation = '\0'; // 'A', 'B', 'C' or NUL
-};
-
-// A record that passed the filter, valid until the next one of its source is asked for.
-struct FoundRecord {
-    const unsigned char* bytes; // fixed part and text; LDF_SPLIT_SLACK bytes behind them are addressable
-    const SourceFile* file;     // lives as long as its source
-    int64_t offset;             // in the file
-    int32_t number;             // 0-based, in the file
-};
+#include "SourceFile.h"
 
 // Opens one file at a time. Damage ends a file, is told, and the next file goes on.
 class LogSource {
@@ -53,7 +35,6 @@ public:
 private:
     bool _find_more();
     bool _open_next();
-    void _begin_file(const LdfRun& run);
     void _end_file();
     int _open_file(LogFile& file);
 

@@ -24,6 +24,7 @@ enum Code : int {
     FIXED = 'F',
     IGNORE_CASE = 'i',
     LINES = 'n',
+    FOLLOW = 'f',
     OUTPUT = 'o',
     HELP = 'h',
     ID = 256,
@@ -41,6 +42,8 @@ enum Code : int {
     STATS,
     CSV_SAFE,
     SUBSECOND,
+    CURSOR_FILE,
+    FROM_START,
 };
 
 constexpr struct OptionRow {
@@ -65,6 +68,10 @@ constexpr struct OptionRow {
     {NOT, "not", nullptr, ALL, "turn the next filter round"},
     {ANY, "any", nullptr, ALL, "one filter suffices, within the times"},
     {LINES, "lines", "N", ALL, "the last N of what passed the filters"},
+    {FOLLOW, "follow", nullptr, ALL, "go on with the records that come, over rotations"},
+    {FROM_START, "from-start", nullptr, ALL, "follow from the oldest record on, not from now on"},
+    {CURSOR_FILE, "cursor-file", "FILE", ALL,
+     "go on behind the last run's records, and keep the place in FILE"},
     {FORMAT, "format", "FORMAT", SHOW, "line (default), taqmsg (the reader's lines) or verbose"},
     {FORMAT, "format", "FORMAT", EXPORT, "jsonl (default), csv, journal or otlp"},
     {COLLAPSE, "collapse", nullptr, SHOW, "show equal records in a row once"},
@@ -238,6 +245,11 @@ bool Parser::_take_other(int code, std::string_view value) {
     case COLLAPSE: return _options.collapse = true;
     case OUTPUT: _options.output = value; return !value.empty() || _refuse("no name of an output file");
     case CSV_SAFE: return _options.csv_safe = true;
+    case FOLLOW: return _options.follow = true;
+    case FROM_START: return _options.from_start = true;
+    case CURSOR_FILE:
+        _options.cursor_file = value;
+        return !value.empty() || _refuse("no name of a cursor's file");
     case SUBSECOND:
         _options.has_places = value == "order";
         return value == "order" || value == "none" || _refuse_value("subsecond", value);
@@ -294,6 +306,9 @@ bool Parser::_finish() {
     if (_options.collapse && _options.format == FormatName::TAQMSG)
         return _refuse("--collapse does not go with the reader's lines");
     if (_options.csv_safe && _options.format != FormatName::CSV) return _refuse("--csv-safe goes with csv");
+    if (_options.follow && _options.collapse) return _refuse("--collapse does not go with --follow");
+    if (_options.follow && !_options.output.empty()) return _refuse("--output does not go with --follow");
+    if (_options.from_start && !_options.follow) return _refuse("--from-start goes with --follow");
     const bool has_fraction = _options.format == FormatName::JOURNAL || _options.format == FormatName::OTLP;
     if (_options.has_places && !has_fraction) return _refuse("--subsecond goes with journal and otlp");
     return _take_time(_since, _options.filter.since) && _take_time(_until, _options.filter.until);

@@ -26,6 +26,9 @@ struct Options {
     bool collapse = false;
     bool utc = false;
     bool stats = false;
+    bool follow = false;
+    bool from_start = false;
+    std::string cursor_file; // "": none
     bool csv_safe = false;
     std::optional<bool> has_places; // not set: as the format does by itself
     Colour colour = Colour::AUTO;

@@ -10,15 +10,15 @@ class PlaceInSecond {
 public:
     // 0 for the first record of a file and second in a row, and 1 more for each that follows, below `end`.
     int64_t next(const SourceFile* file, int32_t second, int64_t end) {
-        const bool goes_on = file == _file && second == _second;
+        const bool goes_on = file->serial == _serial && second == _second;
         _place = !goes_on ? 0 : _place + 1 < end ? _place + 1 : _place;
-        _file = file;
+        _serial = file->serial;
         _second = second;
         return _place;
     }
 
 private:
-    const SourceFile* _file = nullptr;
+    uint64_t _serial = 0; // of the file
     int32_t _second = 0;
     int64_t _place = 0;
 };

@@ -7,11 +7,13 @@
 #include <cstring>
 #include <deque>
 
+#include "LogSource.h"
 #include "MergedRecords.h"
 #include "Output.h"
 #include "Progress.h"
 #include "RecordFormat.h"
-#include "RecordKeeper.h"
+#include "Writer.h"
+#include "follow_records.h"
 #include "platform/unix/QENPlatform.h"
 #include "platform/unix/QENStreams.h"
 
@@ -19,50 +21,6 @@ namespace {
 
 constexpr size_t SMALL_WINDOW = 16 * 1024, LARGE_WINDOW = LDF_WINDOW_MAX;
 constexpr size_t MOST_LARGE_WINDOWS = 64; // sources
-
-// Hands records to the format; those that repeat the one before are only counted, if asked for.
-class Writer {
-public:
-    Writer(RecordFormat& format, Output& output, bool collapse)
-        : _format(format), _output(output), _collapse(collapse) {}
-
-    // False: the output takes no more.
-    bool put(const FoundRecord& record) {
-        if (_collapse) {
-            if (!_last.is_empty() && is_repeat(record, _last.record())) {
-                ++_repeats;
-                _last.keep(record);
-                return true;
-            }
-            end_repeats();
-            _last.keep(record);
-        }
-        _format.put(record, _output.lines());
-        return _output.takes_more();
-    }
-    void end_repeats() {
-        if (_repeats > 0) _format.put_repeats(_repeats, _last.record(), _output.lines());
-        _repeats = 0;
-    }
-
-private:
-    // Whether identity and arguments are equal, in one log.
-    static bool is_repeat(const FoundRecord& a, const FoundRecord& b) {
-        if (ldf_record_id(a.bytes) != ldf_record_id(b.bytes) || a.file->place != b.file->place) return false;
-        LdfRecordView left, right;
-        ldf_view_record(a.bytes, left);
-        ldf_view_record(b.bytes, right);
-        return std::equal(left.argv(), left.argv() + left.argc(), right.argv(),
-                          right.argv() + right.argc()) &&
-               left.rest == right.rest;
-    }
-
-    RecordFormat& _format;
-    Output& _output;
-    const bool _collapse;
-    KeptRecord _last;
-    int64_t _repeats = 0;
-};
 
 bool wants_colour(Colour colour) {
     if (colour != Colour::AUTO) return colour == Colour::ALWAYS;
@@ -91,6 +49,11 @@ std::unique_ptr<RecordFormat> make_format(const Options& options, bool has_sever
     return nullptr;
 }
 
+// Or may have: other logs may come to a directory that is followed.
+bool has_several_logs(const Options& options, const std::vector<LogInput>& inputs) {
+    return inputs.size() > 1 || (options.follow && !inputs.empty() && inputs.front().is_of_directory);
+}
+
 // The reader's display opens catalogs of its own. A language is tried in any case.
 bool needs_texts(const Options& options) {
     const auto& clauses = options.filter.clauses;
@@ -110,32 +73,6 @@ std::unique_ptr<RecordFilter> make_filter(Options& options, MessageTexts& texts,
         if (search == nullptr) return nullptr;
     }
     return std::make_unique<RecordFilter>(std::move(options.filter), std::move(search));
-}
-
-// Returns how many records were put out.
-int64_t write_records(MergedRecords& records, size_t last_lines, Writer& writer) {
-    int64_t count = 0;
-    FoundRecord record;
-    std::deque<KeptRecord> kept; // the last ones
-    while (records.next(record)) {
-        ++count;
-        if (last_lines == 0) {
-            if (!writer.put(record)) return count;
-            continue;
-        }
-        if (kept.size() < last_lines) {
-            kept.emplace_back(record);
-            continue;
-        }
-        KeptRecord oldest = std::move(kept.front()); // its memory serves again
-        kept.pop_front();
-        oldest.keep(record);
-        kept.push_back(std::move(oldest));
-    }
-    for (const KeptRecord& each : kept)
-        if (!writer.put(each.record())) break;
-    writer.end_repeats();
-    return last_lines == 0 ? count : static_cast<int64_t>(kept.size());
 }
 
 void tell_stats(const ReadCounts& counts, int64_t shown) {
@@ -160,22 +97,28 @@ int run_records(Options options) {
         return problems.status(false);
     }
     std::vector<LogInput> inputs;
-    for (const std::string& word : options.inputs) find_input(word, inputs, problems);
+    for (const std::string& word : options.inputs) find_input(word, inputs, problems, options.follow);
     if (options.inputs.empty()) find_all_logs(inputs, problems);
 
     Output output(problems);
     if (!output.open(options.output)) return problems.status(false);
     Progress progress(options.output.empty());
     const size_t window = inputs.size() > MOST_LARGE_WINDOWS ? SMALL_WINDOW : LARGE_WINDOW;
-    std::vector<std::unique_ptr<LogSource>> sources;
-    sources.reserve(inputs.size());
-    for (const LogInput& input : inputs)
-        sources.push_back(std::make_unique<LogSource>(input, *filter, window, progress, problems));
-    MergedRecords records(std::move(sources));
-    const std::unique_ptr<RecordFormat> format = make_format(options, inputs.size() > 1, texts);
+    const std::unique_ptr<RecordFormat> format =
+        make_format(options, has_several_logs(options, inputs), texts);
     format->begin(output.lines());
     Writer writer(*format, output, options.collapse);
-    const int64_t shown = write_records(records, options.lines, writer);
+    int64_t shown;
+    if (options.follow || !options.cursor_file.empty()) {
+        shown = follow_records(options, std::move(inputs), *filter, progress, problems, writer, output);
+    } else {
+        std::deque<LogSource> sources;
+        std::vector<LogSource*> pointers;
+        for (const LogInput& input : inputs)
+            pointers.push_back(&sources.emplace_back(input, *filter, window, progress, problems));
+        MergedRecords records(std::move(pointers));
+        shown = write_records(records, options.lines, writer);
+    }
     progress.end();
     output.finish();
     if (options.stats) tell_stats(progress.counts, shown);

@@ -1,6 +1,8 @@
+#include <deque>
 #include <map>
 #include <random>
 
+#include "LogSource.h"
 #include "MergedRecords.h"
 #include "support/LdfBuilder.h"
 #include "support/TempDir.h"
@@ -29,10 +31,11 @@ std::vector<Given> merged(const std::vector<LogInput>& inputs, int severity = -1
         options.clauses.back().codes.set(static_cast<size_t>(severity));
     }
     RecordFilter filter(options);
-    std::vector<std::unique_ptr<LogSource>> sources;
+    std::deque<LogSource> sources;
+    std::vector<LogSource*> pointers;
     for (const LogInput& input : inputs)
-        sources.push_back(std::make_unique<LogSource>(input, filter, 2 * LDF_RECORD_MAX, progress, problems));
-    MergedRecords records(std::move(sources));
+        pointers.push_back(&sources.emplace_back(input, filter, 2 * LDF_RECORD_MAX, progress, problems));
+    MergedRecords records(pointers);
     std::vector<Given> given;
     for (FoundRecord record; records.next(record);) {
         LdfRecordView view;

@@ -87,6 +87,13 @@ int LdfStream::refresh() {
     return rc;
 }
 
+void LdfStream::seek(int32_t record, int64_t offset) {
+    _at = _len = 0;
+    _damage = {};
+    _record = record;
+    _pos = offset;
+}
+
 // Beside a writer, a read may find the start of one header and the end of the next. When the parts do not fit
 // together they are read again; after some attempts the header is taken as it is.
 int LdfStream::_read_header(ldf_header_t& header) {

@@ -122,6 +122,10 @@ public:
 
     const ldf_header_t& header() const { return _header; }
 
+    // Goes to a record: its number and where it begins. A place that no record of the file has shows as
+    // damage, or as a record that never was.
+    void seek(int32_t record, int64_t offset);
+
     // The next records, valid until the next call. False: there are no more; damage() tells whether there
     // should be.
     bool next(LdfRun& run);
