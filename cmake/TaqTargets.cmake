@@ -30,6 +30,10 @@ function(taq_room name)
   target_include_directories(taq_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src/lib)
   target_link_libraries(taq_${name} PUBLIC ${ROOM_LIBS} PRIVATE $<BUILD_INTERFACE:taq_warnings>)
   set_target_properties(taq_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    # Two plugins, each with a library of its own, would share static members otherwise, but not what belongs to them.
+    target_compile_options(taq_${name} PRIVATE -fno-gnu-unique)
+  endif()
   set_property(GLOBAL APPEND PROPERTY TAQ_ROOMS taq_${name})
 endfunction()
 

@@ -117,8 +117,8 @@ public:
     virtual void clear_debug_flag(int dbg, int flag) = 0;
 
     // Writing; MessageSite.h has the usual way. whop and filep (function and source file) are not copied:
-    // they must be literals. cat and id are catalog and number; a message that has an identifier of its own
-    // (element 23) goes by that.
+    // they must be literals, of code that stays loaded (Log::finish_queue). cat and id are catalog and
+    // number; a message that has an identifier of its own (element 23) goes by that.
     //
     // An application message: element 21 is its English text, elements 22 are the arguments for the text in
     // another language. With ULOG_HAND_OVER the message becomes the log's, else it stays the caller's.

@@ -108,8 +108,11 @@ public:
                            int flags) override;
 
     // --- The logger thread and its queue: LoggerThread.h. Start it after the main thread captures.
+    // finish_queue returns when all that was queued before has been written: before a plugin that has logged
+    // is unloaded, whose texts the queue refers to.
     static void start_logger();
     static void stop_logger();
+    static void finish_queue();
     static bool run_thread();
     static void enq(vlog_msg_t* msgp);
     static DList* deq(int ms);

@@ -51,6 +51,10 @@ void Log::stop_logger() {
     logger_thread().stop();
 }
 
+void Log::finish_queue() {
+    logger_thread().finish();
+}
+
 bool Log::run_thread() {
     return LoggerThread::is_running();
 }
