@@ -6,7 +6,8 @@
 # machine's kind. SCRIPTS: the folder of its postinst and prerm. A line of the description has at most 79 bytes.
 
 set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_CONTACT "taqmsg developers <taqmsg@example.com>")
+file(STRINGS ${PROJECT_SOURCE_DIR}/SECURITY.md contact REGEX "<[^ @]+@[^ >]+>") # its one place
+string(REGEX REPLACE ".*<([^>]+)>.*" "taqmsg developers <\\1>" CPACK_PACKAGE_CONTACT "${contact}")
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
