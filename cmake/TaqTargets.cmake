@@ -44,6 +44,10 @@ function(taq_manual)
   foreach(page IN LISTS ARGN)
     get_filename_component(section ${page} LAST_EXT)
     string(REPLACE "." man section ${section})
+    set(component tools)
+    if(section STREQUAL man3) # the functions of the library
+      set(component dev)
+    endif()
     set(compressed ${PROJECT_BINARY_DIR}/man/${page}.gz)
     add_custom_command(
       OUTPUT ${compressed}
@@ -51,7 +55,7 @@ function(taq_manual)
       COMMAND ${TAQ_GZIP} -9nc ${PROJECT_SOURCE_DIR}/docs/${page} > ${compressed}
       DEPENDS ${PROJECT_SOURCE_DIR}/docs/${page})
     add_custom_target(taq_manual_${page} ALL DEPENDS ${compressed})
-    install(FILES ${compressed} DESTINATION ${CMAKE_INSTALL_MANDIR}/${section} COMPONENT tools)
+    install(FILES ${compressed} DESTINATION ${CMAKE_INSTALL_MANDIR}/${section} COMPONENT ${component})
   endforeach()
 endfunction()
 
