@@ -57,10 +57,11 @@ taq_package(
   tools
   NAME taqmsg
   SECTION admin
-  SUMMARY "reader for log data files and compiler for message catalogs"
+  SUMMARY "readers for log data files and compiler for message catalogs"
   DESCRIPTION "taqmsg shows what the services of a cluster logged, in the reader's"
-              "language. taqgencat compiles message catalogs and adds those of a service"
-              "to the installed ones.")
+              "language. taqldf searches and exports the records of many logs at once."
+              "taqgencat compiles message catalogs and adds those of a service to the"
+              "installed ones.")
 taq_package(
   dev
   NAME libtaq-dev
