@@ -1,5 +1,5 @@
-// Reads and writes the file of positions: a line that names the form, then a line for each log with the host and
-// the log in front, in which bytes that are no letters stand as %20.
+// Reads and writes the file of positions: a line that names the form, then a line for each log with the host
+// and the log in front, in which bytes that are no letters stand as %20.
 #include "Cursor.h"
 
 #include <cerrno>
@@ -30,7 +30,8 @@ std::string escaped(const std::string& name) {
             out.push_back(c);
             continue;
         }
-        (void)std::snprintf(code, sizeof code, "%%%02x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+        (void)std::snprintf(code, sizeof code, "%%%02x",
+                            static_cast<unsigned>(static_cast<unsigned char>(c)));
         out.append(code);
     }
     return out.empty() ? "%" : out;
@@ -131,7 +132,8 @@ bool Cursor::_write() const {
     char numbers[160];
     for (const auto& [names, p] : _positions) {
         (void)std::snprintf(numbers, sizeof numbers,
-                            " %" PRId32 " %016" PRIx64 " %" PRIx64 ":%" PRIx64 " %" PRId32 " %" PRId64 " %016" PRIx64 "\n",
+                            " %" PRId32 " %016" PRIx64 " %" PRIx64 ":%" PRIx64 " %" PRId32 " %" PRId64
+                            " %016" PRIx64 "\n",
                             p.created, p.first_hash, p.device, p.inode, p.record, p.offset, p.last_hash);
         text.append(escaped(names.first)).append(" ").append(escaped(names.second)).append(numbers);
     }

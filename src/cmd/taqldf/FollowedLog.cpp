@@ -90,8 +90,8 @@ int FollowedLog::_newer_slot() {
     return is_uncounted ? C : static_cast<int>(std::clamp<int64_t>(newer, 1, NOWHERE)) - 1;
 }
 
-// Opens the file of that slot, or of the next newer one that exists, and gives up the held one. False: there is
-// none, and the held file stays.
+// Opens the file of that slot, or of the next newer one that exists, and gives up the held one. False: there
+// is none, and the held file stays.
 bool FollowedLog::_hold(int slot) {
     for (int attempt = 0; slot >= A && slot < NOWHERE && attempt < MOST_ATTEMPTS; ++attempt) {
         _events();
@@ -148,8 +148,10 @@ void FollowedLog::begin_at(const Cursor& cursor, bool otherwise_at_start) {
             if (!QENStateOfPath(_path(slot).c_str(), state) || !_hold(slot)) continue;
             has_file = true;
             const ldf_header_t& header = _stream.header();
-            const std::string host = !_input.host.empty() ? _input.host
-                                                          : std::string(header.system, strnlen(header.system, sizeof header.system));
+            const std::string host =
+                !_input.host.empty()
+                    ? _input.host
+                    : std::string(header.system, strnlen(header.system, sizeof header.system));
             position = cursor.find(host, _input.log);
             if (position == nullptr) continue;
             const bool is_same = _state.device == position->device && _state.inode == position->inode;
@@ -211,15 +213,18 @@ void FollowedLog::_note(const LdfRun& run) {
     }
     size_t last = 0;
     for (size_t at = 0; at < run.size; at += ldf_record_size(run.bytes + at)) last = at;
-    _position = {header.datetime_create,      _first_hash,
-                 _state.device,               _state.inode,
-                 run.first + run.count - 1,   run.offset + static_cast<int64_t>(last),
+    _position = {header.datetime_create,
+                 _first_hash,
+                 _state.device,
+                 _state.inode,
+                 run.first + run.count - 1,
+                 run.offset + static_cast<int64_t>(last),
                  hash_of_record(run.bytes + last)};
     _has_position = true;
 }
 
-// Behind the last record that the header counts: the header is read again, then the next file is opened. False:
-// there is nothing more at present.
+// Behind the last record that the header counts: the header is read again, then the next file is opened.
+// False: there is nothing more at present.
 bool FollowedLog::_go_on() {
     if (_fd < 0) {
         if (_is_read) return false;

@@ -20,8 +20,8 @@
 // Rotations are counted as they are seen, so that the files which went unread can be told.
 class FollowedLog {
 public:
-    // All must outlive the log. `events`: takes in what the watch has to tell, and calls appeared() for names in
-    // the log's directory. Without the watch (is_watched false) the log must be woken now and then.
+    // All must outlive the log. `events`: takes in what the watch has to tell, and calls appeared() for names
+    // in the log's directory. Without the watch (is_watched false) the log must be woken now and then.
     FollowedLog(const LogInput& input, RecordFilter& filter, Progress& progress, Problems& problems,
                 QENFileWatch& watch, std::function<void()> events, bool is_watched);
     ~FollowedLog();
@@ -85,9 +85,9 @@ private:
     LdfStream _stream;
     std::unique_ptr<LdfBytes> _bytes;
     uint64_t _first_hash = 0;
-    int32_t _damaged_at = -1;        // record number of a damage that was told; -2: the header's
-    std::deque<SourceFile> _files;   // the last is the held one's, once a record of it was read
-    bool _is_described = false;      // whether it was
+    int32_t _damaged_at = -1;      // record number of a damage that was told; -2: the header's
+    std::deque<SourceFile> _files; // the last is the held one's, once a record of it was read
+    bool _is_described = false;    // whether it was
 
     // Rotations that were seen, and what they were when the held file was the current one: the difference is
     // the number of newer files.
@@ -95,12 +95,12 @@ private:
     bool _is_watched;
     bool _has_lost_events = false;
 
-    bool _is_read = false; // everything that was there, since wake()
+    bool _is_read = false;      // everything that was there, since wake()
     bool _is_last_look = false; // the held file is not the current one: it is read once more
     int32_t _key;
     LdfRun _run = {};
     std::vector<FoundPlace> _found; // in _run
     size_t _current = 0;
-    LogPosition _position;     // of the last record that was read
+    LogPosition _position; // of the last record that was read
     bool _has_position = false;
 };

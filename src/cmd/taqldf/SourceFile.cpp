@@ -22,7 +22,8 @@ void SourceFile::describe(const std::string& host_label, const std::string& log_
     (void)std::snprintf(identity, sizeof identity, "/%08x-%08x/",
                         static_cast<unsigned>(header.datetime_create),
                         static_cast<unsigned>(hash ^ hash >> 32));
-    host = !host_label.empty() ? host_label : std::string(header.system, strnlen(header.system, sizeof header.system));
+    host = !host_label.empty() ? host_label
+                               : std::string(header.system, strnlen(header.system, sizeof header.system));
     log = log_name;
     place = host + "/" + log;
     uid_prefix = place + identity;

@@ -75,10 +75,11 @@ bool Follower::_add(LogInput input, bool is_new) {
     const auto [directory, is_first] = _directories.emplace(input.directory, -1);
     if (is_first && _options.follow) directory->second = _watch.watch_names(input.directory.c_str());
     if (directory->second < 0 && is_first && _options.follow && _options.stats)
-        (void)std::fprintf(stderr, "taqldf: %s: looked at every %d ms (%s)\n", input.directory.c_str(), POLLING,
-                           std::strerror(errno));
-    FollowedLog& log = _logs.emplace_back(_inputs.emplace_back(std::move(input)), _filter, _progress, _problems,
-                                          _watch, [this] { _take_events(); }, directory->second >= 0);
+        (void)std::fprintf(stderr, "taqldf: %s: looked at every %d ms (%s)\n", input.directory.c_str(),
+                           POLLING, std::strerror(errno));
+    FollowedLog& log = _logs.emplace_back(
+        _inputs.emplace_back(std::move(input)), _filter, _progress, _problems, _watch,
+        [this] { _take_events(); }, directory->second >= 0);
     if (_cursor.is_used())
         log.begin_at(_cursor, !_options.follow || _options.from_start || is_new);
     else if (is_new || _options.from_start || _options.lines > 0)
@@ -117,8 +118,9 @@ void Follower::_take_name(int id, const char* name) {
         if (!file.ends_with(CURRENT) || file.starts_with('.')) continue;
         for (const LogInput& input : _inputs) {
             if (!input.is_of_directory || input.directory != directory) continue;
-            LogInput fresh = {input.host, std::string(file.substr(0, file.size() - CURRENT.size())), {}, directory,
-                              false, true};
+            LogInput fresh = {input.host, std::string(file.substr(0, file.size() - CURRENT.size())),
+                              {},         directory,
+                              false,      true};
             _new_inputs.push_back(std::move(fresh));
             break;
         }
@@ -144,8 +146,8 @@ bool Follower::_pump(Writer& writer, Output& output, size_t last_lines) {
 // False: it is to end.
 bool Follower::_wait() {
     const int until_save = _cursor.save(/*at_once=*/false, _problems);
-    const bool is_polling = std::any_of(_logs.begin(), _logs.end(),
-                                        [](const FollowedLog& log) { return log.needs_polling(); });
+    const bool is_polling =
+        std::any_of(_logs.begin(), _logs.end(), [](const FollowedLog& log) { return log.needs_polling(); });
     int timeout = until_save;
     if (is_polling) timeout = timeout < 0 ? POLLING : std::min(timeout, POLLING);
     switch (_watch.wait(timeout, stdout)) {
@@ -162,11 +164,13 @@ bool Follower::_wait() {
 // What is written to other logs meanwhile may be older. False: it is to end.
 bool Follower::_wait_for_the_others() {
     const auto end = Clock::now() + ORDER_WINDOW;
-    if (std::all_of(_logs.begin(), _logs.end(), [](const FollowedLog& log) { return log.is_asleep(); })) return true;
+    if (std::all_of(_logs.begin(), _logs.end(), [](const FollowedLog& log) { return log.is_asleep(); }))
+        return true;
     for (auto now = Clock::now(); now < end; now = Clock::now()) {
         const auto left = std::chrono::ceil<milliseconds>(end - now);
         const auto wake = _watch.wait(static_cast<int>(left.count()), stdout);
-        if (wake == QENFileWatch::Wake::STOP || wake == QENFileWatch::Wake::NO_READER) return true; // what is there
+        if (wake == QENFileWatch::Wake::STOP || wake == QENFileWatch::Wake::NO_READER)
+            return true; // what is there
         _take_events();
     }
     return true;

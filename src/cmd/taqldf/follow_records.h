@@ -10,7 +10,7 @@
 #include "RecordFilter.h"
 #include "Writer.h"
 
-// Returns how many records were put out, when a signal or a closed pipe ends it. Without --follow it ends when
-// all is read: what has come since the cursor was written.
+// Returns how many records were put out, when a signal or a closed pipe ends it. Without --follow it ends
+// when all is read: what has come since the cursor was written.
 int64_t follow_records(const Options& options, std::vector<LogInput> inputs, RecordFilter& filter,
                        Progress& progress, Problems& problems, Writer& writer, Output& output);

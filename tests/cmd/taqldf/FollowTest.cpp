@@ -30,12 +30,13 @@ protected:
     // 20 of them fill a file.
     void write(int count = 1) {
         for (; count > 0; --count)
-            writer.write(4, 1000, 0, 1, "f", written++, 0xFFFFFFFF, "g", std::string(3276, 'x').c_str(), nullptr,
-                         nullptr, nullptr, nullptr, nullptr);
+            writer.write(4, 1000, 0, 1, "f", written++, 0xFFFFFFFF, "g", std::string(3276, 'x').c_str(),
+                         nullptr, nullptr, nullptr, nullptr, nullptr);
     }
     void follow() {
-        log = std::make_unique<FollowedLog>(input, filter, progress, problems, watch, [this] { take_events(); },
-                                            /*is_watched=*/true);
+        log = std::make_unique<FollowedLog>(
+            input, filter, progress, problems, watch, [this] { take_events(); },
+            /*is_watched=*/true);
     }
     void take_events() {
         for (QENFileWatch::Event event; watch.next(event);) {
@@ -74,7 +75,8 @@ protected:
 
 } // namespace
 
-// Whatever is not shown is told, in files of 20 records. A restart goes on behind the cursor, or tells the gap.
+// Whatever is not shown is told, in files of 20 records. A restart goes on behind the cursor, or tells the
+// gap.
 TEST_F(FollowTest, EveryRecordComesOnceOrIsCountedAsLost) {
     std::mt19937 random(3);
     std::set<int> seen;
@@ -173,8 +175,9 @@ TEST_F(FollowTest, ADamagedCursorIsRefused) {
     EXPECT_EQ(nullptr, cursor.find("a host\n%", "log"));
     const std::string whole = _dir.read("cursor");
     testing::internal::CaptureStderr();
-    for (const std::string& wrong : {std::string("x"), whole.substr(0, whole.size() - 5), whole + "x\n",
-                                     form + "a b 1 2 3:4 -5 6 7\n", form + "a%zz b 1 2 3:4 5 6 7\n", form + "\n"}) {
+    for (const std::string& wrong :
+         {std::string("x"), whole.substr(0, whole.size() - 5), whole + "x\n", form + "a b 1 2 3:4 -5 6 7\n",
+          form + "a%zz b 1 2 3:4 5 6 7\n", form + "\n"}) {
         _dir.write("cursor", wrong);
         EXPECT_FALSE(Cursor().load(path, problems)) << wrong;
     }

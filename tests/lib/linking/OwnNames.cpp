@@ -24,8 +24,9 @@
     X(Memory)                                                                                                \
     X(DList)                                                                                                 \
     X(VList)                                                                                                 \
-    X(NVList) X(CList) X(HashTable) X(Capture) X(MsgStruct) X(NetBuffer) X(LdfReader) X(LdfWriter)           \
-        X(LineBuffer) X(NameLock) X(MessageHdr) X(Buffer)
+    X(NVList)                                                                                                \
+    X(CList) X(HashTable) X(Capture) X(MsgStruct) X(NetBuffer) X(LdfReader) X(LdfWriter) X(LineBuffer)       \
+        X(NameLock) X(MessageHdr) X(Buffer)
 
 OWN_CLASSES(OWN_CLASS)
 

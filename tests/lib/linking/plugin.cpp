@@ -1,4 +1,5 @@
-// A plugin that logs: into a log of its host, or of another plugin, and into one that it opens for a host in C.
+// A plugin that logs: into a log of its host, or of another plugin, and into one that it opens for a host in
+// C.
 #include <taq/log.h>
 
 extern "C" {

@@ -35,8 +35,8 @@ public:
     bool next(Event& event);
 
     enum class Wake : unsigned char { EVENT, TIME, STOP, NO_READER };
-    // Waits until there is an event, until the time has passed (milliseconds; -1: for ever), until the process
-    // is to stop (stop_on_signals), or until nobody reads what is written to the stream.
+    // Waits until there is an event, until the time has passed (milliseconds; -1: for ever), until the
+    // process is to stop (stop_on_signals), or until nobody reads what is written to the stream.
     Wake wait(int milliseconds, FILE* output);
 
     // From now on the signals that ask a process to end (SIGINT, SIGTERM, SIGHUP, unless they are ignored)

@@ -42,15 +42,15 @@ TEST_F(LdfWriterTest, FileIsByteForByteWhatTheFormatSays) {
 TEST_F(LdfWriterTest, GatheredRecordsMakeTheFilesOfSingleOnes) {
     std::string kept[2]; // without what tells the time
     for (const bool joins : {false, true}) {
-        LdfWriter w;
-        ASSERT_EQ(LDF_OK, w.open("log", 0));
-        w.set_maxlen(LDF_MIN_MAXLEN);
+        auto w = std::make_unique<LdfWriter>();
+        ASSERT_EQ(LDF_OK, w->open("log", 0));
+        w->set_maxlen(LDF_MIN_MAXLEN);
         for (unsigned seq = 0; seq < 500; ++seq) {
-            gather(w, seq, std::string(seq < 300 ? seq : (seq * 411) % LDF_TEXT_MAX, 'x'));
-            if (!joins) w.write_gathered();
-            if (seq % 97 == 0) write(w, 1000 + seq);
+            gather(*w, seq, std::string(seq < 300 ? seq : (seq * 411) % LDF_TEXT_MAX, 'x'));
+            if (!joins) w->write_gathered();
+            if (seq % 97 == 0) write(*w, 1000 + seq);
         }
-        w.write_gathered();
+        w.reset(); // writes the last ones
         for (const char* file : {"ldf/log_C.ldf", "ldf/log_B.ldf", "ldf/log_A.ldf"}) {
             kept[joins] += temp.read(file).substr(57);
             fs::remove(temp.path(file));

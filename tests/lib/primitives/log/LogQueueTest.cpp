@@ -109,6 +109,25 @@ TEST_F(LogQueueTest, NobodyOvertakesWhatTheFinishingThreadStillHasToWrite) {
     EXPECT_EQ(expected, gate.written);
 }
 
+TEST_F(LogQueueTest, ALogEndsWithWhatWaitsAndAChildWritesNothingOfIt) {
+    GatedStream gate;
+    const auto gated = opened("gated", gate.fp);
+    auto brief = opened("brief");
+    Log::start_logger();
+    put(*gated, "first", 0);
+    while (gate.begun == 0) std::this_thread::yield(); // and now the thread is busy
+    for (int n = 0; n < 5000; ++n) put(*brief, "n " + std::to_string(n), 1);
+#if !defined __SANITIZE_ADDRESS__ && !defined __SANITIZE_THREAD__ // whose children may start no thread here
+    EXPECT_EQ(0, wait_for(start([] { Log::start_logger(), Log::stop_logger(), _exit(0); })));
+#endif
+    std::jthread ender([&] { brief.reset(); });
+    std::this_thread::sleep_for(20ms);
+    gate.is_open = true;
+    ender.join();
+    EXPECT_EQ(5000, counted("brief_A.log")["n"]);
+    Log::stop_logger();
+}
+
 TEST_F(LogQueueTest, NobodyWakesAThreadThatNapsAndASleepingOneIsWoken) {
     std::atomic<int> writes{0};
     CallingStream stream([&](std::string_view) { ++writes; });
