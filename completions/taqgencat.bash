@@ -18,7 +18,7 @@ _taqgencat() {
     --out) mapfile -t COMPREPLY < <(compgen -d -- "$word"); return ;;
     *)
         case $word in
-        -*) choices="--add --remove --header --namespace --category --module --lang --out --list --check --reference
+        -*) choices="--add --remove --header --namespace --category --module --lang --out --list --journal-catalog --check --reference
                      --fill-from --help --version" ;;
         *) mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
         esac ;;

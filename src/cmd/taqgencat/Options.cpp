@@ -22,6 +22,7 @@ const char USAGE_TEXT[] =
     "       taqgencat [checks] catfile source...\n"
     "       taqgencat [checks] --check source...\n"
     "       taqgencat --list catfile\n"
+    "       taqgencat --journal-catalog [--module NAME] [--lang LANGUAGE] [--out ROOT]\n"
     "\n"
     "Compiles message sources to binary message catalogs. A source is a file, \"-\" for\n"
     "standard input, or a folder, which stands for its files *.msg. An existing catfile\n"
@@ -36,6 +37,7 @@ const char USAGE_TEXT[] =
     "  --remove OWNER     take the owner's categories out again\n"
     "  --header FILE      write a C++ header with a name for each message, in --namespace NAME\n"
     "  --list             print a catalog as a source (\"-\": standard input)\n"
+    "  --journal-catalog  print the texts of an installed module as a catalog of the journal\n"
     "  --help, --version\n"
     "\n"
     "Checks:\n"
@@ -54,7 +56,10 @@ struct Flag {
     Mode mode;
 };
 
-constexpr Flag MODE_FLAGS[] = {{"--help", Mode::Help}, {"--version", Mode::Version}, {"--list", Mode::List}};
+constexpr Flag MODE_FLAGS[] = {{"--help", Mode::Help},
+                               {"--version", Mode::Version},
+                               {"--list", Mode::List},
+                               {"--journal-catalog", Mode::Journal}};
 
 struct Values {
     std::vector<std::string> modules, languages, roots, adders, removers, references, fill_from, headers,
@@ -127,7 +132,8 @@ std::string collect(const std::vector<std::string>& arguments, Values& values, O
             values.operands.push_back(arguments[i]);
         } else if (find_mode(arguments[i], options.mode)) {
             mode_given = true;
-            if (options.mode != Mode::List) break; // help and version want nothing else
+            if (options.mode == Mode::Help || options.mode == Mode::Version)
+                break; // help and version want nothing else
         } else if (arguments[i] == "--check") {
             values.check = true;
         } else if (std::string wrong = take_value(arguments, i, values); !wrong.empty()) {
@@ -168,20 +174,24 @@ std::string take_categories(Options& options) {
     return "";
 }
 
-// --add and --remove go to the catalogs that the programs of this machine read, unless told otherwise.
+// The catalogs that the programs of this machine read, unless told otherwise.
+std::string take_installed(const Values& values, Options& options) {
+    const char* const root = std::getenv(QEN_ENV_MESSAGES_ROOT);
+    if (std::max({values.modules.size(), values.languages.size(), values.roots.size()}) > 1)
+        return "--module, --lang and --out are given once";
+    options.module = QEN_MESSAGES_MODULE;
+    options.root = root != nullptr && *root != '\0' ? root : QEN_DEFAULT_MESSAGES_ROOT;
+    return take_target(values, options);
+}
+
 std::string settle_installed(const Values& values, Options& options) {
     const bool adds = !values.adders.empty();
     const auto& owners = adds ? values.adders : values.removers;
-    const char* const root = std::getenv(QEN_ENV_MESSAGES_ROOT);
     if (values.adders.size() + values.removers.size() != 1) return "--add or --remove is given once";
-    if (std::max({values.modules.size(), values.languages.size(), values.roots.size()}) > 1)
-        return "--module, --lang and --out are given once";
     if (!is_owner_name(owners[0])) return "an owner has up to 64 letters, digits, '+', '-', '.' and '_'";
     options.mode = adds ? Mode::Add : Mode::Remove;
     options.owner = owners[0];
-    options.module = QEN_MESSAGES_MODULE;
-    options.root = root != nullptr && *root != '\0' ? root : QEN_DEFAULT_MESSAGES_ROOT;
-    if (std::string wrong = take_target(values, options); !wrong.empty()) return wrong;
+    if (std::string wrong = take_installed(values, options); !wrong.empty()) return wrong;
     if (!adds) return values.check ? "--check needs sources" : take_categories(options);
     const bool is_folder = options.sources.size() == 1 && options.sources[0] != STANDARD_STREAM;
     if (!options.language.empty() || is_folder) return "";
@@ -219,11 +229,22 @@ std::string settle_mode(const Values& values, Options& options) {
     return settle_catalog(options);
 }
 
+// Neither checks nor what only other modes take.
+bool has_others(const Values& values) {
+    return values.check || !values.references.empty() || !values.fill_from.empty() ||
+           !values.adders.empty() || !values.removers.empty() || !values.headers.empty() ||
+           !values.name_spaces.empty() || !values.categories.empty();
+}
+
+std::string settle_journal(const Values& values, Options& options) {
+    if (has_others(values) || !values.operands.empty())
+        return "--journal-catalog takes --module, --lang and --out alone";
+    return take_installed(values, options);
+}
+
 std::string settle_list(const Values& values, Options& options) {
-    const bool alone = !values.check && values.modules.empty() && values.languages.empty() &&
-                       values.roots.empty() && values.references.empty() && values.fill_from.empty() &&
-                       values.adders.empty() && values.removers.empty() && values.headers.empty() &&
-                       values.categories.empty();
+    const bool alone =
+        !has_others(values) && values.modules.empty() && values.languages.empty() && values.roots.empty();
     if (!alone || values.operands.size() != 1) return "--list takes one catalog file and no other option";
     options.catalog = values.operands.front();
     return "";
@@ -242,6 +263,7 @@ std::string parse_options(const std::vector<std::string>& arguments, Options& op
     Values values;
     bool mode_given = false;
     if (std::string wrong = collect(arguments, values, options, mode_given); !wrong.empty()) return wrong;
+    if (mode_given && options.mode == Mode::Journal) return settle_journal(values, options);
     if (mode_given) return options.mode == Mode::List ? settle_list(values, options) : "";
 
     options.check = values.check;

@@ -17,12 +17,13 @@ enum class Mode {
     Add,     // categories into an installed module
     Remove,  // categories out of it
     Header,  // names of the messages for programs
+    Journal, // an installed module as a catalog of the journal
 };
 
 struct Options {
     Mode mode = Mode::Catalog;
     bool check = false;
-    std::string module, language, root; // modes Module, Add and Remove; language empty: all installed ones
+    std::string module, language, root; // modes Module, Add, Remove, Journal; language "": all
     std::string owner;                  // modes Add and Remove
     std::vector<uint32_t> categories;   // mode Remove; empty: all of the owner
     std::string catalog;                // modes List (input) and Catalog (output)

@@ -4,6 +4,7 @@
 #include "CatalogLister.h"
 #include "Checker.h"
 #include "HeaderWriter.h"
+#include "JournalCatalog.h"
 #include "ModuleWriter.h"
 #include "Options.h"
 #include "SourceFiles.h"
@@ -130,6 +131,16 @@ ExitStatus remove(const Options& options) {
     return DONE;
 }
 
+ExitStatus print_journal_catalog(const Options& options) {
+    const std::vector<std::string> languages = languages_of(options);
+    if (languages.empty()) return fail(options.root + ": holds no catalogs of " + options.module);
+    std::string catalog, error;
+    for (const std::string& language : languages)
+        if (!append_journal_catalog({options.root, options.module, language}, catalog, error))
+            return fail(error);
+    return print(catalog);
+}
+
 ExitStatus run(const std::vector<std::string>& arguments) {
     Options options;
     const std::string wrong = parse_options(arguments, options);
@@ -138,6 +149,7 @@ ExitStatus run(const std::vector<std::string>& arguments) {
     case Mode::Help: return print(USAGE_TEXT);
     case Mode::Version: return print("taqgencat " TAQ_VERSION "\n");
     case Mode::List: return list(options);
+    case Mode::Journal: return print_journal_catalog(options);
     case Mode::Add: return add(options);
     case Mode::Remove: return remove(options);
     default: return compile(options);

@@ -8,6 +8,7 @@
 #include "RecordFormat.h"
 #include "VisibleText.h"
 #include "cmd/JournalId.h"
+#include "platform/unix/QENDefaults.h"
 
 namespace {
 
@@ -72,7 +73,8 @@ private:
     const std::string& _message_id(const ExportedRecord& f) {
         const uint32_t key = f.view.header.msgcat_id;
         KnownId& known = _ids[(key ^ key >> 16) % _ids.size()];
-        if (known.key != key || known.id.empty()) known = {key, journal_id(f.id)};
+        if (known.key != key || known.id.empty())
+            known = {key, journal_message_id(QEN_MESSAGES_MODULE, f.category, f.msgid)};
         return known.id;
     }
 
