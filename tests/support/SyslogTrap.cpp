@@ -18,7 +18,7 @@ void keep(int priority, const char* format, va_list args) {
     const std::lock_guard guard(lock);
     std::vsnprintf(text, sizeof text, format, args);
     if (syslog_echo) std::fprintf(stderr, "[%d %s]", priority, text);
-    texts.push_back(std::to_string(priority) + text);
+    if (texts.size() < 50'000) texts.push_back(std::to_string(priority) + text);
 }
 
 } // namespace

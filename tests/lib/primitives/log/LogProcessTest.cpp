@@ -75,15 +75,15 @@ TEST_F(LogProcessTest, ProducersAndForkedChildrenLoseNothing) {
     register_as(FFDC_ROLE_SVC_THREAD);
     auto shared = opened("engine");
     const auto terminal = opened("terminal", fopen("/dev/null", "w"));
-    Producers producers(8, 5000, [&](int p, long n) {
+    Producers producers(4, 10000, [&](int p, long n) {
         QEN_MESSAGE(shared.get(), SEV_INFO, BARE, 25, 1, "%d %ld", p, n);
         QEN_MESSAGE(terminal.get(), SEV_ERR, BARE & ~ULOG_NO_EVENT, 25, 1, "%ld", n);
     });
-    Producers reporter(1, 50000, [](int, long) { QENSyslog(SEV_INFO, "parent"); });
-    Producers capturer(1, LONG_MAX, [&](int, long n) {
-        if (n % 10 == 0) register_as(FFDC_ROLE_SVC_THREAD);
+    Producers reporter(1, LONG_MAX, [](int, long) { QENSyslog(SEV_INFO, "parent"); });
+    Producers capturers(3, LONG_MAX, [&](int p, long n) { // two of them are looked for in vain
+        if (p == 0 && n % 10 == 0) register_as(FFDC_ROLE_SVC_THREAD);
         Log::write_ffdc(SEV_INFO, "f", "g", 1, 0, 25, 1, "captured");
-        if (n % 10 == 9) Log::unregister_for_ffdc();
+        if (p == 0 && n % 10 == 9) Log::unregister_for_ffdc();
     });
     std::vector<pid_t> children;
     for (int c = 0; c < 80; ++c) {
@@ -106,7 +106,7 @@ TEST_F(LogProcessTest, ProducersAndForkedChildrenLoseNothing) {
         std::this_thread::sleep_for(1ms);
     }
     for (const pid_t child : children) EXPECT_EQ(0, wait_for(child));
-    for (Producers* all : {&producers, &reporter, &capturer}) all->stop();
+    for (Producers* all : {&producers, &reporter, &capturers}) all->stop();
     shared.reset();
 
     Counts expected = producers.sent;
