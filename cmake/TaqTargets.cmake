@@ -29,6 +29,8 @@ function(taq_room name)
   add_library(taq_${name} STATIC ${ROOM_SOURCES})
   target_include_directories(taq_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src/lib)
   target_link_libraries(taq_${name} PUBLIC ${ROOM_LIBS} PRIVATE $<BUILD_INTERFACE:taq_warnings>)
+  # A program linked with --gc-sections takes, and binds at its start, only what it can reach.
+  target_compile_options(taq_${name} PRIVATE -ffunction-sections -fdata-sections)
   set_target_properties(taq_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     # Two plugins, each with a library of its own, would share static members otherwise, but not what belongs to them.

@@ -56,8 +56,8 @@ bool LogLoss::wants_telling() const {
 }
 
 void LogLoss::forget() {
-    lines.told(lines.due(), /*is_all=*/true);
-    records.told(records.due(), /*is_all=*/true);
+    for (LossLedger* ledger : {&lines, &records})
+        if (ledger->is_due()) ledger->told(ledger->due(), /*is_all=*/true);
     _is_announced = false;
 }
 
