@@ -81,15 +81,49 @@ bool ldf_adds_up(const ldf_header_t& h) {
 
 namespace {
 
+// Whether one of the bytes is a separator.
+template <class Word>
+bool has_separator(Word bytes) {
+    constexpr Word ONES = static_cast<Word>(~Word{0}) / 0xFF;
+    const Word zero_for_separator = bytes ^ (ONES * LDF_SEPARATOR);
+    return ((zero_for_separator - ONES) & ~zero_for_separator & (ONES << 7)) != 0;
+}
+
+// Copies sizeof(Word) to 2 * sizeof(Word) bytes, in two words that may overlap.
+template <class Word>
+bool copy_ends(const char* from, size_t n, char* to) {
+    Word head, tail;
+    std::memcpy(&head, from, sizeof head);
+    std::memcpy(&tail, from + n - sizeof tail, sizeof tail);
+    std::memcpy(to, &head, sizeof head);
+    std::memcpy(to + n - sizeof tail, &tail, sizeof tail);
+    return has_separator(head) || has_separator(tail);
+}
+
+// Copies a field. Whether it holds a separator. Most fields are short: two calls would cost more than they do.
+bool copy_field(const char* from, size_t n, char* to) {
+    if (n > 2 * sizeof(uint64_t)) {
+        std::memcpy(to, from, n);
+        // To search the copy would wait for its bytes to leave the store buffer.
+        return std::memchr(from, LDF_SEPARATOR, n) != nullptr;
+    }
+    if (n >= sizeof(uint64_t)) return copy_ends<uint64_t>(from, n, to);
+    if (n >= sizeof(uint32_t)) return copy_ends<uint32_t>(from, n, to);
+    bool found = false;
+    for (size_t i = 0; i < n; ++i) {
+        found |= static_cast<unsigned char>(from[i]) == LDF_SEPARATOR;
+        to[i] = from[i];
+    }
+    return found;
+}
+
 // Appends field and separator at `used`; false when they and a closing NUL do not fit.
 bool append_field(std::string_view field, char* buf, size_t bufsize, size_t& used) {
     if (field.empty()) field = " ";
     const size_t room = bufsize - used; // at least 1, for the NUL
     if (room < 2 || field.size() > room - 2) return false;
     char* to = buf + used;
-    std::memcpy(to, field.data(), field.size());
-    // To search the copy would wait for its bytes to leave the store buffer.
-    if (std::memchr(field.data(), LDF_SEPARATOR, field.size()) != nullptr)
+    if (copy_field(field.data(), field.size(), to))
         std::replace(to, to + field.size(), static_cast<char>(LDF_SEPARATOR), '?');
     to[field.size()] = static_cast<char>(LDF_SEPARATOR);
     used += field.size() + 1;
