@@ -2,6 +2,7 @@
 #include "primitives/ldf/ResultText.h"
 
 #include <cstdio>
+#include <string>
 
 #include "platform/unix/QENDefaults.h"
 #include "platform/unix/QENPlatform.h"
@@ -33,12 +34,12 @@ const char* find_result_text(const ResultText* table, size_t count, int result, 
         if (table[i].result == result) text = table[i].text;
     if (result != root_result) return text;
 
-    thread_local char composed[PATH_SIZE + 128];
+    thread_local std::string composed; // an array would take the room that dlopen has for all plugins
     char root[PATH_SIZE];
     if (QENGetenv(root_variable, root, sizeof root) != 0)
         std::snprintf(root, sizeof root, "%s", QEN_DEFAULT_DATA_ROOT);
-    std::snprintf(composed, sizeof composed, "%s %s (%s sets another one)", text, root, root_variable);
-    return composed;
+    composed = std::string(text) + " " + root + " (" + root_variable + " sets another one)";
+    return composed.c_str();
 }
 
 const char* ldf_result_text(int result) {

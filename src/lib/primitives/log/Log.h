@@ -1,5 +1,6 @@
 // The log: one destination of messages, under the names that programs use. The headers that are named beside
-// the operations describe them; those of MessageBuilder are inherited.
+// the operations describe them, and so does the manual: taq-log, taq-message, taq-logger and taq-capture (3).
+// Those of MessageBuilder are inherited.
 #pragma once
 
 #include <atomic>
