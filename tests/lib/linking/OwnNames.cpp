@@ -25,8 +25,10 @@
     X(DList)                                                                                                 \
     X(VList)                                                                                                 \
     X(NVList)                                                                                                \
-    X(CList) X(HashTable) X(Capture) X(MsgStruct) X(NetBuffer) X(LdfReader) X(LdfWriter) X(LineBuffer)       \
-        X(NameLock) X(MessageHdr) X(Buffer)
+    X(CList)                                                                                                 \
+    X(HashTable)                                                                                             \
+    X(Capture) X(MsgStruct) X(NetBuffer) X(LdfReader) X(LdfWriter) X(LineBuffer) X(NameLock) X(MessageHdr)   \
+        X(Buffer)
 
 OWN_CLASSES(OWN_CLASS)
 

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <new>
 
+#include "platform/unix/QENPlatform.h"
+#include "primitives/ldf/ResultText.h"
 #include "primitives/log/LogAdmin.h"
 #include "primitives/log/LogMessage.h"
 #include "primitives/log/MessageBuilder.h"
@@ -26,7 +28,8 @@ std::string_view view_of(const char* s) {
 
 void LdfCopy::_open(const char* namep) {
     _ldfp.reset(new (std::nothrow) LdfWriter);
-    if (_ldfp != nullptr && _ldfp->open(namep, /*flags=*/0) == LDF_OK) {
+    const int result = _ldfp != nullptr ? _ldfp->open(namep, /*flags=*/0) : LDF_ENOMEM;
+    if (result == LDF_OK) {
         _ldfp->sync_up_to(_synced_sev);
         _ldfp->on_lost(_count, &_losses);
         return;
@@ -34,6 +37,8 @@ void LdfCopy::_open(const char* namep) {
     LogAdmin::report(SEV_ERR, __func__, __FILE__, __LINE__, MSG_LDF_OPEN_FAILED,
                      std::unique_ptr<MsgStruct>(MessageBuilder::process_args(
                          "There is an error opening the LDF file for '%s'.", namep)));
+    if (result == LDF_EROOT)
+        QENSyslog(SEV_ERR, "The log '%s' has no records: %s", namep, ldf_result_text(result));
     _ldfp.reset();
     _ldf_enabled = false;
 }

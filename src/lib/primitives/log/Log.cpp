@@ -16,6 +16,7 @@
 #include "primitives/log/LogCore.h"
 #include "primitives/log/LogFork.h"
 #include "primitives/log/LogIdentity.h"
+#include "primitives/log/LogResult.h"
 #include "primitives/log/LogText.h"
 #include "primitives/log/LoggerThread.h"
 #include "primitives/message/MsgStruct.h"
@@ -114,6 +115,8 @@ int Log::open(const char* namep, FILE* fp, int flags, int (*)()) {
     if (_core->_namep != nullptr) logger_thread().finish();
     _core->_release();
     const int result = _core->_open_as(std::move(name), fp, flags);
+    if (result == ULOG_EROOT) // also for programs that do not say why they have no log
+        QENSyslog(SEV_ERR, "The log '%s' is not written: %s", namep, ulog_result_text(result));
     if (result == ULOG_EROOT || result == ULOG_ENOMEM || result == ULOG_EREGISTERED) _core->_release();
     return result;
 }

@@ -26,6 +26,9 @@ TEST_F(LogFileTest, ResultsOfOpen) {
     EXPECT_EQ(nullptr, Log_obj("engine"));
     setenv("TAQ_LOG", (root + "/missing").c_str(), 1);
     EXPECT_EQ(ULOG_EROOT, open(log, "a"));
+    EXPECT_EQ(Strings{"3The log 'a' is not written: there is no folder " + root +
+                      "/missing (TAQ_LOG sets another one)"},
+              syslog_texts());
     EXPECT_EQ(nullptr, Log_obj("a"));
     setenv("TAQ_LOG", root.c_str(), 1);
     dir.write("log", "in the way");
@@ -59,7 +62,10 @@ TEST_F(LogFileTest, RecordsAreCopiedUnlessSwitchedOff) {
     setenv("TAQ_LDF", (root + "/missing").c_str(), 1);
     const auto log = opened("engine");
     for (const char* text : {"one", "two"}) put(*log, text);
-    EXPECT_EQ(Strings{"3There is an error opening the LDF file for 'engine'."}, syslog_texts());
+    const Strings told = {"3There is an error opening the LDF file for 'engine'.",
+                          "3The log 'engine' has no records: there is no folder " + root +
+                              "/missing (TAQ_LDF sets another one)"};
+    EXPECT_EQ(told, syslog_texts());
 }
 
 TEST_F(LogFileTest, FirstWriteMakesTheFileOrContinuesIt) {
