@@ -3,6 +3,11 @@
 
 #include "messages.h"
 
+#include "platform/unix/QENDefaults.h"
+#include "platform/unix/QENPlatform.h"
+#include "platform/unix/QENStreams.h"
+#include "primitives/strings/QENString.h"
+
 #include <string>
 
 int open_ldf(LdfReader& reader, const char* pathp, const char* ldf_filep) {
@@ -14,6 +19,18 @@ int open_ldf(LdfReader& reader, const char* pathp, const char* ldf_filep) {
         std::string name = ldf_filep;
         if (pathp != nullptr) name = std::string(pathp) + "/" + ldf_filep + LDF_EXTENSION;
         TAQMSG_REPORT(BAD_FILE, name.c_str());
+        if (rc == LDF_EROOT) explain_missing_folder();
     }
     return rc;
+}
+
+void explain_missing_folder() {
+    if (!QENIsTerminal(stderr)) return;
+    char root[4096];
+    if (QENGetenv(QEN_ENV_LDF_ROOT, root, sizeof root) != 0)
+        qenstrlcpy(root, QEN_DEFAULT_DATA_ROOT, sizeof root);
+    std::string folder = root;
+    if (QENCheckDir(root)) folder += LDF_SUBDIR;
+    QENPutError(
+        ("taqmsg: there is no folder " + folder + " (" + QEN_ENV_LDF_ROOT + " sets another root)\n").c_str());
 }

@@ -5,3 +5,7 @@
 
 // Opens the file and reports a failure, once. Returns the result of LdfReader::open.
 int open_ldf(LdfReader& reader, const char* pathp, const char* ldf_filep);
+
+// On a terminal, says which folder of log data files is missing, the root or its ldf/. Programs that read the
+// errors find the messages that they know and nothing else.
+void explain_missing_folder();

@@ -1,4 +1,5 @@
 // The option parser: one pass that classifies the arguments, checks of their shape, then one mode.
+#include "LdfFile.h"
 #include "messages.h"
 #include "taqmsg.h"
 
@@ -192,11 +193,12 @@ int Arguments::_list() const {
     char root[ROOT_SIZE];
     if (QENGetenv(QEN_ENV_LDF_ROOT, root, sizeof root) != 0)
         qenstrlcpy(root, QEN_DEFAULT_DATA_ROOT, sizeof root);
-    if (!QENCheckDir(root)) return TAQMSG_USAGE_ERROR;
+    const bool has_root = QENCheckDir(root) != 0;
     const bool cut = qenstrlcat(root, LDF_SUBDIR, sizeof root) >=
                      sizeof root; // a path that was cut may name another folder
-    if (cut || !QENCheckDir(root)) return TAQMSG_USAGE_ERROR;
-    return list_ldfs(root);
+    if (has_root && !cut && QENCheckDir(root)) return list_ldfs(root);
+    explain_missing_folder();
+    return TAQMSG_USAGE_ERROR;
 }
 
 int Arguments::_info() {

@@ -27,8 +27,8 @@
     X(NVList)                                                                                                \
     X(CList)                                                                                                 \
     X(HashTable)                                                                                             \
-    X(Capture) X(MsgStruct) X(NetBuffer) X(LdfReader) X(LdfWriter) X(LineBuffer) X(NameLock) X(MessageHdr)   \
-        X(Buffer)
+    X(Capture)                                                                                               \
+    X(MsgStruct) X(NetBuffer) X(LdfReader) X(LdfWriter) X(LineBuffer) X(NameLock) X(MessageHdr) X(Buffer)
 
 OWN_CLASSES(OWN_CLASS)
 
