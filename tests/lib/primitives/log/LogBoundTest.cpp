@@ -170,6 +170,7 @@ TEST(RecordPool, KeepsItsBytesApartAndGivesMemoryBack) {
         const int freed = taken - stretches(); // all but 4 MiB
         EXPECT_GT(freed, 100);
         EXPECT_LT(freed, 200) << "and the next round needs less";
+        EXPECT_LT(stretches(), 85) << "and nothing of the ended threads stays";
     }
     const int taken = stretches();
     for (int i = 0; i < 200; ++i) std::thread([] { RecordPool::release(RecordPool::get(1)); }).join();
