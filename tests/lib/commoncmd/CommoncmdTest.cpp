@@ -1,4 +1,5 @@
 #include "commoncmd/commoncmd.h"
+#include "platform/unix/QENThread.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/MessageSite.h"
 #include "support/Prelude.h"
@@ -11,6 +12,7 @@ TEST(Commoncmd, PairOfLogsCanBeReplacedAndIsDroppedOnce) {
     testing::internal::CaptureStdout(), testing::internal::CaptureStderr();
     QEN_MESSAGE(_unified_log_function__, SEV_INFO, 0, 25, 0, "ready");
     QEN_MESSAGE(_unified_logerr_function__, SEV_WARN, 0, 25, 30001, "no %s", "file");
+    EXPECT_EQ(ESRCH, QENThreadJoin(0x1000, nullptr)); // which is reported to the users of the command
     EXPECT_EQ("QEN INFO K-16-25-0 ready\n", testing::internal::GetCapturedStdout());
     EXPECT_EQ("QEN WARNING K-16-25-30001 no file\n", testing::internal::GetCapturedStderr());
     delete _unified_logerr_function__;
