@@ -98,17 +98,34 @@ int LdfReader::jumpto(int msg_ndx) {
     if (msg_ndx >= _ldf_header.total_msgs) return LDF_EFAIL;
     if (_msg_ndx > msg_ndx) (void)rewind(); // the file is open: cannot fail
 
-    int64_t pos = _msg_ndx > 0 ? _curr_offset : static_cast<int64_t>(LDF_HEADER_SIZE);
-    for (; _msg_ndx < msg_ndx; ++_msg_ndx) {
-        _curr_offset = static_cast<int32_t>(pos);
+    _curr_offset = _msg_ndx > 0 ? _curr_offset : static_cast<int32_t>(LDF_HEADER_SIZE);
+    while (_msg_ndx < msg_ndx) {
         const unsigned char* bytes;
-        if (_window.want(pos, sizeof(uint32_t), bytes) < sizeof(uint32_t)) return LDF_EFAIL;
-        const uint32_t data_size = get_be32(bytes);
-        pos = record_end(pos, data_size);
-        if (data_size > LDF_TEXT_MAX || pos > OFFSET_MAX) return LDF_EFAIL;
+        if (_window.want(_curr_offset, sizeof(uint32_t), bytes) < sizeof(uint32_t)) return LDF_EFAIL;
+        if (!_pass_records(msg_ndx, bytes, _window.rest(_curr_offset))) return LDF_EFAIL;
     }
-    _curr_offset = static_cast<int32_t>(pos);
     return LDF_OK;
+}
+
+// Passes over the records up to msg_ndx that start within these bytes. False: one is damaged; the position is
+// that record. Each record waits for the size of the one before, so what leads from one to the next stays
+// short.
+bool LdfReader::_pass_records(int msg_ndx, const unsigned char* bytes, size_t size) {
+    const int64_t start = _curr_offset;
+    size_t at = 0;
+    int ndx = _msg_ndx;
+    bool is_good = true;
+    while (ndx < msg_ndx && at + sizeof(uint32_t) <= size) {
+        const uint32_t data_size = get_be32(bytes + at);
+        const size_t end = at + LDF_RECORD_HEADER_SIZE + data_size;
+        is_good = data_size <= LDF_TEXT_MAX && start + static_cast<int64_t>(end) <= OFFSET_MAX;
+        if (!is_good) break;
+        at = end;
+        ++ndx;
+    }
+    _msg_ndx = ndx;
+    _curr_offset = static_cast<int32_t>(start + static_cast<int64_t>(at));
+    return is_good;
 }
 
 int LdfReader::tail(int msgs_from_end) {

@@ -98,6 +98,7 @@ private:
     void _delete_short_file(int fd);
     int _read_header();
     int _read_header_once();
+    bool _pass_records(int msg_ndx, const unsigned char* bytes, size_t size);
     int _short_read(const unsigned char* bytes, size_t got) const;
     int _end_or_failure() const;
     void _unregister();

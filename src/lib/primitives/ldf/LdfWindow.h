@@ -30,8 +30,14 @@ public:
             bytes = _buf.get() + skip;
             return n;
         }
-        return _fill(pos, n, bytes);
+        const unsigned char* read; // apart from `bytes`, which so may stay in a register
+        const size_t got = _fill(pos, n, read);
+        bytes = read;
+        return got;
     }
+
+    // How many bytes from `pos` on the window has now, where the last want() found some.
+    size_t rest(int64_t pos) const { return static_cast<size_t>(_len - static_cast<uint64_t>(pos - _start)); }
 
     bool failed() const { return _failed; }
     bool no_memory() const { return _no_memory; }

@@ -100,7 +100,8 @@ bool copy_ends(const char* from, size_t n, char* to) {
     return has_separator(head) || has_separator(tail);
 }
 
-// Copies a field. Whether it holds a separator. Most fields are short: two calls would cost more than they do.
+// Copies a field. Whether it holds a separator. Most fields are short: two calls would cost more than they
+// do.
 bool copy_field(const char* from, size_t n, char* to) {
     if (n > 2 * sizeof(uint64_t)) {
         std::memcpy(to, from, n);
