@@ -3,6 +3,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "primitives/files/FileIo.h"
@@ -10,17 +12,31 @@
 Output::~Output() {
     if (_file == nullptr) return;
     (void)std::fclose(_file);
-    (void)QENRemoveName(_unfinished.c_str()); // it was given up
+    if (!_unfinished.empty()) (void)QENRemoveName(_unfinished.c_str()); // it was given up
+}
+
+// A device or a pipe takes the bytes itself: a file in its place would take /dev/null from everybody. A link
+// stays, and what it leads to is replaced.
+bool Output::_open_file() {
+    QENFileState state;
+    const bool exists = QENStateOfPath(_path.c_str(), state);
+    if (exists && !state.is_regular()) {
+        _file = std::fopen(_path.c_str(), "wbe");
+        return _file != nullptr;
+    }
+    std::error_code failure;
+    if (exists) _path = std::filesystem::canonical(_path, failure).string();
+    _unfinished = _path + ".unfinished";
+    const int fd = file_create(_unfinished.c_str(), "", QENAccess::UPDATE);
+    if (fd >= 0) _file = QENStreamOver(fd, "wb");
+    return _file != nullptr;
 }
 
 bool Output::open(const std::string& path) {
     if (!path.empty()) {
         _path = path;
-        _unfinished = path + ".unfinished";
-        const int fd = file_create(_unfinished.c_str(), "", QENAccess::UPDATE);
-        if (fd >= 0) _file = QENStreamOver(fd, "wb");
-        if (_file == nullptr) {
-            _problems.failure(_unfinished + ": " + std::strerror(errno));
+        if (!_open_file()) {
+            _problems.failure((_unfinished.empty() ? _path : _unfinished) + ": " + std::strerror(errno));
             return false;
         }
     }
@@ -42,7 +58,9 @@ void Output::finish() {
     (void)_lines->send();
     if (!takes_more() || _file == nullptr) return;
     FILE* const file = std::exchange(_file, nullptr);
-    if (std::fclose(file) == 0 && std::rename(_unfinished.c_str(), _path.c_str()) == 0) return;
+    if (std::fclose(file) == 0 &&
+        (_unfinished.empty() || std::rename(_unfinished.c_str(), _path.c_str()) == 0))
+        return;
     _problems.failure(_path + ": " + std::strerror(errno));
-    (void)QENRemoveName(_unfinished.c_str()); // it is of no use
+    if (!_unfinished.empty()) (void)QENRemoveName(_unfinished.c_str()); // it is of no use
 }

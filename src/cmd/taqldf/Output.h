@@ -1,4 +1,5 @@
-// Where records go: standard output, or a file that appears under its name when it is complete.
+// Where records go: standard output, a device or pipe, or a file that appears under its name when it is
+// complete.
 #pragma once
 
 #include <cstdio>
@@ -30,12 +31,14 @@ public:
 private:
     static constexpr size_t ROOM = 128 * 1024;
 
+    bool _open_file();
     bool _give_up();
 
     Problems& _problems;
     RawRoom<char> _room;
     std::unique_ptr<LineBuffer> _lines;
-    std::string _path, _unfinished; // "" for standard output
-    FILE* _file = nullptr;          // owned; null for standard output
+    std::string _path;       // "" for standard output
+    std::string _unfinished; // "" when the bytes go where they belong at once
+    FILE* _file = nullptr;   // owned; null for standard output
     bool _is_told = false;
 };
