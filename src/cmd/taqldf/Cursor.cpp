@@ -81,6 +81,12 @@ bool Cursor::load(const std::string& path, Problems& problems) {
         problems.failure(path + ": " + std::strerror(errno));
         return false;
     }
+    if (parse(text)) return true;
+    problems.failure(path + ": no cursor of taqldf, or a damaged one");
+    return false;
+}
+
+bool Cursor::parse(const std::string& text) {
     bool is_whole = text.starts_with(FORM) && text.ends_with('\n') && text.find('\0') == text.npos;
     for (size_t at = std::strlen(FORM), end; is_whole && at < text.size(); at = end + 1) {
         end = text.find('\n', at);
@@ -98,7 +104,6 @@ bool Cursor::load(const std::string& path, Problems& problems) {
                    unescape(names[1], log) && p.record >= 0 && p.offset >= 0;
         _positions[{host, log}] = p;
     }
-    if (!is_whole) problems.failure(path + ": no cursor of taqldf, or a damaged one");
     return is_whole;
 }
 
@@ -126,8 +131,7 @@ int Cursor::save(bool at_once, Problems& problems) {
     return static_cast<int>(INTERVAL);
 }
 
-// Whole or not at all. False with errno set.
-bool Cursor::_write() const {
+std::string Cursor::text() const {
     std::string text(FORM);
     char numbers[160];
     for (const auto& [names, p] : _positions) {
@@ -137,8 +141,13 @@ bool Cursor::_write() const {
                             p.created, p.first_hash, p.device, p.inode, p.record, p.offset, p.last_hash);
         text.append(escaped(names.first)).append(" ").append(escaped(names.second)).append(numbers);
     }
+    return text;
+}
+
+// Whole or not at all. False with errno set.
+bool Cursor::_write() const {
     const std::string fresh = _path + ".new";
-    const int fd = file_create(fresh.c_str(), text, QENAccess::UPDATE);
+    const int fd = file_create(fresh.c_str(), text(), QENAccess::UPDATE);
     if (fd < 0) return false;
     const bool is_synced = QENSyncData(fd);
     QENCloseDescriptor(fd);

@@ -25,6 +25,10 @@ public:
     // Reads the file; one that does not exist is empty. False, and told: it cannot be read, or is damaged.
     bool load(const std::string& path, Problems& problems);
 
+    // What the file holds. parse() is false for other bytes, and the positions are of no use then.
+    bool parse(const std::string& text);
+    std::string text() const;
+
     bool is_used() const { return !_path.empty(); }
     // Null: no position of this log is known.
     const LogPosition* find(const std::string& host, const std::string& log) const;
