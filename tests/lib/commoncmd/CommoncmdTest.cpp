@@ -13,7 +13,9 @@ TEST(Commoncmd, PairOfLogsCanBeReplacedAndIsDroppedOnce) {
     QEN_MESSAGE(_unified_log_function__, SEV_INFO, 0, 25, 0, "ready");
     QEN_MESSAGE(_unified_logerr_function__, SEV_WARN, 0, 25, 30001, "no %s", "file");
     EXPECT_EQ(ESRCH, QENThreadJoin(0x1000, nullptr)); // which is reported to the users of the command
-    EXPECT_EQ("QEN INFO K-16-25-0 ready\n", testing::internal::GetCapturedStdout());
+    EXPECT_EQ("QEN INFO K-16-25-0 ready\n"
+              "QEN WARNING K-16-25-13163 Could not join thread(4096) - No such thread\n",
+              testing::internal::GetCapturedStdout());
     EXPECT_EQ("QEN WARNING K-16-25-30001 no file\n", testing::internal::GetCapturedStderr());
     delete _unified_logerr_function__;
     _unified_logerr_function__ = _unified_log_function__; // one log in both places
