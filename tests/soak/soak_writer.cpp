@@ -1,5 +1,5 @@
 // A service for scripts/soak: writes messages whose first argument is their number.
-// Usage: soak_writer steady|endless|rotating|rounds NAME SECONDS|FIRST|COUNT
+// Usage: soak_writer steady|endless|queued|rotating|rounds NAME SECONDS|FIRST|COUNT
 #include "primitives/ldf/LdfWriter.h"
 #include "primitives/log/Log.h"
 #include "primitives/log/MessageSite.h"
@@ -78,6 +78,23 @@ int endless(Log* log, const char* name, long first) {
     }
 }
 
+// Bursts for the logger thread until it is killed. Tells up to which number messages are handed over, and,
+// after each burst, written.
+int queued(Log* log, const char* name, long first) {
+    log->set_maxlen(LOG_MIN_MAXLEN);
+    write_number(log, first, "first");
+    rotate_records_early(name);
+    for (long number = first;;) {
+        Log::start_logger();
+        for (int i = 1; i <= 500; ++i) {
+            write_number(log, ++number, "in a burst");
+            if (i % 100 == 0) std::printf("queued %ld\n", number);
+        }
+        Log::stop_logger();
+        std::printf("written %ld\n", number);
+    }
+}
+
 void take_all_space(const char* path) {
     std::FILE* fp = std::fopen(path, "we");
     const std::string page(4096, '.');
@@ -120,8 +137,11 @@ int full_rounds(Log* log, const char* name, long rounds) {
 }
 
 using Way = int (*)(Log* log, const char* name, long number);
-const std::map<std::string_view, Way> ways = {
-    {"steady", steady}, {"endless", endless<false>}, {"rotating", endless<true>}, {"rounds", full_rounds}};
+const std::map<std::string_view, Way> ways = {{"steady", steady},
+                                              {"endless", endless<false>},
+                                              {"queued", queued},
+                                              {"rotating", endless<true>},
+                                              {"rounds", full_rounds}};
 
 } // namespace
 
