@@ -54,3 +54,15 @@ TEST(QENObjTags, NamesAndFlags) {
                                      {~0x780000, OBJTAG_QEN}})
         EXPECT_EQ(tag, QENLogFlagToObjTag(flags)) << std::hex << flags;
 }
+
+TEST(LdfFormat, FieldsOfAnyLengthLoseTheirSeparators) {
+    for (size_t size = 1; size <= 20; ++size)
+        for (size_t at = 0; at < size; ++at) {
+            std::string arg(size, '\xFE');
+            arg[at] = '\xFF';
+            const std::string_view view = arg;
+            char text[64];
+            const size_t length = ldf_encode_text("f", "g", {&view, 1}, text, sizeof text);
+            EXPECT_EQ("f\xFFg\xFF" + arg.replace(at, 1, "?") + '\xFF', std::string(text, length)) << size;
+        }
+}
