@@ -83,6 +83,7 @@ Log::Log() : _core(new LogCore(*this)) {
 Log::~Log() {
     logger_thread().finish(); // the records of this log, among others
     log_goes(this);
+    if (!LoggerThread::is_running()) logger_thread().finish(); // a request to tell its losses
     _core->_release();
 }
 

@@ -36,6 +36,9 @@ public:
     // Writes or queues a message that a site packed.
     static void write_packed(Log& log, const LogCall& call, const PackedMessage& message);
 
+    // Tells what is due, by the thread that writes, when no message may follow.
+    void tell_losses();
+
     // As Log::display_ldf_entry, from views, of which one with null data ends the arguments. The line goes to
     // `out`, which the caller sends to the log's stream; whatever else goes there meanwhile must go through
     // `out` as well. A changed time zone or locale shows with another second.

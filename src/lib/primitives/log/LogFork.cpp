@@ -8,6 +8,7 @@
 #include "platform/unix/QENThread.h"
 #include "primitives/log/Capture.h"
 #include "primitives/log/LogCore.h"
+#include "primitives/log/LogQueue.h"
 #include "primitives/log/LoggerThread.h"
 
 inline namespace taq_1 {
@@ -40,6 +41,13 @@ struct LogFork {
         LogCatalog::lock().before_fork(deadline);
         logger_thread().before_fork();
         Capture::before_fork();
+    }
+    static void request_telling(Log* log) {
+        if (!log->_core->_loss.is_due()) return;
+        const LogCall nothing(0, SEV_INFO, nullptr, nullptr, 0, 0, 0, 0);
+        auto* request = new vlog_msg_t(log, nothing, /*debug_text=*/nullptr, /*structp=*/nullptr);
+        request->only_tells = true;
+        logger_thread().append(request);
     }
     static void in_parent() {
         Capture::after_fork(/*in_child=*/false);
@@ -92,6 +100,12 @@ void log_was_made(Log* log) {
 void log_goes(Log* log) {
     QENMutexLock(&live().lock);
     live().logs.erase(log);
+    QENMutexUnlock(&live().lock);
+}
+
+void logs_owe_tellings() {
+    QENMutexLock(&live().lock);
+    for (Log* log : live().logs) LogFork::request_telling(log);
     QENMutexUnlock(&live().lock);
 }
 

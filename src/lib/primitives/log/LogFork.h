@@ -18,8 +18,10 @@ class Log;
 // From now on. Before the first of the locks is used.
 void log_prepare_for_forks();
 
-// The logs that live.
+// The logs that live. logs_owe_tellings lets those that have lost messages tell them, through the queue; a
+// log goes, then waits until the queue has no such request for it.
 void log_was_made(Log* log);
 void log_goes(Log* log);
+void logs_owe_tellings();
 
 } // namespace taq_1

@@ -21,6 +21,10 @@ void RecordWriter::write(vlog_msg_t* record) {
     const std::unique_ptr<vlog_msg_t> r(record);
     const std::unique_ptr<char[]> text(r->en_msgp);
     std::unique_ptr<MsgStruct> msgp(r->msg_structp);
+    if (r->only_tells) {
+        flush();
+        return static_cast<Log*>(r->logp)->_core->tell_losses();
+    }
     if (r->packed_args >= 0) { // only a Log packs
         const PackedView packed = PackedMessage::view_of(r->packed(), r->packed_args);
         LogMessage m(*r, packed);

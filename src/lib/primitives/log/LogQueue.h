@@ -40,8 +40,9 @@ struct vlog_msg_t : LogCall {
     ILog* logp;             // null: for the system log
     bool is_to_log = false; // logp is a Log of no derived class: no virtual call, which would read what a log
                             // changes at the start of its deletion
-    int packed_args = -1;   // arguments of the message in packed(); -1: there is none
-    DLink link{this};       // in the queue
+    bool only_tells = false; // no message: a Log tells what it has lost (LogTell.cpp)
+    int packed_args = -1;    // arguments of the message in packed(); -1: there is none
+    DLink link{this};        // in the queue
 };
 using vlog_msg = vlog_msg_t;
 

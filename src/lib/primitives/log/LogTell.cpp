@@ -78,6 +78,13 @@ void Log::on_loss(LossListener listener, void* context) {
     _core->_loss.listen(listener, context);
 }
 
+void LogCore::tell_losses() {
+    const LogLock::Guard inside(_lock);
+    if (!inside || _enabled == 0 || _is_inherited() || !_loss.is_due()) return;
+    (void)_has_stream(); // there may be no file yet
+    _tell_losses();
+}
+
 // In each file what that file lacks. Records that nobody wants are not missed.
 void LogCore::_tell_losses() {
     _write_gathered();

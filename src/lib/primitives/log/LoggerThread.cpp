@@ -98,7 +98,9 @@ bool LoggerThread::_ask_for_end() {
 }
 
 // Writes what was appended after the thread last took the queue; then the producers write by themselves.
+// Nothing is dropped any more, and no message may follow that tells what was.
 void LoggerThread::_switch_off() {
+    logs_owe_tellings();
     const bool was_writer = std::exchange(is_writer, true);
     do {
         _write_batch();

@@ -103,6 +103,18 @@ TEST_F(LogBoundTest, AFullQueueDropsWhatIsNoError) {
     EXPECT_EQ(Strings{"6x"}, syslog_texts());
 }
 
+TEST_F(LogBoundTest, DroppedMessagesAreToldWhenNoOtherFollows) {
+    bound("10", "drop");
+    const auto log = opened("engine");
+    fill();
+    for (int i = 0; i < 3; ++i) put(*log, "dropped");
+    gated.is_open = true;
+    Log::stop_logger();
+    EXPECT_FALSE(log->losses().is_due());
+    EXPECT_EQ(1, record_count());
+    EXPECT_EQ(1, line_count());
+}
+
 // The logger thread itself, and a thread within a log for which the logger thread may wait.
 TEST_F(LogBoundTest, WhoMustNotWaitAppends) {
     const auto log = opened("engine");
