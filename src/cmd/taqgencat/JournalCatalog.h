@@ -1,4 +1,5 @@
-// What journalctl -x explains messages with: the texts of an installed module as a catalog of the systemd journal.
+// What journalctl -x explains messages with: the texts of an installed module as a catalog of the systemd
+// journal.
 #pragma once
 
 #include "InstalledModule.h"
