@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr unsigned SHOW = 1, EXPORT = 2, ALL = SHOW | EXPORT;
+constexpr unsigned SHOW = 1, EXPORT = 2, ALL = SHOW | EXPORT, VERIFY = 4;
 constexpr size_t MOST_LINES = 1000000;
 
 enum Code : int {
@@ -26,6 +26,7 @@ enum Code : int {
     LINES = 'n',
     FOLLOW = 'f',
     OUTPUT = 'o',
+    QUIET = 'q',
     HELP = 'h',
     ID = 256,
     CATEGORY,
@@ -44,6 +45,8 @@ enum Code : int {
     SUBSECOND,
     CURSOR_FILE,
     FROM_START,
+    JSON,
+    CATALOGS,
 };
 
 constexpr struct OptionRow {
@@ -84,7 +87,10 @@ constexpr struct OptionRow {
     {UTC, "utc", nullptr, ALL, "show and read times in UTC"},
     {COLOR, "color", "[auto|always|never", SHOW, "colour of the severities"},
     {STATS, "stats", nullptr, ALL, "tell on standard error what was read"},
-    {HELP, "help", nullptr, ALL, "show this help"},
+    {JSON, "json", nullptr, VERIFY, "one JSON object a line"},
+    {CATALOGS, "catalogs", nullptr, VERIFY, "also whether every language has the records' messages"},
+    {QUIET, "quiet", nullptr, VERIFY, "only files that are not whole"},
+    {HELP, "help", nullptr, ALL | VERIFY, "show this help"},
 };
 
 constexpr struct {
@@ -103,7 +109,8 @@ constexpr struct {
     unsigned bit;
     const char* help;
 } subcommand_rows[] = {{Subcommand::SHOW, "show", SHOW, "show records as lines"},
-                       {Subcommand::EXPORT, "export", EXPORT, "write records for other programs"}};
+                       {Subcommand::EXPORT, "export", EXPORT, "write records for other programs"},
+                       {Subcommand::VERIFY, "verify", VERIFY, "tell whether files are whole"}};
 
 const char* name_of(Subcommand subcommand) {
     for (const auto& row : subcommand_rows)
@@ -257,6 +264,9 @@ bool Parser::_take_other(int code, std::string_view value) {
     case UTC: return _options.utc = true;
     case COLOR: return _take_colour(value);
     case STATS: return _options.stats = true;
+    case JSON: return _options.json = true;
+    case CATALOGS: return _options.catalogs = true;
+    case QUIET: return _options.quiet = true;
     default: return _options.help = true;
     }
 }

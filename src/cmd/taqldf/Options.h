@@ -10,7 +10,7 @@
 #include "RecordFilter.h"
 #include "TextSearch.h"
 
-enum class Subcommand { NONE, SHOW, EXPORT };
+enum class Subcommand { NONE, SHOW, EXPORT, VERIFY };
 enum class FormatName { LINE, TAQMSG, VERBOSE, JSONL, CSV, JOURNAL, OTLP };
 enum class Colour { AUTO, ALWAYS, NEVER };
 
@@ -35,6 +35,11 @@ struct Options {
     std::string lang;
     std::string output; // "": standard output
     std::vector<std::string> inputs;
+
+    // verify
+    bool json = false;
+    bool catalogs = false;
+    bool quiet = false;
 };
 
 // False, after telling why on standard error, when the arguments are wrong. `now` is what relative times

@@ -1,7 +1,8 @@
-// taqldf: shows and exports the records of many logs. See docs/taqldf.1.
+// taqldf: shows, exports, checks and saves the records of many logs. See docs/taqldf.1.
 #include "Options.h"
 #include "Problems.h"
 #include "run_records.h"
+#include "run_verify.h"
 
 #include "platform/unix/QENPlatform.h"
 
@@ -30,5 +31,6 @@ int main(int argc, char** argv) {
     if (!parse_options(argc, argv, time(nullptr), options)) return TAQLDF_FAILED;
     if (options.version) return print("taqldf " TAQ_VERSION "\n");
     if (options.help) return print(help_text(options.subcommand));
+    if (options.subcommand == Subcommand::VERIFY) return run_verify(options);
     return run_records(std::move(options));
 }
