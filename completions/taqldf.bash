@@ -20,8 +20,8 @@ _taqldf() {
         for file in "${TAQ_MESSAGES_DIR:-/opt/KAVO}"/messages/*/KORE.bmcmap; do
             [ -e "$file" ] && file=${file%/*} && words+=" ${file##*/}"
         done ;;
-    *:--id | *:--category | *:--object | *:--source | *:-g | *:--grep | *:-n | *:--lines) return ;;
-    *:-o | *:--output) ;;
+    *:--id | *:--category | *:--object | *:--source | *:-g | *:--grep | *:-n | *:--lines | *:--host) return ;;
+    *:-o | *:--output | *:--report) ;;
     *)
         if [[ $current == -* ]]; then
             words=$(taqldf "$sub" --help 2>/dev/null | grep -oE -e '^ *(-., )?--[a-z-]+' | grep -oE -e '--[a-z-]+')

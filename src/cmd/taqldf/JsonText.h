@@ -26,6 +26,9 @@ public:
     // Without a newline; valid until begin().
     std::string_view bytes() const { return {_buffer.GetString(), _buffer.GetSize()}; }
 
+    // Forgets bytes() within a line that is too long to be kept; what is added goes on where they ended.
+    void clear_bytes() { _buffer.Clear(); }
+
     // Adds a string. `oddities`: what it may hold (VisibleText.h). False: some bytes are no UTF-8; U+FFFD
     // stands for each.
     bool text(std::string_view text, unsigned oddities);

@@ -10,10 +10,11 @@
 #include "FilterWords.h"
 #include "TimeText.h"
 #include "VisibleText.h"
+#include "primitives/ldf/ldf_format.h"
 
 namespace {
 
-constexpr unsigned SHOW = 1, EXPORT = 2, ALL = SHOW | EXPORT, VERIFY = 4;
+constexpr unsigned SHOW = 1, EXPORT = 2, ALL = SHOW | EXPORT, VERIFY = 4, RECOVER = 8;
 constexpr size_t MOST_LINES = 1000000;
 
 enum Code : int {
@@ -47,6 +48,9 @@ enum Code : int {
     FROM_START,
     JSON,
     CATALOGS,
+    REPORT,
+    KEEP_REPEATS,
+    HOST,
 };
 
 constexpr struct OptionRow {
@@ -90,7 +94,11 @@ constexpr struct OptionRow {
     {JSON, "json", nullptr, VERIFY, "one JSON object a line"},
     {CATALOGS, "catalogs", nullptr, VERIFY, "also whether every language has the records' messages"},
     {QUIET, "quiet", nullptr, VERIFY, "only files that are not whole"},
-    {HELP, "help", nullptr, ALL | VERIFY, "show this help"},
+    {OUTPUT, "output", "NEW", RECOVER, "file for the records; there must be none"},
+    {REPORT, "report", "FILE", RECOVER, "write the report as JSON to FILE"},
+    {KEEP_REPEATS, "keep-repeats", nullptr, RECOVER, "keep records that stand in front of the damage, too"},
+    {HOST, "host", "NAME", RECOVER, "name of the host, where the header has none"},
+    {HELP, "help", nullptr, ALL | VERIFY | RECOVER, "show this help"},
 };
 
 constexpr struct {
@@ -110,7 +118,8 @@ constexpr struct {
     const char* help;
 } subcommand_rows[] = {{Subcommand::SHOW, "show", SHOW, "show records as lines"},
                        {Subcommand::EXPORT, "export", EXPORT, "write records for other programs"},
-                       {Subcommand::VERIFY, "verify", VERIFY, "tell whether files are whole"}};
+                       {Subcommand::VERIFY, "verify", VERIFY, "tell whether files are whole"},
+                       {Subcommand::RECOVER, "recover", RECOVER, "save the records of a damaged file"}};
 
 const char* name_of(Subcommand subcommand) {
     for (const auto& row : subcommand_rows)
@@ -122,6 +131,12 @@ unsigned bit_of(Subcommand subcommand) {
     for (const auto& row : subcommand_rows)
         if (row.subcommand == subcommand) return row.bit;
     return 0;
+}
+
+// As much as a header has room for, printable.
+bool is_host_label(std::string_view host) {
+    return !host.empty() && host.size() < LDF_SYSTEM_SIZE &&
+           std::all_of(host.begin(), host.end(), [](char c) { return c > ' ' && c < 0x7F; });
 }
 
 bool is_filter(int code) {
@@ -267,6 +282,9 @@ bool Parser::_take_other(int code, std::string_view value) {
     case JSON: return _options.json = true;
     case CATALOGS: return _options.catalogs = true;
     case QUIET: return _options.quiet = true;
+    case REPORT: _options.report = value; return !value.empty() || _refuse("no name of a report");
+    case KEEP_REPEATS: return _options.keep_repeats = true;
+    case HOST: _options.host = value; return is_host_label(value) || _refuse_value("host", value);
     default: return _options.help = true;
     }
 }
@@ -313,6 +331,10 @@ bool Parser::_take_colour(std::string_view value) {
 bool Parser::_finish() {
     if (_options.help) return true;
     if (_negated) return _refuse("--not stands before a filter");
+    if (_options.subcommand == Subcommand::RECOVER && _options.inputs.size() != 1)
+        return _refuse("recover takes one file");
+    if (_options.subcommand == Subcommand::RECOVER && _options.output.empty())
+        return _refuse("recover needs a new file (-o)");
     if (_options.collapse && _options.format == FormatName::TAQMSG)
         return _refuse("--collapse does not go with the reader's lines");
     if (_options.csv_safe && _options.format != FormatName::CSV) return _refuse("--csv-safe goes with csv");
@@ -366,6 +388,8 @@ std::string help_text(Subcommand subcommand) {
     }
     for (const OptionRow& row : option_rows)
         if ((row.subcommands & bit_of(subcommand)) != 0) add_help_row(words_of(row), row.help, text);
+    if (subcommand == Subcommand::RECOVER)
+        return text.append("\nINPUT: one file, which stays as it is. See taqldf(1).\n");
     return text.append(
         "\nINPUT: the name of a log, NAME_A for one of its files, a file or directory, HOST=PATH, or - for\n"
         "standard input; without one, all logs. See taqldf(1).\n");

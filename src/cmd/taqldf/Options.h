@@ -10,7 +10,7 @@
 #include "RecordFilter.h"
 #include "TextSearch.h"
 
-enum class Subcommand { NONE, SHOW, EXPORT, VERIFY };
+enum class Subcommand { NONE, SHOW, EXPORT, VERIFY, RECOVER };
 enum class FormatName { LINE, TAQMSG, VERBOSE, JSONL, CSV, JOURNAL, OTLP };
 enum class Colour { AUTO, ALWAYS, NEVER };
 
@@ -40,6 +40,10 @@ struct Options {
     bool json = false;
     bool catalogs = false;
     bool quiet = false;
+    // recover
+    std::string report; // "": none
+    std::string host;   // "": as the file says
+    bool keep_repeats = false;
 };
 
 // False, after telling why on standard error, when the arguments are wrong. `now` is what relative times

@@ -103,6 +103,10 @@ bool is_origin_sound(const std::vector<HeaderFault>& faults) {
     return faults.empty() || faults.front().offset >= HEADER_COUNTERS_OFFSET;
 }
 
+bool is_host_sound(const std::vector<HeaderFault>& faults) {
+    return faults.empty() || faults.front().offset > SYSTEM_OFFSET;
+}
+
 namespace {
 
 // Whether all bytes lie between ' ' and '~'. Up to 7 bytes behind them are read.

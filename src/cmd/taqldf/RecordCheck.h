@@ -32,6 +32,7 @@ std::vector<HeaderFault> check_header(const unsigned char* raw, int64_t filesize
 
 // Whether the fields in front of the counters are sound: which file it is, when it was written.
 bool is_origin_sound(const std::vector<HeaderFault>& faults);
+bool is_host_sound(const std::vector<HeaderFault>& faults);
 
 enum class RecordFault : uint8_t {
     NONE,

@@ -2,6 +2,7 @@
 #include "Options.h"
 #include "Problems.h"
 #include "run_records.h"
+#include "run_recover.h"
 #include "run_verify.h"
 
 #include "platform/unix/QENPlatform.h"
@@ -32,5 +33,6 @@ int main(int argc, char** argv) {
     if (options.version) return print("taqldf " TAQ_VERSION "\n");
     if (options.help) return print(help_text(options.subcommand));
     if (options.subcommand == Subcommand::VERIFY) return run_verify(options);
+    if (options.subcommand == Subcommand::RECOVER) return run_recover(options);
     return run_records(std::move(options));
 }
