@@ -174,3 +174,17 @@ TEST_F(LdfReaderTest, WithoutMemoryTheNameIsFreeAgain) {
     };
     EXPECT_GE(until_memory_suffices(read, name_is_free), 1);
 }
+
+TEST_F(LdfReaderTest, JumpsOverASizeAcrossTheEndOfAWindow) {
+    constexpr size_t SIXTEENTH = LDF_WINDOW_MAX / 16 - LDF_RECORD_HEADER_SIZE;
+    for (size_t inside = 0; inside <= 4; ++inside) {
+        LdfBuilder file;
+        for (unsigned i = 0; i < 19; ++i)
+            file.record({.seq = i, .text = text_of(SIXTEENTH - (i == 15 ? inside : 0))});
+        LdfReader reader;
+        open(reader, file);
+        LdfRecordView view;
+        ASSERT_TRUE(reader.jumpto(18) == LDF_OK && reader.next_record({}, view) == LDF_OK) << inside;
+        EXPECT_EQ(18u, view.header.seq) << inside;
+    }
+}
