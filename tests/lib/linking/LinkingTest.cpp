@@ -4,6 +4,7 @@
 #include <taq/log.h>
 #include <taq/memory.h>
 
+#include "NoTypeInformation.h"
 #include "support/Prelude.h"
 #include "support/TempDir.h"
 
@@ -19,6 +20,16 @@ TEST(Linking, ProgramHasOwnClassesOfTheSameNames) {
     QEN_MESSAGE(log.get(), SEV_INFO, 0, 25, 0, "%d objects", count_of_own_objects());
     EXPECT_EQ("17 objects\n", testing::internal::GetCapturedStdout());
     log.reset();
+    Log::destroy();
+}
+
+TEST(Linking, LogsNeedNoTypeInformation) {
+    Log::init("QEN", "K-16", nullptr);
+    for (const bool queued : {false, true}) {
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(1, count_of_own_log(queued));
+        EXPECT_EQ("counted\n", testing::internal::GetCapturedStdout());
+    }
     Log::destroy();
 }
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 #include <span>
+#include <typeinfo>
 
 #include "primitives/files/FileIo.h"
 #include "primitives/files/NameLock.h"
@@ -25,6 +26,14 @@ inline namespace taq_1 {
 class PackedMessage;
 struct LogCall;
 struct LogMessage;
+
+// The class of a log. Null when it was compiled without run-time type information, which the compiler here
+// does not expect. Of Log itself there are as many as copies of the library in the process.
+inline const std::type_info* class_of(const ILog& log) {
+    const std::type_info* type = &typeid(log);
+    asm("" : "+r"(type));
+    return type;
+}
 
 // The inside of one Log, which owns it and calls it.
 class LogCore {

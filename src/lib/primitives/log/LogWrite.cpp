@@ -1,7 +1,6 @@
 // Writing: from the call of a program to the line in the stream and the record beside it.
 #include <cstring>
 #include <memory>
-#include <typeinfo>
 
 #include "platform/unix/QENPlatform.h"
 #include "platform/unix/QENStreams.h"
@@ -91,7 +90,7 @@ void Log::write_log(time_t timet, int sev, const char* whop, const char* filep, 
 // ---- The write
 
 void LogCore::_queue(vlog_msg_t* record) {
-    record->is_to_log = typeid(_log_of_program) == typeid(Log);
+    record->is_to_log = class_of(_log_of_program) == &typeid(Log);
     const int logical = record->is_debug() ? record->sev + SEV_APP_END : record->sev;
     if (!logger_thread().post(record)) _loss.note(LossReason::QUEUE, logical);
 }

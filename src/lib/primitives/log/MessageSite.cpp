@@ -1,8 +1,6 @@
 // A message site: the call becomes one value and a packed message, for the capture and for the log.
 #include "primitives/log/MessageSite.h"
 
-#include <typeinfo>
-
 #include "primitives/log/Capture.h"
 #include "primitives/log/CatalogMessage.h"
 #include "primitives/log/LogCore.h"
@@ -16,11 +14,11 @@ namespace {
 void write_site(ILog* logp, const LogCall& call, const PackedMessage& packed) {
     Capture::offer(call, packed.view().text);
     if (logp == nullptr) return;
-    const std::type_info& type = typeid(*logp);
-    if (&type == &typeid(Log)) return LogCore::write_packed(static_cast<Log&>(*logp), call, packed);
+    const std::type_info* const type = class_of(*logp);
+    if (type == &typeid(Log)) return LogCore::write_packed(static_cast<Log&>(*logp), call, packed);
     // Another kind of log may want its write_app called, which takes a structure. A Log of another copy of
     // the library, which the program has while we are in a plugin of it, has an allocator of its own too.
-    const int owner = type == typeid(Log) ? 0 : ULOG_HAND_OVER;
+    const int owner = type != nullptr && *type == typeid(Log) ? 0 : ULOG_HAND_OVER;
     MsgStruct* const msgp = packed.view().structure();
     logp->write_app(static_cast<ulog_app_sev>(call.sev), call.whop, call.filep, call.line,
                     (call.flags & ~ULOG_HAND_OVER) | owner, call.cat, call.id, msgp);
