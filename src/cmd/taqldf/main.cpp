@@ -5,6 +5,7 @@
 #include "run_recover.h"
 #include "run_verify.h"
 
+#include "platform/unix/QENDescriptors.h"
 #include "platform/unix/QENPlatform.h"
 
 #include <cerrno>
@@ -28,6 +29,7 @@ int main(int argc, char** argv) {
     QENSigignore(SIGPIPE); // a reader of our output may stop early, as "head" does: no failure
     (void)std::setlocale(LC_ALL, "");
     tzset();
+    QENRaiseDescriptorLimit(); // each log that is merged keeps a file open
     Options options;
     if (!parse_options(argc, argv, time(nullptr), options)) return TAQLDF_FAILED;
     if (options.version) return print("taqldf " TAQ_VERSION "\n");

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 inline namespace taq_1 {
@@ -82,6 +83,13 @@ FILE* QENStreamOver(int fd, const char* mode) {
     FILE* fp = fdopen(fd, mode);
     if (fp == nullptr) QENCloseDescriptor(fd);
     return fp;
+}
+
+void QENRaiseDescriptorLimit() {
+    rlimit limit;
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    limit.rlim_cur = limit.rlim_max;
+    (void)setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 } // namespace taq_1

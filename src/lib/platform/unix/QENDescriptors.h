@@ -32,6 +32,10 @@ int QENOpenOrCreateFile(const char* path, QENAccess access); // either of the tw
 
 void QENCloseDescriptor(int fd); // leaves errno as it is
 
+// Lets the process have as many descriptors as its hard limit allows: for a program that opens many files at
+// once. Without effect where the system refuses.
+void QENRaiseDescriptorLimit();
+
 // fopen(3) on a kept descriptor, for the modes "r", "r+", "w", "w+", "a" and "a+", each with or without "b".
 // Null with errno set; EINVAL for another mode.
 FILE* QENOpenStream(const char* path, const char* mode);
