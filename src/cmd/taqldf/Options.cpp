@@ -163,7 +163,7 @@ private:
     bool _take(int code);
     bool _take_filter(int code, std::string_view value);
     bool _take_other(int code, std::string_view value);
-    bool _take_time(std::string_view value, int64_t& time);
+    bool _take_time(std::string_view value, Repeated which, int64_t& time);
     bool _take_lines(std::string_view value);
     bool _take_format(std::string_view value);
     bool _take_colour(std::string_view value);
@@ -290,9 +290,9 @@ bool Parser::_take_other(int code, std::string_view value) {
 }
 
 // Times are read when all options are known: --utc may come behind them.
-bool Parser::_take_time(std::string_view value, int64_t& time) {
+bool Parser::_take_time(std::string_view value, Repeated which, int64_t& time) {
     if (value.data() == nullptr) return true;
-    const std::optional<int64_t> parsed = parse_time(value, _now, _options.utc);
+    const std::optional<int64_t> parsed = parse_time(value, _now, _options.utc, which);
     if (!parsed) return _refuse_value("time", value);
     time = *parsed;
     return true;
@@ -343,7 +343,8 @@ bool Parser::_finish() {
     if (_options.from_start && !_options.follow) return _refuse("--from-start goes with --follow");
     const bool has_fraction = _options.format == FormatName::JOURNAL || _options.format == FormatName::OTLP;
     if (_options.has_places && !has_fraction) return _refuse("--subsecond goes with journal and otlp");
-    return _take_time(_since, _options.filter.since) && _take_time(_until, _options.filter.until);
+    return _take_time(_since, Repeated::FIRST, _options.filter.since) &&
+           _take_time(_until, Repeated::SECOND, _options.filter.until);
 }
 
 } // namespace

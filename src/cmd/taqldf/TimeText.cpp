@@ -77,7 +77,8 @@ int64_t as_utc(const WallTime& w) {
     return (days_before(w.year, w.month) + w.day - 1) * DAY + w.hour * HOUR + w.minute * MINUTE + w.second;
 }
 
-std::optional<int64_t> as_local(const WallTime& w) {
+// As the zone's summer or winter time, or as mktime() likes (-1).
+time_t local_time(const WallTime& w, int is_dst) {
     struct tm local = {};
     local.tm_year = w.year - 1900;
     local.tm_mon = w.month - 1;
@@ -85,8 +86,25 @@ std::optional<int64_t> as_local(const WallTime& w) {
     local.tm_hour = w.hour;
     local.tm_min = w.minute;
     local.tm_sec = w.second;
-    local.tm_isdst = -1;
+    local.tm_isdst = is_dst;
     return mktime(&local);
+}
+
+// Whether clocks show this time at t.
+bool is_shown_at(time_t t, const WallTime& w) {
+    struct tm parts = {};
+    return localtime_r(&t, &parts) != nullptr && parts.tm_mday == w.day && parts.tm_hour == w.hour &&
+           parts.tm_min == w.minute;
+}
+
+// mktime() takes either of two times that clocks show alike, whichever it finds.
+int64_t as_local(const WallTime& w, Repeated which) {
+    time_t found = local_time(w, -1);
+    for (const int is_dst : {0, 1}) {
+        const time_t t = local_time(w, is_dst);
+        if (is_shown_at(t, w) && (which == Repeated::FIRST ? t < found : t > found)) found = t;
+    }
+    return found;
 }
 
 bool take_date(Cursor& text, WallTime& w) {
@@ -125,8 +143,8 @@ WallTime day_of(time_t t, bool utc) {
     return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday};
 }
 
-std::optional<int64_t> in_zone(const WallTime& w, bool utc) {
-    return utc ? as_utc(w) : as_local(w);
+int64_t in_zone(const WallTime& w, bool utc, Repeated which) {
+    return utc ? as_utc(w) : as_local(w, which);
 }
 
 // "-2h", "-1d12h".
@@ -150,13 +168,13 @@ std::optional<int64_t> parse_ago(Cursor text, time_t now) {
 
 } // namespace
 
-std::optional<int64_t> parse_time(std::string_view text, time_t now, bool utc) {
+std::optional<int64_t> parse_time(std::string_view text, time_t now, bool utc, Repeated which) {
     Cursor rest(text);
     if (text == "now") return now;
-    if (text == "today") return in_zone(day_of(now, utc), utc);
+    if (text == "today") return in_zone(day_of(now, utc), utc, which);
     if (text == "yesterday") { // of a day that may be longer or shorter than others
-        const std::optional<int64_t> today = in_zone(day_of(now, utc), utc);
-        return today ? in_zone(day_of(*today - 1, utc), utc) : today;
+        const int64_t today = in_zone(day_of(now, utc), utc, Repeated::FIRST);
+        return in_zone(day_of(today - 1, utc), utc, which);
     }
     int64_t number;
     if (rest.skip('@')) {
@@ -178,7 +196,7 @@ std::optional<int64_t> parse_time(std::string_view text, time_t now, bool utc) {
     int64_t east;
     const Zone zone = take_zone(rest, east);
     if (zone == Zone::WRONG) return {};
-    return zone == Zone::GIVEN ? as_utc(w) - east : in_zone(w, utc);
+    return zone == Zone::GIVEN ? as_utc(w) - east : in_zone(w, utc, which);
 }
 
 namespace {

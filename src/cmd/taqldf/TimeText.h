@@ -10,8 +10,11 @@
 
 // Seconds since 1970 of a time: "2026-11-16T18:18:26Z" (RFC 3339), "2026-11-16[ 18:18[:26]]", "18:18[:26]",
 // "now", "today", "yesterday", "-2h" (s, m, h, d, w, also "-1d12h"), "@EPOCH". A time without zone is local,
-// or UTC when utc is set. Nothing for anything else. `now` is the moment that relative times refer to.
-std::optional<int64_t> parse_time(std::string_view text, time_t now, bool utc);
+// or UTC when utc is set. Nothing for anything else. `now` is the moment that relative times refer to. The
+// local times of an hour that is put back come twice: --since means the first, --until the second.
+enum class Repeated : uint8_t { FIRST, SECOND };
+std::optional<int64_t> parse_time(std::string_view text, time_t now, bool utc,
+                                  Repeated which = Repeated::FIRST);
 
 // "2026-11-16T18:18:26Z" in UTC, "2026-11-16T19:18:26+01:00" in local time, for thousands of records whose
 // times are close to each other.

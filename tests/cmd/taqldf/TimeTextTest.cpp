@@ -45,6 +45,18 @@ TEST(TimeText, ReadsTheTimesOfUsers) {
         EXPECT_EQ(c.local, parse_time(c.text, NOW, false).value_or(-1)) << c.text;
         EXPECT_EQ(c.utc, parse_time(c.text, NOW, true).value_or(-1)) << c.text;
     }
+    const struct {
+        const char* text;
+        int64_t first, second;
+    } repeated[] = {{"2026-10-25 01:59:59", 1792886399, 1792886399},
+                    {"2026-10-25 02:00", 1792886400, 1792890000},
+                    {"2026-10-25 02:59:59", 1792889999, 1792893599},
+                    {"2026-10-25 03:00", 1792893600, 1792893600},
+                    {"2026-03-29 02:30", 1774747800, 1774747800}}; // left out; as 03:30
+    for (const auto& c : repeated) {
+        EXPECT_EQ(c.first, parse_time(c.text, NOW, false, Repeated::FIRST).value_or(-1)) << c.text;
+        EXPECT_EQ(c.second, parse_time(c.text, NOW, false, Repeated::SECOND).value_or(-1)) << c.text;
+    }
     constexpr char WRONG[] =
         "|-|@|@1x|-2|-2y|-h|2026|2026-13-01|2026-02-29|2026-11-16T|2026-11-16T24:00|"
         "2026-11-16 18:60|2026-11-16 18:18:61|2026-11-16 18:18 Z|2026-11-16Z1|18:1|18:18x|"
