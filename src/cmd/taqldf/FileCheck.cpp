@@ -95,8 +95,7 @@ FileVerdict Checker::check() {
         _check_end();
     }
     if (_verdict.kind == FileVerdict::DAMAGED) _count_recoverable();
-    _verdict.is_live = _verdict.has_header && !_bytes.is_unchanged();
-    if (_verdict.is_live) _verdict.tail_size = _verdict.tail_records = 0; // the next records
+    if (_verdict.has_header && !_bytes.is_unchanged()) _verdict.set_live();
     return _verdict;
 }
 
@@ -175,12 +174,11 @@ void Checker::_check_end() {
 }
 
 void Checker::_count_recoverable() {
-    if (_verdict.damage_record >= 0)
-        _verdict.recoverable = count_records(_bytes, _verdict.damage_offset, /*is_in_step=*/false);
-    else
-        _verdict.recoverable = _verdict.has_header
-                                   ? count_records(_bytes, LDF_HEADER_SIZE, /*is_in_step=*/true)
-                                   : count_records(_bytes, 0, /*is_in_step=*/false);
+    const int64_t begin = _verdict.damage_record > 0 ? _verdict.damage_offset
+                          : _verdict.has_header      ? begin_of_records(_bytes)
+                                                     : 0;
+    const bool is_in_step = _verdict.damage_record <= 0 && begin > 0;
+    _verdict.recoverable = count_records(_bytes, begin, is_in_step);
 }
 
 } // namespace

@@ -19,7 +19,7 @@ struct RecordNotes {
 struct FileVerdict {
     enum Kind : uint8_t { WHOLE, DAMAGED, UNREADABLE };
     Kind kind = UNREADABLE;
-    bool is_live = false;    // it was written meanwhile: judged as its header counted it at the start
+    bool is_live = false;    // it is written now: judged as its header counted it at the start
     bool has_header = false; // `header` was read
     ldf_header_t header = {};
     int64_t size = 0;           // bytes, when the header was read
@@ -31,6 +31,12 @@ struct FileVerdict {
     int64_t tail_size = 0;   // WHOLE: bytes behind the last record that the header counts,
     int64_t tail_records = 0; // and whole records in them: a writer died before it could count them
     RecordNotes notes;
+
+    // What is behind its end are the next records.
+    void set_live() {
+        is_live = true;
+        tail_size = tail_records = 0;
+    }
 };
 
 // How many records have a message and a number of arguments. Bounded: others are left out.

@@ -152,3 +152,9 @@ ScanPiece::Kind RecordScan::_kind_of_gap(int64_t size) const {
     return is_part && size < static_cast<int64_t>(2 * LDF_RECORD_MAX) ? ScanPiece::CUT_RECORD
                                                                       : ScanPiece::RANDOM;
 }
+
+int64_t begin_of_records(LdfBytes& bytes) {
+    RecordScan scan(bytes, LDF_HEADER_SIZE, /*is_in_step=*/true);
+    ScanPiece piece;
+    return scan.next(piece) && piece.kind == ScanPiece::RECORDS ? int64_t{LDF_HEADER_SIZE} : 0;
+}

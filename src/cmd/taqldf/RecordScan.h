@@ -65,3 +65,7 @@ private:
     int64_t _zeros = 0; // bytes in long runs of zeros
     bool _begins_like_record = false, _ends_like_record = false;
 };
+
+// Where the records of a file begin, if anywhere: behind the header when one stands there, else 0, for a scan
+// that looks for them. Bytes that are gone from a header bring its first record nearer.
+int64_t begin_of_records(LdfBytes& bytes);

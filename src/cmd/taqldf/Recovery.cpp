@@ -25,9 +25,9 @@ RecoveryResult Recovery::run() {
     _result.has_read_failed = _result.error != 0;
     if (_result.error == 0) _read_header();
     if (_result.error != 0) return std::move(_result);
-    if (_has_layout) _on_range({RecoveredRange::HEADER, 0, LDF_HEADER_SIZE, 0, ScanPiece::RECORDS});
-    int64_t end = _has_layout ? int64_t{LDF_HEADER_SIZE} : 0;
-    RecordScan scan(_input, end, _has_layout);
+    int64_t end = _has_layout ? begin_of_records(_input) : 0;
+    if (end > 0) _on_range({RecoveredRange::HEADER, 0, end, 0, ScanPiece::RECORDS});
+    RecordScan scan(_input, end, /*is_in_step=*/end > 0);
     for (ScanPiece piece; _result.error == 0 && scan.next(piece); end = piece.to) {
         if (piece.kind != ScanPiece::RECORDS)
             _skip(piece);
@@ -115,7 +115,12 @@ void Recovery::_suspect_edge(const SuspectRecord& edge) {
     suspects.push_back(edge);
 }
 
-void Recovery::_skip(const ScanPiece& piece) {
+void Recovery::_skip(ScanPiece piece) {
+    if (_has_layout && piece.from == 0) {
+        piece.from = std::min(piece.to, int64_t{LDF_HEADER_SIZE});
+        _on_range({RecoveredRange::HEADER, 0, piece.from, 0, ScanPiece::RECORDS});
+        if (piece.from == piece.to) return;
+    }
     _end_records(piece.from, /*is_before_gap=*/true);
     _result.bytes_skipped += piece.to - piece.from;
     _leave_out(piece.from);

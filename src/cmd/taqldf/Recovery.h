@@ -73,7 +73,7 @@ private:
     void _read_header();
     bool _copy(const ScanPiece& piece);
     void _end_records(int64_t to, bool is_before_gap);
-    void _skip(const ScanPiece& piece);
+    void _skip(ScanPiece piece);
     void _suspect_edge(const SuspectRecord& edge);
     SuspectRecord _edge_of(int64_t offset) const;
     void _judge_suspects();

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <map>
+#include <thread>
 
 #include "FileCheck.h"
 #include "GroupedNumber.h"
@@ -59,6 +61,18 @@ std::string count_text(const FileVerdict& verdict) {
     return text;
 }
 
+// Whether a process has the log open that "ldf/engine" is the start of. Nothing is locked.
+bool has_writer(const std::string& start) {
+    const size_t name_at = start.rfind('/') == start.npos ? 0 : start.rfind('/') + 1;
+    const std::string lock = start.substr(0, name_at) + "." + start.substr(name_at) + ".lock";
+    QENFileState state;
+    const int fd = file_open_regular(lock.c_str(), QENAccess::READ, state);
+    if (fd < 0) return false;
+    const bool is_held = QENAskFileLock(fd).result == QENFileLock::Result::HELD;
+    QENCloseDescriptor(fd);
+    return is_held;
+}
+
 class Verification {
 public:
     explicit Verification(const Options& options)
@@ -74,9 +88,9 @@ private:
     };
 
     void _verify_log(const LogInput& input);
-    FileVerdict _verify_file(LogFile& file, bool is_standard_input);
+    FileVerdict _verify_file(const LogFile& file, bool is_standard_input);
     FileVerdict _verify_open(int fd);
-    int _open_file(LogFile& file, QENFileState& state) const;
+    static int _open_file(const LogFile& file);
     void _tell(const std::string& path, const FileVerdict& verdict);
     void _tell_json(const std::string& path, const FileVerdict& verdict);
     void _tell_note(std::string_view about, const std::string& text);
@@ -121,11 +135,11 @@ void Verification::_verify_log(const LogInput& input) {
     if (!input.files.empty() && input.files[0].generation != '\0') {
         start = input.files[0].path;
         start.resize(start.size() - std::strlen("_A.ldf"));
-        (void)QENStateOfName((start + "_A.new").c_str(),
-                             leftover); // the lookup below tells whether it is there
+        (void)QENStateOfName((start + "_A.new").c_str(), leftover); // its inode tells whether it is there
     }
-    for (LogFile file : input.files) {
-        const FileVerdict verdict = _verify_file(file, input.is_standard_input);
+    for (const LogFile& file : input.files) {
+        FileVerdict verdict = _verify_file(file, input.is_standard_input);
+        if (file.generation == 'A' && has_writer(start)) verdict.set_live();
         _tell(file.path, verdict);
         if (!verdict.has_header) continue;
         const char* const host = verdict.header.system;
@@ -137,34 +151,27 @@ void Verification::_verify_log(const LogInput& input) {
     _look_beside(start, leftover);
 }
 
-// What is at the path now, or the file that stood there when the program started, where a rotation has moved
-// it.
-int Verification::_open_file(LogFile& file, QENFileState& state) const {
-    const int fd = file_open_regular(file.path.c_str(), QENAccess::READ, state);
-    if (fd >= 0 || errno != ENOENT || file.generation == '\0') return fd;
-    for (const char generation : {'B', 'C'}) {
-        std::string moved = file.path;
-        moved[moved.size() - std::strlen("A.ldf")] = generation;
-        QENFileState other;
-        const int moved_fd = file_open_regular(moved.c_str(), QENAccess::READ, other);
-        if (moved_fd >= 0 && other.is_same_file(file.state)) {
-            state = other;
-            return moved_fd;
-        }
-        if (moved_fd >= 0) QENCloseDescriptor(moved_fd);
+// What is at the path now. In a rotation B is gone for a moment, until A has the name, too.
+int Verification::_open_file(const LogFile& file) {
+    constexpr int ATTEMPTS = 50;
+    constexpr auto PAUSE = std::chrono::milliseconds(1);
+    QENFileState state;
+    int fd = file_open_regular(file.path.c_str(), QENAccess::READ, state);
+    for (int i = 0; i < ATTEMPTS && fd < 0 && errno == ENOENT && file.generation != '\0'; ++i) {
+        std::this_thread::sleep_for(PAUSE);
+        fd = file_open_regular(file.path.c_str(), QENAccess::READ, state);
     }
-    errno = ENOENT;
-    return -1;
+    return fd;
 }
 
-FileVerdict Verification::_verify_file(LogFile& file, bool is_standard_input) {
+FileVerdict Verification::_verify_file(const LogFile& file, bool is_standard_input) {
     constexpr int STANDARD_INPUT = 0;
-    QENFileState state;
     if (is_standard_input) {
+        QENFileState state;
         errno = EINVAL;
         const bool is_file = QENStateOfOpen(STANDARD_INPUT, state) && state.is_regular();
         if (is_file) return _verify_open(STANDARD_INPUT);
-    } else if (const int fd = _open_file(file, state); fd >= 0) {
+    } else if (const int fd = _open_file(file); fd >= 0) {
         FileVerdict verdict = _verify_open(fd);
         QENCloseDescriptor(fd);
         return verdict;
@@ -245,12 +252,13 @@ void Verification::_check_members(const std::string& log, const std::vector<Memb
     }
 }
 
-// A writer sets a file aside that it cannot go on with; one that died in a rotation leaves a new file. A file
-// that was not there before, or is another one now, belongs to a rotation at this moment.
+// A writer sets a file aside that it cannot go on with; one that died in a rotation leaves a new file. A
+// writer that lives has one in each rotation.
 void Verification::_look_beside(const std::string& start, const QENFileState& leftover) {
     QENFileState state;
     const std::string new_file = start + "_A.new", aside = start + "_A.ldf.err";
-    if (leftover.inode != 0 && QENStateOfName(new_file.c_str(), state) && state.is_same_file(leftover))
+    if (leftover.inode != 0 && QENStateOfName(new_file.c_str(), state) && state.is_same_file(leftover) &&
+        !has_writer(start))
         _tell_note(new_file, "is left of a rotation that did not end");
     const int fd = file_open_regular(aside.c_str(), QENAccess::READ, state);
     if (fd < 0) return;

@@ -262,6 +262,9 @@ TEST(RecoveryTest, RebuildsTheHeader) {
         if (!has_platform) expected.created(1794850000).modified(builder.last().time);
         EXPECT_EQ(expected.bytes(), out.bytes);
     }
+    EXPECT_EQ(
+        2,
+        recover(LdfBuilder(builder).damage([](std::string& b) { b.erase(70, 20); }).bytes()).result.records);
     const std::string body = builder.bytes().substr(HEADER);
     EXPECT_EQ("unknown", recover(body).bytes.substr(12, 7));
     const Recovered out = recover(builder.bytes().substr(3));
