@@ -174,6 +174,7 @@ void Checker::_check_end() {
 }
 
 void Checker::_count_recoverable() {
+    if (_verdict.size > LARGEST_OFFSET) return; // it never was a log data file
     const int64_t begin = _verdict.damage_record > 0 ? _verdict.damage_offset
                           : _verdict.has_header      ? begin_of_records(_bytes)
                                                      : 0;

@@ -10,11 +10,12 @@
 #include "primitives/ldf/LdfRecordView.h"
 #include "primitives/ldf/ldf_format.h"
 
-inline constexpr int64_t DAY = 24 * 60 * 60;         // seconds
-inline constexpr int64_t LARGEST_FILE = 0x7FFFFFFF;  // bytes: what the readers take
-inline constexpr size_t HEADER_COUNTERS = 13;        // total_msgs and those behind it
-inline constexpr size_t HEADER_COUNTERS_OFFSET = 57; // of the first
-inline constexpr size_t LDF_END_OFFSET = 113;        // of offset_end
+inline constexpr int64_t DAY = 24 * 60 * 60;          // seconds
+inline constexpr int64_t LARGEST_FILE = 0x7FFFFFFF;   // bytes: what the readers take
+inline constexpr int64_t LARGEST_OFFSET = 0xFFFFFFFF; // that the format can tell
+inline constexpr size_t HEADER_COUNTERS = 13;         // total_msgs and those behind it
+inline constexpr size_t HEADER_COUNTERS_OFFSET = 57;  // of the first
+inline constexpr size_t LDF_END_OFFSET = 113;         // of offset_end
 inline constexpr size_t SEVERITIES_COUNTED = 5, TYPES_COUNTED = 7;
 inline constexpr size_t EMPTY_RECORD =
     LDF_RECORD_HEADER_SIZE + 1; // bytes, of one whose text is the NUL alone

@@ -8,7 +8,6 @@
 namespace {
 
 constexpr size_t MOST_SUSPECTS = 8192;
-constexpr int64_t OFFSETS = int64_t{1} << 32; // the format has no others
 
 } // namespace
 
@@ -21,7 +20,7 @@ Recovery::Recovery(LdfBytes& input, const RecoverySettings& settings, RecoveredF
 }
 
 RecoveryResult Recovery::run() {
-    _result.error = _result.size < 0 ? ESPIPE : _result.size >= OFFSETS ? EFBIG : 0;
+    _result.error = _result.size < 0 ? ESPIPE : _result.size > LARGEST_OFFSET ? EFBIG : 0;
     _result.has_read_failed = _result.error != 0;
     if (_result.error == 0) _read_header();
     if (_result.error != 0) return std::move(_result);

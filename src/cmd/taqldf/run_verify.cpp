@@ -42,7 +42,8 @@ std::string damage_text(const FileVerdict& verdict) {
 
 // " 62,300 records, uncommitted tail of 37 bytes with 1 record; notes: 3 texts not UTF-8"
 std::string count_text(const FileVerdict& verdict) {
-    std::string text = " " + counted(verdict.records, "record");
+    std::string text(1, ' ');
+    text.append(counted(verdict.records, "record"));
     if (verdict.tail_size > 0) {
         text.append(", uncommitted tail of ").append(counted(verdict.tail_size, "byte"));
         if (verdict.tail_records > 0) text.append(" with ").append(counted(verdict.tail_records, "record"));
@@ -64,7 +65,8 @@ std::string count_text(const FileVerdict& verdict) {
 // Whether a process has the log open that "ldf/engine" is the start of. Nothing is locked.
 bool has_writer(const std::string& start) {
     const size_t name_at = start.rfind('/') == start.npos ? 0 : start.rfind('/') + 1;
-    const std::string lock = start.substr(0, name_at) + "." + start.substr(name_at) + ".lock";
+    std::string lock = start + ".lock";
+    lock.insert(name_at, 1, '.');
     QENFileState state;
     const int fd = file_open_regular(lock.c_str(), QENAccess::READ, state);
     if (fd < 0) return false;
