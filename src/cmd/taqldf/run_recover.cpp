@@ -132,6 +132,18 @@ bool save(int input, const Options& options, RecoveryReport& report, RecoveryRes
     return true;
 }
 
+// Whether a file that is about to be written, or the name that it has until then, is the input: it would be
+// replaced, and may be all that is left of the records.
+bool is_input(const std::string& path, const QENFileState& input, Problems& problems) {
+    for (const std::string& name : {path, path + ".unfinished"}) {
+        QENFileState state;
+        if (!QENStateOfPath(name.c_str(), state) || !state.is_same_file(input)) continue;
+        problems.failure(name + ": is the input");
+        return true;
+    }
+    return false;
+}
+
 } // namespace
 
 int run_recover(const Options& options) {
@@ -147,7 +159,9 @@ int run_recover(const Options& options) {
     }
     RecoveryReport report(path, options, problems);
     RecoveryResult result;
-    if (report.open() && save(input, options, report, result, problems)) report.end(result);
+    if (!is_input(options.output, state, problems) && !is_input(options.report, state, problems) &&
+        report.open() && save(input, options, report, result, problems))
+        report.end(result);
     QENCloseDescriptor(input);
     const int status = problems.status(result.records > 0);
     return status == TAQLDF_FOUND && !result.is_complete ? TAQLDF_DAMAGED : status;
