@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "VisibleText.h"
 #include "primitives/ldf/QENObjTags.h"
 #include "primitives/message/severity.h"
 
@@ -109,8 +110,8 @@ bool is_host_sound(const std::vector<HeaderFault>& faults) {
 
 namespace {
 
-// Whether all bytes lie between ' ' and '~'. Up to 7 bytes behind them are read.
-bool is_printable(std::string_view text) {
+// Whether all bytes lie between ' ' and '~'.
+bool is_plain(std::string_view text) {
     constexpr uint64_t ONES = 0x0101010101010101, HIGH = 0x80 * ONES;
     for (size_t at = 0; at < text.size(); at += sizeof(uint64_t)) {
         uint64_t bytes;
@@ -122,6 +123,16 @@ bool is_printable(std::string_view text) {
         }
         const uint64_t below = ~((bytes | HIGH) - ' ' * ONES);            // the high bit of a byte: below ' '
         if (((bytes | (bytes + ONES) | below) & HIGH) != 0) return false; // not ASCII, or DEL
+    }
+    return true;
+}
+
+// Source files may have names in UTF-8.
+bool is_printable(std::string_view text) {
+    if (is_plain(text)) return true;
+    while (!text.empty()) {
+        const char32_t c = next_character(text);
+        if (c == INVALID_UTF8 || is_control(c)) return false;
     }
     return true;
 }

@@ -93,7 +93,7 @@ TEST(FileCheckTest, PassesWhatWritersMake) {
     for (const uint8_t sev : {uint8_t{0}, uint8_t{5}, uint8_t{57}})
         for (const uint8_t obj : {uint8_t{0}, uint8_t{6}})
             file.record({.sev = sev, .obj = obj, .args = {"\xC3\xA4", "2", "3", "4", "5", "6"}});
-    file.record(with_text(std::string(1, '\0'))).record({.file = " ", .func = "~"});
+    file.record(with_text(std::string(1, '\0'))).record({.file = "größe.cpp", .func = "~"});
     file.record({.time = 1794854290 - 86401}).record({.time = 1794854299 + 86401}).record({.seq = 7});
     file.record({.seq = 7}).record({.seq = 8, .args = {"\xC3"}});
     file.record(
