@@ -14,8 +14,9 @@
 
 namespace {
 
-constexpr unsigned SHOW = 1, EXPORT = 2, ALL = SHOW | EXPORT, VERIFY = 4, RECOVER = 8;
-constexpr size_t MOST_LINES = 1000000;
+constexpr unsigned SHOW = 1, EXPORT = 2, ALL = SHOW | EXPORT, VERIFY = 4, RECOVER = 8, STAT = 16,
+                   READ = ALL | STAT;
+constexpr size_t MOST_LINES = 1000000, MOST_ROWS = 1000;
 
 enum Code : int {
     SINCE = 'S',
@@ -46,6 +47,8 @@ enum Code : int {
     SUBSECOND,
     CURSOR_FILE,
     FROM_START,
+    BY,
+    TOP,
     JSON,
     CATALOGS,
     REPORT,
@@ -60,21 +63,21 @@ constexpr struct OptionRow {
     unsigned subcommands;
     const char* help;
 } option_rows[] = {
-    {SINCE, "since", "TIME", ALL,
+    {SINCE, "since", "TIME", READ,
      "records of TIME and later: 2026-11-16[ 18:18[:26]], 18:18, today, yesterday, -2h, @EPOCH"},
-    {UNTIL, "until", "TIME", ALL, "records before TIME"},
-    {SEVERITY, "severity", "LIST", ALL, "severities: error, E, critical,error, error..critical, ..warning"},
-    {ID, "id", "ID", ALL, "message 30523, 25-30523 or K-16-25-30523"},
-    {CATEGORY, "category", "N", ALL, "messages of a category"},
-    {OBJECT, "object", "NAME", ALL, "an argument, or a piece of one between colons, ignoring case"},
-    {OBJECT_TYPE, "object-type", "TYPE", ALL, "QEN, HMX, CLU, GRP, SYS, AGT or RES"},
-    {SOURCE, "source", "FILE[:LINE]", ALL, "place in the program's source"},
-    {GREP, "grep", "RE", ALL, "regular expression (RE2) in the text"},
-    {FIXED, "fixed-strings", nullptr, ALL, "RE is a text to be found as it is"},
-    {IGNORE_CASE, "ignore-case", nullptr, ALL, "RE ignores case"},
-    {NOT, "not", nullptr, ALL, "turn the next filter round"},
-    {ANY, "any", nullptr, ALL, "one filter suffices, within the times"},
-    {LINES, "lines", "N", ALL, "the last N of what passed the filters"},
+    {UNTIL, "until", "TIME", READ, "records before TIME"},
+    {SEVERITY, "severity", "LIST", READ, "severities: error, E, critical,error, error..critical, ..warning"},
+    {ID, "id", "ID", READ, "message 30523, 25-30523 or K-16-25-30523"},
+    {CATEGORY, "category", "N", READ, "messages of a category"},
+    {OBJECT, "object", "NAME", READ, "an argument, or a piece of one between colons, ignoring case"},
+    {OBJECT_TYPE, "object-type", "TYPE", READ, "QEN, HMX, CLU, GRP, SYS, AGT or RES"},
+    {SOURCE, "source", "FILE[:LINE]", READ, "place in the program's source"},
+    {GREP, "grep", "RE", READ, "regular expression (RE2) in the text"},
+    {FIXED, "fixed-strings", nullptr, READ, "RE is a text to be found as it is"},
+    {IGNORE_CASE, "ignore-case", nullptr, READ, "RE ignores case"},
+    {NOT, "not", nullptr, READ, "turn the next filter round"},
+    {ANY, "any", nullptr, READ, "one filter suffices, within the times"},
+    {LINES, "lines", "N", READ, "the last N of what passed the filters"},
     {FOLLOW, "follow", nullptr, ALL, "go on with the records that come, over rotations"},
     {FROM_START, "from-start", nullptr, ALL, "follow from the oldest record on, not from now on"},
     {CURSOR_FILE, "cursor-file", "FILE", ALL,
@@ -82,15 +85,15 @@ constexpr struct OptionRow {
     {FORMAT, "format", "FORMAT", SHOW, "line (default), taqmsg (the reader's lines) or verbose"},
     {FORMAT, "format", "FORMAT", EXPORT, "jsonl (default), csv, journal or otlp"},
     {COLLAPSE, "collapse", nullptr, SHOW, "show equal records in a row once"},
-    {OUTPUT, "output", "FILE", EXPORT, "write to FILE, which appears when it is complete"},
+    {OUTPUT, "output", "FILE", EXPORT | STAT, "write to FILE, which appears when it is complete"},
     {CSV_SAFE, "csv-safe", nullptr, EXPORT,
      "put ' before values that a spreadsheet would take for a formula"},
     {SUBSECOND, "subsecond", "none|order", EXPORT,
      "whether times of journal (default) and otlp show the order within a second"},
-    {LANG, "lang", "LANG", ALL, "language of the texts"},
-    {UTC, "utc", nullptr, ALL, "show and read times in UTC"},
+    {LANG, "lang", "LANG", READ, "language of the texts"},
+    {UTC, "utc", nullptr, READ, "show and read times in UTC"},
     {COLOR, "color", "[auto|always|never", SHOW, "colour of the severities"},
-    {STATS, "stats", nullptr, ALL, "tell on standard error what was read"},
+    {STATS, "stats", nullptr, READ, "tell on standard error what was read"},
     {JSON, "json", nullptr, VERIFY, "one JSON object a line"},
     {CATALOGS, "catalogs", nullptr, VERIFY, "also whether every language has the records' messages"},
     {QUIET, "quiet", nullptr, VERIFY, "only files that are not whole"},
@@ -98,18 +101,28 @@ constexpr struct OptionRow {
     {REPORT, "report", "FILE", RECOVER, "write the report as JSON to FILE"},
     {KEEP_REPEATS, "keep-repeats", nullptr, RECOVER, "keep records that stand in front of the damage, too"},
     {HOST, "host", "NAME", RECOVER, "name of the host, where the header has none"},
-    {HELP, "help", nullptr, ALL | VERIFY | RECOVER, "show this help"},
+    {FORMAT, "format", "FORMAT", STAT, "text (default), json, csv, prometheus or html"},
+    {BY, "by", "LIST", STAT, "tables: severity,id,object,source,host,log,hour,burst,new; all by default"},
+    {TOP, "top", "N", STAT, "rows of a table, 1 to 1000; 20 by default"},
+    {HELP, "help", nullptr, READ | VERIFY | RECOVER, "show this help"},
 };
 
 constexpr struct {
     FormatName format;
     const char* name;
     Subcommand subcommand;
-} format_rows[] = {
-    {FormatName::LINE, "line", Subcommand::SHOW},       {FormatName::TAQMSG, "taqmsg", Subcommand::SHOW},
-    {FormatName::VERBOSE, "verbose", Subcommand::SHOW}, {FormatName::JSONL, "jsonl", Subcommand::EXPORT},
-    {FormatName::CSV, "csv", Subcommand::EXPORT},       {FormatName::JOURNAL, "journal", Subcommand::EXPORT},
-    {FormatName::OTLP, "otlp", Subcommand::EXPORT}};
+} format_rows[] = {{FormatName::LINE, "line", Subcommand::SHOW},
+                   {FormatName::TAQMSG, "taqmsg", Subcommand::SHOW},
+                   {FormatName::VERBOSE, "verbose", Subcommand::SHOW},
+                   {FormatName::JSONL, "jsonl", Subcommand::EXPORT},
+                   {FormatName::CSV, "csv", Subcommand::EXPORT},
+                   {FormatName::JOURNAL, "journal", Subcommand::EXPORT},
+                   {FormatName::OTLP, "otlp", Subcommand::EXPORT},
+                   {FormatName::TEXT, "text", Subcommand::STAT},
+                   {FormatName::JSON, "json", Subcommand::STAT},
+                   {FormatName::COUNTS, "csv", Subcommand::STAT},
+                   {FormatName::METRICS, "prometheus", Subcommand::STAT},
+                   {FormatName::PAGE, "html", Subcommand::STAT}};
 
 constexpr struct {
     Subcommand subcommand;
@@ -119,7 +132,8 @@ constexpr struct {
 } subcommand_rows[] = {{Subcommand::SHOW, "show", SHOW, "show records as lines"},
                        {Subcommand::EXPORT, "export", EXPORT, "write records for other programs"},
                        {Subcommand::VERIFY, "verify", VERIFY, "tell whether files are whole"},
-                       {Subcommand::RECOVER, "recover", RECOVER, "save the records of a damaged file"}};
+                       {Subcommand::RECOVER, "recover", RECOVER, "save the records of a damaged file"},
+                       {Subcommand::STAT, "stat", STAT, "count records"}};
 
 const char* name_of(Subcommand subcommand) {
     for (const auto& row : subcommand_rows)
@@ -165,6 +179,8 @@ private:
     bool _take_other(int code, std::string_view value);
     bool _take_time(std::string_view value, Repeated which, int64_t& time);
     bool _take_lines(std::string_view value);
+    bool _take_tables(std::string_view value);
+    bool _take_top(std::string_view value);
     bool _take_format(std::string_view value);
     bool _take_colour(std::string_view value);
     bool _finish();
@@ -196,6 +212,7 @@ bool Parser::parse(int argc, char** argv) {
     if (_options.subcommand == Subcommand::NONE)
         return _refuse(first.empty() ? "no subcommand" : "unknown subcommand '" + std::string(first) + "'");
     if (_options.subcommand == Subcommand::EXPORT) _options.format = FormatName::JSONL;
+    if (_options.subcommand == Subcommand::STAT) _options.format = FormatName::TEXT;
     argv[1] = argv[0]; // getopt names it in its messages
     return _parse_options(argc - 1, argv + 1) && _finish();
 }
@@ -263,6 +280,8 @@ bool Parser::_take_other(int code, std::string_view value) {
     case NOT: _negated = !_negated; return true;
     case ANY: return _options.filter.any = _options.search.any = true;
     case LINES: return _take_lines(value);
+    case BY: return _take_tables(value);
+    case TOP: return _take_top(value);
     case FORMAT: return _take_format(value);
     case COLLAPSE: return _options.collapse = true;
     case OUTPUT: _options.output = value; return !value.empty() || _refuse("no name of an output file");
@@ -296,6 +315,26 @@ bool Parser::_take_time(std::string_view value, Repeated which, int64_t& time) {
     if (!parsed) return _refuse_value("time", value);
     time = *parsed;
     return true;
+}
+
+bool Parser::_take_tables(std::string_view value) {
+    static constexpr std::string_view NAMES[] = {"severity", "id",   "object", "source", "host",
+                                                 "log",      "hour", "burst",  "new"};
+    while (true) {
+        const std::string_view name = value.substr(0, value.find(','));
+        if (std::find(std::begin(NAMES), std::end(NAMES), name) == std::end(NAMES))
+            return _refuse_value("table", name);
+        _options.by.emplace_back(name);
+        if (name.size() == value.size()) return true;
+        value.remove_prefix(name.size() + 1);
+    }
+}
+
+bool Parser::_take_top(std::string_view value) {
+    const auto [rest, error] = std::from_chars(value.data(), value.data() + value.size(), _options.top);
+    return (error == std::errc() && rest == value.data() + value.size() && _options.top >= 1 &&
+            _options.top <= MOST_ROWS) ||
+           _refuse_value("number of rows", value);
 }
 
 bool Parser::_take_lines(std::string_view value) {

@@ -10,8 +10,8 @@
 #include "RecordFilter.h"
 #include "TextSearch.h"
 
-enum class Subcommand { NONE, SHOW, EXPORT, VERIFY, RECOVER };
-enum class FormatName { LINE, TAQMSG, VERBOSE, JSONL, CSV, JOURNAL, OTLP };
+enum class Subcommand { NONE, SHOW, EXPORT, VERIFY, RECOVER, STAT };
+enum class FormatName { LINE, TAQMSG, VERBOSE, JSONL, CSV, JOURNAL, OTLP, TEXT, JSON, COUNTS, METRICS, PAGE };
 enum class Colour { AUTO, ALWAYS, NEVER };
 
 struct Options {
@@ -35,6 +35,10 @@ struct Options {
     std::string lang;
     std::string output; // "": standard output
     std::vector<std::string> inputs;
+
+    // stat
+    std::vector<std::string> by; // tables; none: all
+    size_t top = 20;             // rows of a table
 
     // verify
     bool json = false;

@@ -12,7 +12,7 @@ void Problems::failure(std::string_view text) {
 }
 
 void Problems::damage(std::string_view text) {
-    _is_damaged = true;
+    ++_damaged;
     _tell(text);
 }
 
@@ -23,6 +23,6 @@ void Problems::_tell(std::string_view text) {
 
 int Problems::status(bool found) const {
     if (_has_failed) return TAQLDF_FAILED;
-    if (_is_damaged) return TAQLDF_DAMAGED;
+    if (_damaged > 0) return TAQLDF_DAMAGED;
     return found ? TAQLDF_FOUND : TAQLDF_NONE;
 }

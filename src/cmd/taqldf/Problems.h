@@ -2,6 +2,7 @@
 // status.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 // Exit statuses. A failure is worse than damage, and damage worse than nothing found.
@@ -18,10 +19,11 @@ public:
     void damage(std::string_view text);  // a file does not hold what it should
 
     int status(bool found) const;
+    size_t damaged() const { return _damaged; } // files
 
 private:
     static void _tell(std::string_view text);
 
     bool _has_failed = false;
-    bool _is_damaged = false;
+    size_t _damaged = 0;
 };

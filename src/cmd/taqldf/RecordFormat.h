@@ -17,6 +17,10 @@ struct FormatSettings {
     std::string lang;        // "": as the environment asks for
 };
 
+class Problems;
+struct StatSettings;
+enum class StatForm { TEXT, JSON, CSV, METRICS, PAGE };
+
 class RecordFormat {
 public:
     virtual ~RecordFormat() = default;
@@ -24,6 +28,7 @@ public:
     virtual void put(const FoundRecord& record, LineBuffer& out) = 0;
     // The record `last`, which equals the last one but for its time, came after `count` - 1 more of them.
     virtual void put_repeats(int64_t, const FoundRecord&, LineBuffer&) {}
+    virtual void end(LineBuffer&) {} // after the last record
 };
 
 // The texts must outlive the format. Null: no format of that name.
@@ -34,3 +39,6 @@ std::unique_ptr<RecordFormat> make_json_format(MessageTexts& texts);
 std::unique_ptr<RecordFormat> make_csv_format(MessageTexts& texts, const FormatSettings& settings);
 std::unique_ptr<RecordFormat> make_journal_format(MessageTexts& texts, const FormatSettings& settings);
 std::unique_ptr<RecordFormat> make_otlp_format(MessageTexts& texts, const FormatSettings& settings);
+// Counts the records and shows the counts at the end. The problems must outlive it, too.
+std::unique_ptr<RecordFormat> make_stat_format(MessageTexts& texts, StatForm form,
+                                               const StatSettings& settings, const Problems& problems);

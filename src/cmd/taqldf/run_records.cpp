@@ -12,6 +12,7 @@
 #include "Output.h"
 #include "Progress.h"
 #include "RecordFormat.h"
+#include "StatTables.h"
 #include "Writer.h"
 #include "follow_records.h"
 #include "platform/unix/QENPlatform.h"
@@ -28,8 +29,8 @@ bool wants_colour(Colour colour) {
     return QENIsTerminal(stdout) && (refused == nullptr || *refused == '\0');
 }
 
-std::unique_ptr<RecordFormat> make_format(const Options& options, bool has_several_logs,
-                                          MessageTexts& texts) {
+std::unique_ptr<RecordFormat> make_format(const Options& options, bool has_several_logs, MessageTexts& texts,
+                                          const Problems& problems) {
     FormatSettings settings;
     settings.utc = options.utc;
     settings.has_colour = wants_colour(options.colour);
@@ -37,6 +38,9 @@ std::unique_ptr<RecordFormat> make_format(const Options& options, bool has_sever
     settings.csv_safe = options.csv_safe;
     settings.has_places = options.has_places.value_or(options.format == FormatName::JOURNAL);
     settings.lang = options.lang;
+    const auto stat = [&](StatForm form) {
+        return make_stat_format(texts, form, {options.utc, options.top, options.by}, problems);
+    };
     switch (options.format) {
     case FormatName::LINE: return make_line_format(texts, settings);
     case FormatName::VERBOSE: return make_verbose_format(texts, settings);
@@ -45,6 +49,11 @@ std::unique_ptr<RecordFormat> make_format(const Options& options, bool has_sever
     case FormatName::CSV: return make_csv_format(texts, settings);
     case FormatName::JOURNAL: return make_journal_format(texts, settings);
     case FormatName::OTLP: return make_otlp_format(texts, settings);
+    case FormatName::TEXT: return stat(StatForm::TEXT);
+    case FormatName::JSON: return stat(StatForm::JSON);
+    case FormatName::COUNTS: return stat(StatForm::CSV);
+    case FormatName::METRICS: return stat(StatForm::METRICS);
+    case FormatName::PAGE: return stat(StatForm::PAGE);
     }
     return nullptr;
 }
@@ -105,7 +114,7 @@ int run_records(Options options) {
     Progress progress(options.output.empty());
     const size_t window = inputs.size() > MOST_LARGE_WINDOWS ? SMALL_WINDOW : LARGE_WINDOW;
     const std::unique_ptr<RecordFormat> format =
-        make_format(options, has_several_logs(options, inputs), texts);
+        make_format(options, has_several_logs(options, inputs), texts, problems);
     format->begin(output.lines());
     Writer writer(*format, output, options.collapse);
     int64_t shown;
@@ -120,6 +129,7 @@ int run_records(Options options) {
         shown = write_records(records, options.lines, writer);
     }
     progress.end();
+    format->end(output.lines());
     output.finish();
     if (options.stats) tell_stats(progress.counts, shown);
     return problems.status(shown > 0);
