@@ -15,7 +15,9 @@ void put_text(const Statistics& counts, const std::vector<StatTable>& tables, si
     IsoTime times(utc);
     out.append(std::to_string(counts.count) + " records");
     if (counts.count > 0) {
-        out.append(", " + std::string(times.at(counts.first)) + " to ");
+        out.append(", ");
+        out.append(times.at(counts.first));
+        out.append(" to ");
         out.append(times.at(counts.last));
     }
     out.append(", " + std::to_string(counts.repeats) + " repeats, " + std::to_string(damaged) +
@@ -28,7 +30,7 @@ void put_text(const Statistics& counts, const std::vector<StatTable>& tables, si
             out.append(std::string(row[1].size() < 12 ? 12 - row[1].size() : 0, ' ') + row[1] + "  ");
             out.append(visible_text(row[0]));
             for (size_t i = 2; i < row.size(); ++i)
-                if (!row[i].empty()) out.append("  " + visible_text(row[i]));
+                if (!row[i].empty()) out.append(visible_text(row[i]).insert(0, 2, ' '));
             out.append('\n');
         }
     }

@@ -2,6 +2,7 @@
 // whole stays below 300 KiB.
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include "StatTables.h"
 #include "TimeText.h"
@@ -9,7 +10,7 @@
 
 namespace {
 
-constexpr size_t MOST_ROWS = 20, MOST_CHARACTERS = 200, MOST_ESCAPED = 500, SMALL_TIMELINES = 10;
+constexpr size_t MOST_ROWS = 20, MOST_CHARACTERS = 200, MOST_ESCAPED = 500, SMALL_TIMELINES = 10, SHORT = 26;
 constexpr int64_t PLOT_WIDTH = 960, PLOT_HEIGHT = 160, SMALL_WIDTH = 240, SMALL_HEIGHT = 22, CELL = 26;
 
 constexpr char HEAD[] = R"(<!DOCTYPE html>
@@ -26,16 +27,25 @@ h1{font-size:22px;margin:0}h2{font-size:15px;margin:32px 0 8px}p{margin:6px 0;co
 .d{border-left:4px solid var(--s1);background:var(--track);padding:10px 14px;border-radius:4px}
 svg{display:block;max-width:100%}svg text{fill:var(--soft);font-size:11px}table{border-collapse:collapse;width:100%}
 th{text-align:left;font-weight:500;color:var(--soft);font-size:12px}td,th{padding:4px 10px 4px 0;border-bottom:1px solid var(--line);vertical-align:top;overflow-wrap:anywhere}
-td.c,th.c{text-align:right;font-variant-numeric:tabular-nums;white-space:nowrap}td.g{width:130px}td.w{white-space:nowrap}
+td.c,th.c{text-align:right;font-variant-numeric:tabular-nums;white-space:nowrap}td.g{width:90px}td.l{width:240px}td.w,th{white-space:nowrap}
 .t{fill:var(--track)}.b{fill:var(--bar)}.h{fill:transparent}.s0{fill:var(--s0)}.s1{fill:var(--s1)}.s2{fill:var(--s2)}.s3{fill:var(--s3)}.s4{fill:var(--s4)}.s5{fill:var(--s5)}
 .k{display:flex;flex-wrap:wrap;gap:16px;font-size:12px;color:var(--soft);margin:6px 0}.k span{display:flex;align-items:center;gap:5px}
 </style></head><body>
 )";
 
+constexpr struct {
+    int64_t seconds;
+    const char* name;
+} UNITS[] = {{86400, "day"}, {3600, "hour"}, {60, "minute"}, {1, "second"}};
+
 std::string number(uint64_t value) {
-    std::string digits = std::to_string(value);
-    for (size_t at = digits.size(); at > 3;) digits.insert(at -= 3, ",");
-    return digits;
+    const std::string digits = std::to_string(value);
+    std::string grouped;
+    for (size_t i = 0; i < digits.size(); ++i) {
+        if (i > 0 && (digits.size() - i) % 3 == 0) grouped.push_back(',');
+        grouped.push_back(digits[i]);
+    }
+    return grouped;
 }
 
 // At most MOST_CHARACTERS of a text, which no markup can leave.
@@ -152,7 +162,7 @@ private:
         }
         add(_page,
             "</div><svg viewBox=\"0 0 %lld %lld\" role=\"img\"><title>Records by time and severity</title>",
-            PLOT_WIDTH, PLOT_HEIGHT + 34);
+            n * step, PLOT_HEIGHT + 34);
         add(_page, "<text x=\"0\" y=\"10\">%lld</text>", most);
         for (int64_t i = 0; i < n; ++i)
             add(_page, "<rect class=\"t\" x=\"%lld\" y=\"14\" width=\"%lld\" height=\"%lld\"/>", i * step,
@@ -169,7 +179,10 @@ private:
                 _page += _at((from + i * n / 5) * width) + "</text>";
             }
         _page += "</svg>";
-        add(_page, "<p>A column is %lld seconds.</p>", width);
+        const auto& unit = *std::find_if(std::begin(UNITS), std::end(UNITS),
+                                         [width](const auto& each) { return width % each.seconds == 0; });
+        add(_page, "<p>A column is %lld ", width / unit.seconds);
+        _page += std::string(unit.name) + (width == unit.seconds ? "" : "s") + ".</p>";
     }
 
     // One path for each severity, the worst at the bottom.
@@ -232,7 +245,7 @@ private:
             const KnownMessage& message = _texts.of(id);
             _page += "<tr><td class=\"w\">" + escaped(message.id) + "</td><td>" +
                      escaped(open_text(message)) + "</td><td class=\"c\">" + number(count) +
-                     "</td><td class=\"g\">";
+                     "</td><td class=\"l\">";
             _add_small(_counts.ids.at(id).timeline);
             _page += "</td></tr>";
         }
@@ -274,13 +287,14 @@ private:
             _page += "<tr>";
             for (size_t i = 0; i < row.size(); ++i) {
                 if (i == 1) {
-                    _page += "<td class=\"c\">" + number(std::stoull(row[1])) + "</td><td class=\"g\">";
+                    _page += "<td class=\"c\">" + number(std::stoull(row[1])) + "</td><td class=\"l\">";
                     add(_page,
-                        "<svg width=\"120\" height=\"16\"><rect class=\"b\" y=\"4\" width=\"%lld\" "
+                        "<svg width=\"80\" height=\"16\"><rect class=\"b\" y=\"4\" width=\"%lld\" "
                         "height=\"9\" rx=\"2\"/></svg></td>",
-                        height_of(std::stoull(row[1]), most, 120));
+                        height_of(std::stoull(row[1]), most, 80));
                 } else {
-                    _page += "<td>" + escaped(row[i]) + "</td>";
+                    _page +=
+                        (row[i].size() <= SHORT ? "<td class=\"w\">" : "<td>") + escaped(row[i]) + "</td>";
                 }
             }
             _page += "</tr>";

@@ -38,9 +38,12 @@ StatTable table_of_ids(const Statistics& counts, MessageTexts& texts, const Stat
 }
 
 StatTable table_of_texts(const char* name, const char* title, const TopTexts& texts, size_t top) {
-    StatTable table{name, title, {name, "count", "at most too many"}, {}, texts.is_exact()};
-    for (const auto& entry : texts.top(top))
-        table.rows.push_back({entry.text, std::to_string(entry.count), std::to_string(entry.error)});
+    StatTable table{name, title, {name, "count"}, {}, texts.is_exact()};
+    if (!table.is_exact) table.columns.push_back("at most too many");
+    for (const auto& entry : texts.top(top)) {
+        table.rows.push_back({entry.text, std::to_string(entry.count)});
+        if (!table.is_exact) table.rows.back().push_back(std::to_string(entry.error));
+    }
     return table;
 }
 

@@ -46,7 +46,12 @@ void Timeline::_widen() {
 }
 
 void TopTexts::add(std::string_view text) {
-    text = text.substr(0, LONGEST);
+    if (text.size() > LONGEST) {
+        text = text.substr(0, LONGEST);
+        while (!text.empty() && (static_cast<unsigned char>(text.back()) & 0xC0) == 0x80)
+            text.remove_suffix(1);
+        if (!text.empty() && static_cast<unsigned char>(text.back()) >= 0xC0) text.remove_suffix(1);
+    }
     if (const auto found = _counts.find(text); found != _counts.end())
         ++found->second.count;
     else if (_is_exact && _counts.size() < EXACT)
