@@ -86,7 +86,7 @@ FileVerdict Checker::check() {
     if (damage.kind == LdfDamage::HEADER_CUT) {
         _verdict.size = damage.value;
         _fail(FileVerdict::DAMAGED, 0, damage.text());
-    } else if (const auto faults = check_header(_bytes.raw, _verdict.size, _now); !faults.empty()) {
+    } else if (const auto faults = check_header(_bytes.raw, _verdict.size); !faults.empty()) {
         _fail(FileVerdict::DAMAGED, static_cast<int64_t>(faults.front().offset), faults.front().text);
     } else if (_verdict.size > LARGEST_FILE) {
         _fail(FileVerdict::DAMAGED, LARGEST_FILE, "the file is larger than readers take");
@@ -99,7 +99,11 @@ FileVerdict Checker::check() {
     return _verdict;
 }
 
+// A clock that was set back leaves a header with such times on a whole file.
 void Checker::_check_records() {
+    const ldf_header_t& header = _verdict.header;
+    _verdict.notes.header_times =
+        header.datetime_create > header.datetime_modify || header.datetime_modify > _now + DAY;
     LdfRun run;
     while (_verdict.kind == FileVerdict::WHOLE && _stream.next(run))
         if (!_check_run(run)) return;

@@ -14,6 +14,7 @@ struct RecordNotes {
     int64_t outside_times = 0;  // a day or more before the file was made, or after it was written last
     int64_t steps_back = 0;     // earlier than the record before
     int64_t seq_not_rising = 0; // likewise by the sequence number
+    int64_t header_times = 0;   // 1: the header was written before the file was made, or in the future
 };
 
 struct FileVerdict {

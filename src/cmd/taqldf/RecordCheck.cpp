@@ -13,8 +13,7 @@
 namespace {
 
 constexpr size_t VERSION_OFFSET = 4, SYSTEM_OFFSET = 12, PLATFORM_OFFSET = 45, CREATED_OFFSET = 49,
-                 MODIFIED_OFFSET = 53, TYPES_OFFSET = HEADER_COUNTERS_OFFSET + 4 * (1 + SEVERITIES_COUNTED),
-                 FLAGS_OFFSET = 109;
+                 TYPES_OFFSET = HEADER_COUNTERS_OFFSET + 4 * (1 + SEVERITIES_COUNTED), FLAGS_OFFSET = 109;
 static_assert(TYPES_OFFSET + 4 * TYPES_COUNTED == FLAGS_OFFSET && FLAGS_OFFSET + 4 == LDF_END_OFFSET);
 
 // In the order of the file.
@@ -62,7 +61,7 @@ Sum sum_of(const ldf_header_t& h, size_t first, size_t count) {
 
 } // namespace
 
-std::vector<HeaderFault> check_header(const unsigned char* raw, int64_t filesize, int64_t now) {
+std::vector<HeaderFault> check_header(const unsigned char* raw, int64_t filesize) {
     std::vector<HeaderFault> faults;
     const auto require = [&faults](bool is_sound, size_t offset, std::string text) {
         if (!is_sound) faults.push_back({offset, std::move(text)});
@@ -79,9 +78,6 @@ std::vector<HeaderFault> check_header(const unsigned char* raw, int64_t filesize
     require(h.platform >= 0 && static_cast<size_t>(h.platform) < std::size(platform_id_names),
             PLATFORM_OFFSET, text_of("platform %d", h.platform));
     require(h.datetime_create >= 0, CREATED_OFFSET, text_of("created at %d", h.datetime_create));
-    require(h.datetime_create <= h.datetime_modify, MODIFIED_OFFSET, "modified before it was created");
-    require(h.datetime_modify <= now + DAY, MODIFIED_OFFSET,
-            text_of("modified at %d, in the future", h.datetime_modify));
     require(h.total_msgs >= 0, HEADER_COUNTERS_OFFSET, text_of("the header counts %d records", h.total_msgs));
     const Sum severities = sum_of(h, 1, SEVERITIES_COUNTED),
               types = sum_of(h, 1 + SEVERITIES_COUNTED, TYPES_COUNTED);

@@ -27,9 +27,8 @@ struct HeaderFault {
 };
 
 // The faults of the 117 bytes at `raw` in the order of the fields; none: the header is sound. With a wrong
-// signature or version nothing else is looked at. filesize: bytes of the file, -1 if not known; now: seconds
-// since 1970.
-std::vector<HeaderFault> check_header(const unsigned char* raw, int64_t filesize, int64_t now);
+// signature or version nothing else is looked at. filesize: bytes of the file, -1 if not known.
+std::vector<HeaderFault> check_header(const unsigned char* raw, int64_t filesize);
 
 // Whether the fields in front of the counters are sound: which file it is, when it was written.
 bool is_origin_sound(const std::vector<HeaderFault>& faults);

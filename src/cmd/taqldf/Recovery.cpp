@@ -55,7 +55,7 @@ void Recovery::_read_header() {
         _result.has_read_failed = true;
         return;
     }
-    const std::vector<HeaderFault> faults = check_header(raw, _result.size, _settings.now);
+    const std::vector<HeaderFault> faults = check_header(raw, _result.size);
     if (!faults.empty()) _result.header_fault = faults.front().text;
     _has_layout = got == sizeof raw && ldf_decode_header(raw, INT64_MAX, _header) == LDF_OK;
     if (got < sizeof raw) _result.header_fault = std::to_string(got) + " bytes are too short for a header";

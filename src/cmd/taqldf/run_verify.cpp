@@ -52,7 +52,8 @@ std::string count_text(const FileVerdict& verdict) {
         {verdict.notes.not_utf8, " not UTF-8"},
         {verdict.notes.outside_times, " outside the file's time"},
         {verdict.notes.steps_back, " earlier than the one before"},
-        {verdict.notes.seq_not_rising, " with a sequence number that does not rise"}};
+        {verdict.notes.seq_not_rising, " with a sequence number that does not rise"},
+        {verdict.notes.header_times, " header with times that cannot be"}};
     const char* separator = "; notes: ";
     for (const auto& [count, what] : notes) {
         if (count == 0) continue;
@@ -225,6 +226,7 @@ void Verification::_tell_json(const std::string& path, const FileVerdict& verdic
     _json.name("outside_times"), _json->Int64(verdict.notes.outside_times);
     _json.name("steps_back"), _json->Int64(verdict.notes.steps_back);
     _json.name("seq_not_rising"), _json->Int64(verdict.notes.seq_not_rising);
+    _json.name("header_times"), _json->Int64(verdict.notes.header_times);
     _json->EndObject();
     _put_line(std::string(_json.bytes()));
 }
