@@ -9,6 +9,7 @@
 
 #include "FileCheck.h"
 #include "GroupedNumber.h"
+#include "InputBytes.h"
 #include "Inputs.h"
 #include "Languages.h"
 #include "MessageTexts.h"
@@ -20,21 +21,6 @@
 #include "primitives/files/FileIo.h"
 
 namespace {
-
-// A file as it was when it was opened, however it grows.
-class FixedBytes : public LdfBytes {
-public:
-    explicit FixedBytes(int fd) : _file(fd), _size(_file.size()) {}
-    int64_t read(void* buffer, size_t n, int64_t offset) override {
-        if (offset >= _size) return 0;
-        return _file.read(buffer, std::min(n, static_cast<size_t>(_size - offset)), offset);
-    }
-    int64_t size() override { return _size; }
-
-private:
-    LdfFileBytes _file;
-    const int64_t _size;
-};
 
 // The new file under its first name; gone when it does not get the other.
 class NewFile {
@@ -114,12 +100,15 @@ bool save(int input, const Options& options, RecoveryReport& report, RecoveryRes
     };
     if (!file.create()) return fail(options.output, errno);
     const RecoverySettings settings{time(nullptr), options.host, options.keep_repeats};
-    FixedBytes bytes(input);
+    LdfFileBytes input_file(input);
+    InputBytes bytes(input_file);
     RecoveredFile output(file.fd());
     report.begin(bytes.size());
     result = Recovery(bytes, settings, output, [&](const RecoveredRange& range) { report.put(range); }).run();
     if (result.error != 0)
         return fail(result.has_read_failed ? options.inputs[0] : options.output, result.error);
+    if (bytes.unreadable() > 0) // what is behind them was looked for all the same
+        problems.failure(options.inputs[0] + ": " + counted(bytes.unreadable(), "byte") + " cannot be read");
     suspect_unknown_messages(result.suspects);
     if (result.records > 0) {
         std::string reason;

@@ -1,5 +1,6 @@
 // Damage of many kinds: every record that was left untouched comes back, in order, and the new file is whole.
 #include "Recovery.h"
+#include "InputBytes.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -287,6 +288,29 @@ TEST(RecoveryTest, FindsNoRecordWhereNoneIs) {
             : (void)(ADD_FAILURE() << program);
     }
     for (const std::string& input : inputs) EXPECT_EQ(0, recover(input).result.records) << input.size();
+}
+
+TEST(RecoveryTest, GoesOnBehindABlockThatCannotBeRead) {
+    struct Disk : LdfBytes {
+        std::string bytes = LdfBuilder().records(1000).bytes();
+        int why = EIO;
+        int64_t read(void* buffer, size_t n, int64_t offset) override {
+            constexpr int64_t BAD = 8192;
+            errno = why;
+            if (offset >= BAD && offset < BAD + 4096) return -1;
+            if (offset < BAD) n = std::min(n, static_cast<size_t>(BAD - offset));
+            LdfMemoryBytes memory({reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()});
+            return memory.read(buffer, n, offset);
+        }
+        int64_t size() override { return static_cast<int64_t>(bytes.size()); }
+    } disk;
+    InputBytes input(disk);
+    for (int i = 0; i < 2; ++i) // the second time counts no byte anew
+        EXPECT_EQ(1000 - 125, count_records(input, 117, /*is_in_step=*/true));
+    EXPECT_EQ(4096, input.unreadable());
+    disk.why = EISDIR;
+    char byte;
+    EXPECT_EQ(-1, input.read(&byte, 1, 8192)) << "another failure is one";
 }
 
 } // namespace
