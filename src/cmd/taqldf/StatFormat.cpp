@@ -24,8 +24,9 @@ void put_text(const Statistics& counts, const std::vector<StatTable>& tables, si
                " damaged files\n");
     for (const StatTable& table : tables) {
         if (table.rows.empty()) continue;
-        out.append("\n" + std::string(table.title) +
-                   (table.is_exact ? "" : " (the most frequent, estimated)") + "\n");
+        out.append('\n');
+        out.append(table.title);
+        out.append(table.is_exact ? "\n" : " (the most frequent, estimated)\n");
         for (const auto& row : table.rows) {
             out.append(std::string(row[1].size() < 12 ? 12 - row[1].size() : 0, ' ') + row[1] + "  ");
             out.append(visible_text(row[0]));

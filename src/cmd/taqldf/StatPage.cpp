@@ -287,7 +287,7 @@ private:
             _page += "<tr>";
             for (size_t i = 0; i < row.size(); ++i) {
                 if (i == 1) {
-                    _page += "<td class=\"c\">" + number(std::stoull(row[1])) + "</td><td class=\"l\">";
+                    _page += "<td class=\"c\">" + number(std::stoull(row[1])) + "</td><td class=\"g\">";
                     add(_page,
                         "<svg width=\"80\" height=\"16\"><rect class=\"b\" y=\"4\" width=\"%lld\" "
                         "height=\"9\" rx=\"2\"/></svg></td>",

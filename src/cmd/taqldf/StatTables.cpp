@@ -91,7 +91,9 @@ StatTable table_of_hours(const Statistics& counts) {
     for (size_t hour = 0; hour < 24; ++hour) {
         uint64_t count = 0;
         for (const auto& day : counts.hours) count += day[hour];
-        table.rows.push_back({(hour < 10 ? "0" : "") + std::to_string(hour), std::to_string(count)});
+        std::string name = std::to_string(hour);
+        if (name.size() < 2) name.insert(name.begin(), '0');
+        table.rows.push_back({name, std::to_string(count)});
     }
     return table;
 }
