@@ -64,7 +64,7 @@ std::string escaped(std::string_view text) {
         case '"': out += "&quot;"; break;
         case '\'': out += "&#39;"; break;
         default: // XML has no U+FFFE and U+FFFF
-            if (c == 0xFFFE || c == 0xFFFF || c == INVALID_UTF8)
+            if ((c | 1) == 0xFFFF || c == INVALID_UTF8)
                 out += "\u2026";
             else
                 out += before.substr(0, before.size() - rest.size());
