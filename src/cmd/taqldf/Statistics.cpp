@@ -28,10 +28,14 @@ int64_t Timeline::width() const {
     return WIDTHS[_width];
 }
 
-void Timeline::add(int32_t time, size_t kind) {
-    _buckets[floor_div(time, width())][kind] += 1;
+void Timeline::_go_to(int32_t time) {
+    (void)_buckets[floor_div(time, width())];
     while (_buckets.rbegin()->first - _buckets.begin()->first >= _most && _width + 1 < std::size(WIDTHS))
         _widen();
+    const int64_t number = floor_div(time, width());
+    _bucket = &_buckets.at(number);
+    _from = number * width();
+    _to = _from + width();
 }
 
 void Timeline::_widen() {

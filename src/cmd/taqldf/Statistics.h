@@ -22,17 +22,24 @@ class Timeline {
 public:
     explicit Timeline(size_t most) : _most(static_cast<int64_t>(most)) {}
 
-    void add(int32_t time, size_t kind);
+    // Most records lie in the bucket of the one before.
+    void add(int32_t time, size_t kind) {
+        if (time < _from || time >= _to) _go_to(time);
+        ++(*_bucket)[kind];
+    }
     int64_t width() const; // seconds
     // By number: bucket n begins at second n * width(). Empty ones are not there.
     const std::map<int64_t, SeverityCounts>& buckets() const { return _buckets; }
 
 private:
+    void _go_to(int32_t time);
     void _widen();
 
     int64_t _most;
     size_t _width = 0; // index of the widths
     std::map<int64_t, SeverityCounts> _buckets;
+    int64_t _from = 0, _to = 0; // times of _bucket, the last one that was used
+    SeverityCounts* _bucket = nullptr;
 };
 
 // Counts texts. Up to EXACT different ones all are counted; beyond that the most frequent KEPT, each with at
