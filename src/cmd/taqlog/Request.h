@@ -6,7 +6,8 @@
 
 #include "primitives/message/severity.h"
 
-inline constexpr size_t LONGEST_TEXT = 3800; // bytes that line and record have room for, beside their other parts
+inline constexpr size_t LONGEST_TEXT =
+    3800; // bytes that line and record have room for, beside their other parts
 
 struct Request {
     enum Kind { MESSAGE, TEXT, LINES, HELP, VERSION };

@@ -41,8 +41,8 @@ bool compose(Request& request) {
     if (rc != I18N_SOK)
         why = "no message " + id + " in the catalogs";
     else if (found.arg_count != request.args.size())
-        why = "message " + id + " has another number of arguments, " + std::to_string(found.arg_count) + ": " +
-              std::string(found.text);
+        why = "message " + id + " has another number of arguments, " + std::to_string(found.arg_count) +
+              ": " + std::string(found.text);
     else
         for (size_t i = 0; i < found.piece_count; ++i) {
             const i18n_piece& piece = found.pieces[i];
@@ -60,7 +60,8 @@ void write(Log& log, const Request& request, const char* text) {
     const bool has_number = request.number != 0;
     log.write_buf("taqlog", "shell", 0, request.severity, request.flags,
                   has_number ? static_cast<int>(request.category) : ULOG_CAT_NONE,
-                  static_cast<int>(request.number), text, args[0], args[1], args[2], args[3], args[4], args[5]);
+                  static_cast<int>(request.number), text, args[0], args[1], args[2], args[3], args[4],
+                  args[5]);
 }
 
 // Each line is a message; a long one several. False: the input cannot be read.
@@ -91,12 +92,14 @@ int run(const Request& request) {
     }
     const LogLoss& lost = log->losses();
     const uint64_t count = lost.lines.total() + lost.records.total();
-    return count == 0 ? WRITTEN : fail(request.name + ": " + std::to_string(count) + " lines or records were lost");
+    return count == 0 ? WRITTEN
+                      : fail(request.name + ": " + std::to_string(count) + " lines or records were lost");
 }
 
 int print(const char* text) {
-    return std::fputs(text, stdout) >= 0 && std::fflush(stdout) == 0 ? WRITTEN
-                                                                     : fail("cannot write to standard output");
+    return std::fputs(text, stdout) >= 0 && std::fflush(stdout) == 0
+               ? WRITTEN
+               : fail("cannot write to standard output");
 }
 
 } // namespace
