@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <new>
 
 #include "platform/unix/QENThread.h"
@@ -30,11 +31,13 @@ using Owner = Stretch*;
 constexpr size_t OWNER_SIZE = 8;
 static_assert(sizeof(void*) == OWNER_SIZE);
 
-pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER; // guards the next two
+pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER; // guards the next three
 Stretch* kept = nullptr;
 int kept_count = 0;
+int count = 0; // of all stretches
 
-// The stretch is used last in, first out: it may still be in a cache.
+// Used last in, first out: the stretch may still be in a cache. A new one comes from the heap, unfilled: a
+// thread that logs now and then touches a page or two of it.
 Stretch* new_stretch() {
     QENMutexLock(&lock);
     Stretch* const stretch = kept;
@@ -43,8 +46,14 @@ Stretch* new_stretch() {
         --kept_count;
     }
     QENMutexUnlock(&lock);
-    void* const memory = stretch != nullptr ? stretch : taq_mem.try_get(0, STRETCH_SIZE, MEM_MISC);
-    return memory != nullptr ? new (memory) Stretch : nullptr;
+    void* const memory = stretch != nullptr ? stretch : std::malloc(STRETCH_SIZE);
+    if (memory == nullptr) return nullptr;
+    if (stretch == nullptr) {
+        QENMutexLock(&lock);
+        ++count;
+        QENMutexUnlock(&lock);
+    }
+    return new (memory) Stretch;
 }
 
 void keep_or_free(Stretch* stretch) {
@@ -54,9 +63,11 @@ void keep_or_free(Stretch* stretch) {
         stretch->next = kept;
         kept = stretch;
         ++kept_count;
+    } else {
+        --count;
     }
     QENMutexUnlock(&lock);
-    if (!is_kept) taq_mem.release(stretch, MEM_MISC);
+    if (!is_kept) std::free(stretch);
 }
 
 void count_down(Stretch* stretch, int64_t records) {
@@ -137,6 +148,13 @@ void RecordPool::release(void* record) noexcept {
         count_down(stretch, 1);
     else
         taq_mem.release(place, MEM_MISC);
+}
+
+int RecordPool::stretches() {
+    QENMutexLock(&lock);
+    const int stretches = count;
+    QENMutexUnlock(&lock);
+    return stretches;
 }
 
 void RecordPool::before_fork() {

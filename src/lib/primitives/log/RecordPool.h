@@ -19,6 +19,9 @@ public:
     // Gives it back; null is accepted.
     static void release(void* record) noexcept;
 
+    // How many stretches there are, with those that are kept. The allocator's statistics do not count them.
+    static int stretches();
+
     // Around a fork. The child keeps what is kept; the stretches of threads that it does not have are lost.
     static void before_fork();
     static void after_fork();
