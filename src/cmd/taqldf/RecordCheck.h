@@ -59,10 +59,9 @@ class RecordCounts {
 public:
     void add(const ldf_msg_header_t& record) {
         ++_counts[0];
-        if (static_cast<size_t>(record.sev) < SEVERITIES_COUNTED)
-            ++_counts[1 + static_cast<size_t>(record.sev)];
-        if (static_cast<size_t>(record.obj_type) < TYPES_COUNTED) // the header has them the other way round
-            ++_counts[TYPE_INDEX[static_cast<size_t>(record.obj_type)]];
+        const auto sev = static_cast<uint8_t>(record.sev), type = static_cast<uint8_t>(record.obj_type);
+        if (sev < SEVERITIES_COUNTED) ++_counts[1u + sev];
+        if (type < TYPES_COUNTED) ++_counts[TYPE_INDEX[type]]; // the header has them the other way round
     }
     int32_t total() const { return _counts[0]; }
     void put_into(ldf_header_t& header) const;

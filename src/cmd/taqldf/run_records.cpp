@@ -123,6 +123,7 @@ int run_records(Options options) {
     } else {
         std::deque<LogSource> sources;
         std::vector<LogSource*> pointers;
+        pointers.reserve(inputs.size());
         for (const LogInput& input : inputs)
             pointers.push_back(&sources.emplace_back(input, *filter, window, progress, problems));
         MergedRecords records(std::move(pointers));
