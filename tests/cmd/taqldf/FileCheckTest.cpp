@@ -61,6 +61,11 @@ TEST(FileCheckTest, NamesTheFirstFault) {
         {"the text is not made of 2 to 8 pieces", with(with_text(std::string("f\xff\xffg\xff\0", 6))), third,
          2, 2},
         {"the text is not made of 2 to 8 pieces", with(with_text(std::string("f\xffg\0", 4))), third, 2, 2},
+        {"the text is not made of 2 to 8 pieces",
+         with(with_text(std::string("\xff"
+                                    "f\xffg\0",
+                                    5))),
+         third, 2, 2},
         {"the text is not made of 2 to 8 pieces", with({.args = {"1", "2", "3", "4", "5", "6", "7"}}), third,
          2, 2},
         {"the source position is not printable", with({.func = "g\x7f"}), third, 2, 2},
