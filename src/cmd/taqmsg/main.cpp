@@ -34,7 +34,7 @@ int main(int argc, char** argv) {
     }
     QENSigignore(SIGPIPE); // a reader of our output may stop early, as "head" does: no failure
     cmdname = QENCLIBasename(argv[0]);
-    begin_command(); // a pair of logs under the command's name would be deleted at once
+    initialization(cmdname);
     use_log_pair("ldfread", "ldfread-err");
     LdfReader::init(nullptr);
 

@@ -11,15 +11,11 @@
 
 inline namespace taq_1 {
 
-void begin_command() {
+void initialization(const char* cmdname) {
+    const std::string err_name = std::string(cmdname) + "-err";
     QENSigignore(SIGIO);
     std::setlocale(LC_ALL, "");
     Log::init("QEN", "K-16", nullptr);
-}
-
-void initialization(const char* cmdname) {
-    const std::string err_name = std::string(cmdname) + "-err";
-    begin_command();
     use_log_pair(cmdname, err_name.c_str());
 }
 

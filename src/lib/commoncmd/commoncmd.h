@@ -8,11 +8,8 @@ inline namespace taq_1 {
 inline constexpr int CMD_STDOUT_FLAGS = ULOG_NO_TIME | ULOG_NO_EVENT; // open flags
 inline constexpr int CMD_STDERR_FLAGS = CMD_STDOUT_FLAGS | ULOG_ERROR_LOG;
 
-// Ignores SIGIO, sets the locale from the environment and starts the log framework.
-void begin_command();
-
-// begin_command() with the command's pair of logs, cmdname on standard output and cmdname + "-err" on
-// standard error.
+// Ignores SIGIO, sets the locale from the environment, starts the log framework and makes the command's pair
+// of logs, cmdname on standard output and cmdname + "-err" on standard error.
 void initialization(const char* cmdname);
 
 // Makes a pair of logs on the standard streams the current one (_unified_log_function__ and
