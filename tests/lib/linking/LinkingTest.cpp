@@ -90,7 +90,8 @@ TEST_F(Plugins, LogIntoTheLogOfTheirHost) {
 
 TEST_F(Plugins, LogTogetherForHostInC) {
     for (const std::string scope : {"local", "global"}) {
-        const std::string command = "'" TAQ_C_HOST "' '" TAQ_PLUGIN "' '" TAQ_OTHER_PLUGIN "' " + scope + " " + scope;
+        const std::string command =
+            "'" TAQ_C_HOST "' '" TAQ_PLUGIN "' '" TAQ_OTHER_PLUGIN "' " + scope + " " + scope;
         EXPECT_EQ(0, std::system(command.c_str())) << command;
         EXPECT_EQ("HOST WARNING K-99-300-7 hello from a plugin, 1 of the other\n"
                   "HOST WARNING K-99-300-7 hello from a plugin, 1 of its owner\n",
