@@ -130,7 +130,7 @@ public:
             LdfBuilder file;
             file.records(++_records);
             if (_records % 3 == 0) file.offset_end(0x70);
-            _bytes = file.bytes();
+            _bytes = file.bytes() + LdfBuilder::record_bytes({}); // the header will count it
         }
         return memory(_bytes).read(buffer, n, offset);
     }

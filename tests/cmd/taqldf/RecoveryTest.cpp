@@ -226,6 +226,10 @@ TEST(RecoveryTest, TellsWhatItLeavesOut) {
         {"noise", record + std::string(500, 'x') + record, 2, 0, ScanPiece::RANDOM, false},
         {"repeat", three("x") + zeros + three("x") + zeros + record, 4, 3, ScanPiece::ZEROS, false},
         {"similar", three("x") + zeros + three("y") + zeros + record, 7, 0, ScanPiece::ZEROS, false},
+        {"one like an earlier one",
+         three("x") + zeros + three("x").substr(0, three("x").size() / 3) +
+             three("y").substr(three("y").size() / 3) + zeros + record,
+         7, 0, ScanPiece::ZEROS, false},
         {"repeat at the end", three("x") + zeros + three("x"), 6, 0, ScanPiece::ZEROS, false},
         {"three equal ones", record + record + record + zeros + record + record + record + zeros, 6, 0,
          ScanPiece::ZEROS, false},
