@@ -102,10 +102,10 @@ TEST(FileCheckTest, PassesWhatWritersMake) {
     file.record(
         with_text("f\xffg\xff" + std::string(4090, 'x') + "\xff" + std::string(1, '\0'))); // the longest
     const std::string record = LdfBuilder::record_bytes({});
-    const FileVerdict verdict = check(file.append(record + record.substr(1)).bytes());
+    const FileVerdict verdict = check(file.append(record + record.substr(2)).bytes());
     EXPECT_EQ(FileVerdict::WHOLE, verdict.kind) << verdict.reason;
     EXPECT_EQ(14, verdict.records);
-    EXPECT_EQ(static_cast<int64_t>(2 * record.size() - 1), verdict.tail_size);
+    EXPECT_EQ(static_cast<int64_t>(2 * record.size() - 2), verdict.tail_size);
     EXPECT_EQ(1, verdict.tail_records);
     EXPECT_EQ(1, verdict.notes.not_utf8);
     EXPECT_EQ(2, verdict.notes.outside_times);
