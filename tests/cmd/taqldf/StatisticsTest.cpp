@@ -53,7 +53,7 @@ TEST(StatPage, HasABoundAndNoMarkupOfRecords) {
     counts.count = 1;
     counts.last = INT32_MAX;
     for (int32_t i = 0; i < 240; ++i)
-        for (size_t kind = 0; kind < SEVERITY_CLASSES; ++kind) counts.timeline.add(i * 9000000, kind);
+        for (size_t kind = 0; kind < SEVERITY_CLASSES; ++kind) counts.timeline.add(i * 8900000, kind);
     for (uint32_t id = 0; id < 4096; ++id)
         for (int32_t i = 0; i < 48; ++i) counts.ids[id].timeline.add(i * 40000000, 0);
     for (auto& day : counts.hours) day.fill(1000000000);
