@@ -38,22 +38,15 @@ std::string escaped(const std::string& name) {
 }
 
 // False: no name that escaped() gives.
-bool unescape(const char* text, std::string& name) {
+bool unescape(const std::string& text, std::string& name) {
     name.clear();
-    if (std::strcmp(text, "%") == 0) return true;
-    for (; *text != '\0'; ++text) {
-        unsigned code;
-        int size = 0;
-        if (*text != '%') {
-            name.push_back(*text);
-        } else if (std::sscanf(text, "%%%2x%n", &code, &size) == 1 && size == 3) {
-            name.push_back(static_cast<char>(code));
-            text += 2;
-        } else {
-            return false;
-        }
+    for (size_t at = 0; at < text.size() && text != "%";) {
+        unsigned code = 0;
+        const bool is_code = text[at] == '%' && std::sscanf(text.c_str() + at, "%%%2x", &code) == 1;
+        name.push_back(is_code ? static_cast<char>(code) : text[at]);
+        at += is_code ? 3 : 1;
     }
-    return true;
+    return escaped(name) == text;
 }
 
 // The whole file; false with errno set.

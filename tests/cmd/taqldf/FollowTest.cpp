@@ -186,7 +186,7 @@ TEST_F(FollowTest, ADamagedCursorIsRefused) {
     testing::internal::CaptureStderr();
     for (const std::string& wrong :
          {std::string("x"), whole.substr(0, whole.size() - 5), whole + "x\n", form + "a b 1 2 3:4 -5 6 7\n",
-          form + "a%zz b 1 2 3:4 5 6 7\n", form + "\n"}) {
+          form + "a%zz b 1 2 3:4 5 6 7\n", form + "\x80 b 1 2 3:4 5 6 7\n", form + "\n"}) {
         _dir.write("cursor", wrong);
         EXPECT_FALSE(Cursor().load(path, problems)) << wrong;
     }
