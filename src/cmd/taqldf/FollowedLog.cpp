@@ -30,9 +30,8 @@ std::string FollowedLog::_path(int slot) const {
     return _input.directory + _input.log + "_" + GENERATIONS[slot] + LDF_EXTENSION;
 }
 
-void FollowedLog::wake() {
+void FollowedLog::forget_earlier_files() {
     while (_files.size() > 1) _files.pop_front();
-    _is_read = false;
 }
 
 void FollowedLog::appeared(const char* name) {
@@ -152,8 +151,9 @@ void FollowedLog::begin_at(const Cursor& cursor, bool otherwise_at_start) {
                 !_input.host.empty()
                     ? _input.host
                     : std::string(header.system, strnlen(header.system, sizeof header.system));
-            position = cursor.find(host, _input.log);
-            if (position == nullptr) continue;
+            const LogPosition* const found = cursor.find(host, _input.log);
+            if (found == nullptr) continue;
+            position = found;
             const bool is_same = _state.device == position->device && _state.inode == position->inode;
             if ((pass == 1 || is_same) && _is_at(*position)) return;
         }

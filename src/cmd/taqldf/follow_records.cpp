@@ -132,7 +132,10 @@ bool Follower::_pump(Writer& writer, Output& output, size_t last_lines) {
     for (bool is_first = true; is_first || !_new_inputs.empty(); is_first = false) {
         for (LogInput& input : std::exchange(_new_inputs, {})) (void)_add(std::move(input), /*is_new=*/true);
         std::vector<FollowedLog*> logs;
-        for (FollowedLog& log : _logs) logs.push_back(&log);
+        for (FollowedLog& log : _logs) {
+            log.forget_earlier_files();
+            logs.push_back(&log);
+        }
         MergedRecords<FollowedLog> records(std::move(logs));
         _shown += write_records(records, last_lines, writer);
         (void)output.lines().send();

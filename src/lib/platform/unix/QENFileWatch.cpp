@@ -86,7 +86,7 @@ QENFileWatch::Wake QENFileWatch::wait(int milliseconds, FILE* output) {
     const int ready = poll(fds, std::size(fds), milliseconds); // skips descriptors below 0
     if (ready < 0) return errno == EINTR ? Wake::TIME : Wake::STOP;
     if (fds[1].revents != 0) return Wake::STOP;
-    if ((fds[2].revents & (POLLERR | POLLHUP)) != 0) return Wake::NO_READER;
+    if ((fds[2].revents & (POLLERR | POLLHUP | POLLNVAL)) != 0) return Wake::NO_READER;
     return fds[0].revents != 0 ? Wake::EVENT : Wake::TIME;
 }
 
