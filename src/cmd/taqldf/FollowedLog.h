@@ -43,7 +43,7 @@ public:
     int32_t key() const { return _found[_current].key; } // as LogSource's
 
     void wake() { _is_read = false; } // there may be more to read
-    void forget_earlier_files();       // no record of before is used any more
+    void forget_earlier_files();      // no record of before is used any more
     bool is_asleep() const { return _is_read; }
     bool needs_polling() const { return !_is_watched || (_fd >= 0 && _watch_id < 0); }
     void lose_watch() { _is_watched = false; }
